@@ -1,0 +1,59 @@
+/// The Drag Manager: what is dragged over a window and dropped on it.
+#pragma once
+
+#include <cstddef>
+
+#include "platform/file_manager.h"
+#include "platform/types.h"
+#include "platform/windows.h"
+
+using DragRef = struct OpaqueDrag *;
+using DragItemRef = std::uint32_t;
+using FlavorType = OSType;
+using FlavorFlags = std::uint32_t;
+using DragTrackingMessage = std::int16_t;
+
+inline constexpr FlavorType flavorTypeHFS = FourChars("hfs ");
+inline constexpr DragTrackingMessage kDragTrackingEnterHandler = 1;
+inline constexpr DragTrackingMessage kDragTrackingEnterWindow = 2;
+inline constexpr DragTrackingMessage kDragTrackingInWindow = 3;
+inline constexpr DragTrackingMessage kDragTrackingLeaveWindow = 4;
+inline constexpr DragTrackingMessage kDragTrackingLeaveHandler = 5;
+
+#pragma pack(push, 2)
+/// The data of a dragged item of the file system.
+struct HFSFlavor {
+  OSType fileType;
+  OSType fileCreator;
+  std::uint16_t fdFlags;
+  FSSpec fileSpec;
+};
+#pragma pack(pop)
+static_assert(sizeof(HFSFlavor) == 80);
+
+using DragTrackingHandlerProc = OSErr (*)(DragTrackingMessage message, WindowRef window,
+                                          void *refCon, DragRef drag);
+using DragReceiveHandlerProc = OSErr (*)(WindowRef window, void *refCon, DragRef drag);
+using DragTrackingHandlerUPP = DragTrackingHandlerProc;
+using DragReceiveHandlerUPP = DragReceiveHandlerProc;
+
+DragTrackingHandlerUPP NewDragTrackingHandlerUPP(DragTrackingHandlerProc procedure);
+DragReceiveHandlerUPP NewDragReceiveHandlerUPP(DragReceiveHandlerProc procedure);
+
+OSErr InstallTrackingHandler(DragTrackingHandlerUPP handler, WindowRef window, void *refCon);
+OSErr InstallReceiveHandler(DragReceiveHandlerUPP handler, WindowRef window, void *refCon);
+OSErr RemoveTrackingHandler(DragTrackingHandlerUPP handler, WindowRef window);
+OSErr RemoveReceiveHandler(DragReceiveHandlerUPP handler, WindowRef window);
+
+OSErr CountDragItems(DragRef drag, std::uint16_t *count);
+/// The reference of the item at a 1-based index.
+OSErr GetDragItemReferenceNumber(DragRef drag, std::uint16_t index, DragItemRef *item);
+/// badDragFlavorErr when the item does not come in that flavor.
+OSErr GetFlavorFlags(DragRef drag, DragItemRef item, FlavorType type, FlavorFlags *flags);
+/// Copies at most `*size` bytes from `offset` on and sets `*size` to the number copied.
+OSErr GetFlavorData(DragRef drag, DragItemRef item, FlavorType type, void *data, std::size_t *size,
+                    std::size_t offset);
+
+/// Draws a frame along the region's edge, inside it or around it, until it is hidden.
+OSErr ShowDragHilite(DragRef drag, RgnHandle region, bool inside);
+OSErr HideDragHilite(DragRef drag);

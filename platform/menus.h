@@ -1,0 +1,23 @@
+/// The Menu Manager, as far as commands and the Help menu go.
+#pragma once
+
+#include <cstdint>
+
+#include "platform/events.h"
+#include "platform/types.h"
+
+using MenuRef = struct OpaqueMenu *;
+using MenuItemIndex = std::uint16_t;  ///< 1 for the first item
+
+/// Makes every menu item of a command available; an empty `menu` stands for all menus.
+void EnableMenuCommand(MenuRef menu, OSType commandID);
+
+/// The Help menu and the index of the first item that the application may use. menuItemNotFoundErr
+/// when there is no Help menu.
+OSStatus HMGetHelpMenu(MenuRef *menu, MenuItemIndex *firstCustomItem);
+
+/// Inserts an item after the one at `afterItem` (0: as the first). `pascalText` is a length byte
+/// and that many Mac Roman bytes.
+void InsertMenuItem(MenuRef menu, const std::uint8_t *pascalText, MenuItemIndex afterItem);
+OSStatus SetMenuItemCommandID(MenuRef menu, MenuItemIndex item, OSType commandID);
+EventTargetRef GetMenuEventTarget(MenuRef menu);

@@ -1,0 +1,22 @@
+/// Names as they stand on disk (bytes) and in the program (UTF-16).
+///
+/// Valid UTF-8 converts as usual. Any other byte becomes a lone surrogate U+DC80 to U+DCFF and
+/// comes back as that byte (the scheme of Python's PEP 383), so every name on disk makes the round
+/// trip.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/file_manager.h"
+
+std::u16string TextFromDisk(std::string_view bytes);
+/// The same into a fixed name; a name on disk has at most 255 bytes, so it always fits.
+void NameFromDisk(std::string_view bytes, HFSUniStr255 *name);
+
+/// The bytes of `text`; false when it holds a surrogate that stands for no byte, or a zero.
+bool TextToDisk(std::u16string_view text, std::string *bytes);
+
+/// The same for a name: bdNamErr also when it is empty, ".", "..", or has a "/" or more than 255
+/// bytes.
+OSErr NameToDisk(std::u16string_view name, std::string *bytes);

@@ -1,0 +1,34 @@
+/// The only place from which the program changes the tree: every rename, new folder, removal, link
+/// and permission passes through these calls. Each returns 0 or an `errno` value and changes
+/// nothing on failure.
+#pragma once
+
+#include <sys/types.h>
+
+/// Renames without ever replacing: a taken name is EEXIST. Where the file system refuses the
+/// kernel's flag for that (EINVAL, ENOSYS, EOPNOTSUPP), what can be linked is linked and then
+/// unlinked, a folder is renamed after a lookup, and anything else is refused with EOPNOTSUPP
+/// rather than risk a replacement.
+int RenameWithoutReplacing(int fromFolder, const char *from, int toFolder, const char *to);
+
+int MakeFolder(int folder, const char *name);
+int RemoveFile(int folder, const char *name);
+int RemoveEmptyFolder(int folder, const char *name);
+int MakeSymbolicLink(int folder, const char *name, const char *target);
+
+/// Gives the owner write permission. Never follows a link.
+int AddOwnerWritePermission(int folder, const char *name, mode_t currentMode);
+/// Takes the immutable attribute off a regular file or a folder; never opens anything else.
+int ClearImmutableAttribute(int folder, const char *name);
+
+/// What a call is about to do; for tests that make calls fail.
+struct TreeChange {
+  const char
+      *operation;    ///< "rename", "link", "mkdir", "unlink", "rmdir", "symlink", "chmod", "chattr"
+  const char *name;  ///< the item changed, or made
+};
+
+/// Asked before every change; a value other than 0 is the `errno` with which the call fails
+/// instead.
+using TreeChangeFault = int (*)(const TreeChange &change);
+void SetTreeChangeFault(TreeChangeFault fault);
