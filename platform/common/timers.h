@@ -15,3 +15,6 @@ std::optional<TimerClock::time_point> NextTimerDue();
 /// Fires every timer due at `now`, in the order in which they became due. One that a callback arms
 /// waits for the next call, even when it is due at once.
 void FireDueTimers(TimerClock::time_point now);
+
+/// Forgets all timers without firing them; for tests, each of which begins anew.
+void DisarmTimers();

@@ -1,0 +1,106 @@
+/// The platform of tests: it records every call of the window, control, menu, drag, event-loop,
+/// process and icon managers in order, keeps the state of the controls, and lets a test act during
+/// a yield. Everything of the file system is real.
+///
+/// One line is recorded a call, the name of the call first, texts in quotes:
+///
+///     CreateWindowFromNib "MainWindow"     SetWindowTitle "photos"
+///     ShowControl 2                        SetControlData 1 "Moving File: a.txt"
+///     SetControlValue 5 8191               WaitNextEvent
+///     InstallEventHandler                  NSBeep
+///
+/// Controls are named by their ID, those of other windows than the main one by the window's name
+/// and their ID: `SetControlValue PreferencesWindow.4 1`. Questions (GetControlValue,
+/// GetWindowBounds, GetPort, the drag getters, GetWindowEventTarget) are not recorded.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/drags.h"
+#include "platform/types.h"
+
+/// What the user would see of a control.
+struct RecordedControl {
+  std::string text;  ///< Mac Roman, as it was set
+  std::int16_t value = 0;
+  std::int16_t minimum = 0;
+  std::int16_t maximum = 0;
+  bool shown = true;
+  bool enabled = true;
+};
+
+/// Thrown by ExitToShell, so that a test can go on where the program would have ended.
+struct ExitedToShell {};
+
+/// One item of a drag.
+struct RecordedDragItem {
+  std::map<FlavorType, std::vector<std::uint8_t>> flavors;
+  bool unreadable = false;  ///< its flavors are announced but their data cannot be had
+};
+
+/// A drag that a test makes up: item 1 is the first.
+struct OpaqueDrag {
+  std::vector<RecordedDragItem> items;
+};
+
+class CRecorder {
+ public:
+  /// The calls so far.
+  const std::vector<std::string> &Calls() const { return calls_; }
+  /// Those that begin with `prefix`, in order.
+  std::vector<std::string> CallsBeginningWith(std::string_view prefix) const;
+  void ForgetCalls() { calls_.clear(); }
+
+  /// The state of a control of the main window, or of the window named.
+  RecordedControl &Control(std::int32_t id, std::string_view window = "MainWindow");
+  /// How often the program has yielded.
+  int Yields() const { return yields_; }
+
+  /// Runs `action` in every yield, with the number of the yield (1 for the first).
+  void AtEachYield(std::function<void(int yield)> action) { atEachYield_ = std::move(action); }
+  /// Runs `action` once, in the yield of that number.
+  void AtYield(int yield, std::function<void()> action) { atYield_[yield] = std::move(action); }
+  /// Runs `action` when the event loop starts, before any timer.
+  void AtEventLoop(std::function<void()> action) { atEventLoop_ = std::move(action); }
+
+  /// Calls the drag handlers that are installed; noErr when there is none.
+  OSErr TrackDrag(DragTrackingMessage message, DragRef drag);
+  OSErr DropDrag(DragRef drag);
+
+  /// What is missing from the interface file.
+  bool interfaceFileMissing = false;
+  std::set<std::string, std::less<>> missingWindows;  ///< "MenuBar" stands for the menu bar
+  std::set<std::int32_t> missingControls;             ///< IDs, of every window
+  bool helpMenuMissing = false;
+  /// Installing the drop's receive handler fails with this.
+  OSErr receiveHandlerError = noErr;
+
+  /// For the platform's calls: notes a line; does what a yield and the event loop do.
+  void Record(std::string line) { calls_.push_back(std::move(line)); }
+  void Yield();
+  void RunEventLoop();
+
+ private:
+  std::vector<std::string> calls_;
+  std::map<std::string, RecordedControl, std::less<>> controls_;
+  int yields_ = 0;
+  std::function<void(int)> atEachYield_;
+  std::map<int, std::function<void()>> atYield_;
+  std::function<void()> atEventLoop_;
+};
+
+/// The one recorder of the process.
+///
+/// Its event loop does not sleep: timers fire in the order in which they are due, each as if its
+/// time had come, until none is armed or the loop was quit.
+CRecorder &Recorder();
+
+/// Begins anew: no calls, no windows, no actions, nothing missing, no timer armed. Event handlers
+/// of the application stay installed.
+void ResetRecorder();
