@@ -1,0 +1,252 @@
+"""What flattening one folder must leave behind, worked out on a tree in memory.
+
+The model shares nothing with the program: it knows the rules, not the code. Names are bytes, as on
+disk. New names that the program makes unique carry a UUID; the model makes up UUIDs of its own, and
+`canonical` turns every UUID into one token so that the two trees can be compared.
+"""
+
+import re
+from dataclasses import dataclass, field, replace
+
+NAME_MAX = 255
+PATH_BUFFER = 4096  # of a path handed to an alias script, terminator included
+COLLATE_PATH_BUFFER = 2048  # of a path in the collate phase, terminator included
+
+PACKAGE_EXTENSIONS = {b"app", b"bundle", b"framework", b"plugin", b"kext"}
+DOCUMENT_PACKAGES = {b"rtfd", b"photoslibrary"}  # two of those registered with the program
+
+UUID = re.compile(rb"[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}")
+UUID_TOKEN = b"<UUID>"
+
+FOLDER, FILE, LINK, PIPE, SOCKET = "folder", "file", "link", "pipe", "socket"
+
+
+@dataclass(eq=False)
+class Node:
+    """An item. Two names of one hard-linked file share `identity` but are two nodes."""
+
+    kind: str
+    identity: object = None  # tells files apart; None for links and folders
+    mode: int = 0o644
+    target: bytes = b""  # of a link
+    items: dict = field(default_factory=dict)  # of a folder: name -> Node
+    bundleBit: bool = False
+    invisibleBit: bool = False
+
+    @property
+    def isFolder(self):
+        return self.kind == FOLDER
+
+    def copy(self):
+        return replace(self, items={name: item.copy() for name, item in self.items.items()})
+
+
+@dataclass
+class Preferences:
+    operation: int = 1
+    renameDuplicates: bool = True
+    ignoreApplications: bool = True
+    deleteEmptiedFolders: bool = False
+    aggregateFilesWhenDone: bool = False
+
+
+def extension_of(name):
+    """The text after the last dot, or None when there is no dot or nothing after it."""
+    return name.rpartition(b".")[2] or None if b"." in name else None
+
+
+def is_package(name, node):
+    extension = extension_of(name)
+    if extension is not None and extension.lower() in PACKAGE_EXTENSIONS:
+        return True
+    if not node.isFolder:
+        return False
+    contents = node.items.get(b"Contents")
+    if contents and contents.isFolder:
+        info = contents.items.get(b"Info.plist")
+        if info and info.kind == FILE:
+            return True
+    runner = node.items.get(b"AppRun")
+    if runner and runner.kind == FILE and runner.mode & 0o111:
+        return True
+    return node.bundleBit or (extension is not None and extension.lower() in DOCUMENT_PACKAGES)
+
+
+def parse_literal(text):
+    """The string that `"text"` stands for in the scripting language; None when it is not one."""
+    escapes = {b"\\": b"\\", b'"': b'"', b"n": b"\n", b"r": b"\r", b"t": b"\t"}
+    out, rest = b"", text
+    while rest:
+        byte, rest = rest[:1], rest[1:]
+        if byte == b'"':
+            return None
+        if byte == b"\\":
+            if rest[:1] not in escapes:
+                return None
+            byte, rest = escapes[rest[:1]], rest[1:]
+        out += byte
+    return out
+
+
+class Flattening:
+    """One run over one dropped folder. `root` is changed in place; `path` is its absolute path."""
+
+    def __init__(self, root, path, preferences):
+        self.root, self.path, self.preferences = root, path, preferences
+        self.uuids = 0
+        # How often each rule had something to do: a test that never meets a rule proves nothing.
+        self.seen = dict.fromkeys(
+            ("moved", "renamed", "left for a taken name", "left for a long name", "aliases",
+             "no alias", "packages kept whole", "deleted folders", "deleted files",
+             "kept packages", "collated", "not collated for a taken name"), 0)
+
+    def run(self):
+        for folder, name in self.collected_items():
+            if self.preferences.operation == 1:
+                self.move_up(folder, name)
+            elif self.preferences.operation == 2:
+                self.make_alias(folder, name)
+        if self.preferences.deleteEmptiedFolders:
+            self.remove_folders()
+        if self.preferences.aggregateFilesWhenDone:
+            self.collate()
+        return self.seen
+
+    # Counting and collecting -------------------------------------------------------------------
+
+    def collected_items(self):
+        """The (path of folders, name) of every item to handle, in the order of handling."""
+        rootName = self.path.rpartition(b"/")[2]
+        if self.preferences.ignoreApplications and is_package(rootName, self.root):
+            return []
+        found = []
+        self.walk(self.root, (), found)
+        return found
+
+    def walk(self, folder, place, found):
+        for name in sorted(folder.items):
+            item = folder.items[name]
+            if not item.isFolder:
+                found.append((place, name))
+            elif self.preferences.ignoreApplications and is_package(name, item):
+                self.seen["packages kept whole"] += 1
+                found.append((place, name))
+            else:
+                self.walk(item, place + (name,), found)
+
+    def folder_at(self, place):
+        folder = self.root
+        for name in place:
+            folder = folder.items[name]
+        return folder
+
+    # Handling one item -------------------------------------------------------------------------
+
+    def move_up(self, place, name):
+        if not place:
+            return
+        folder, newName = self.folder_at(place), name
+        if name in self.root.items:
+            if not self.preferences.renameDuplicates:
+                self.seen["left for a taken name"] += 1
+                return
+            newName = self.unique_name(name)
+            if len(newName) > NAME_MAX:
+                self.seen["left for a long name"] += 1
+                return
+            self.seen["renamed"] += 1
+        self.seen["moved"] += 1
+        self.root.items[newName] = folder.items.pop(name)
+
+    def unique_name(self, name):
+        self.uuids += 1
+        uuid = b"%08X-0000-4000-8000-%012X" % (self.uuids, self.uuids)
+        extension = extension_of(name)
+        base = name if extension is None else name[: -len(extension) - 1]
+        return ((base + b" - " if base else b"") + uuid
+                + (b"" if extension is None else b"." + extension))
+
+    def make_alias(self, place, name):
+        folderPath = parse_literal(self.path)
+        full = b"/".join((self.path, *place, name))
+        filePath = parse_literal(full)
+        # An escape turns one path into another; the folder is then one that does not exist.
+        if (len(full) >= PATH_BUFFER or folderPath != self.path or filePath is None
+                or not self.exists(filePath)):
+            self.seen["no alias"] += 1
+            return
+        name = filePath.rpartition(b"/")[2]
+        tries = 0
+        aliasName = name
+        while aliasName in self.root.items:
+            tries += 1
+            aliasName = name + b" alias" + (b" %d" % tries if tries > 1 else b"")
+        if len(aliasName) > NAME_MAX:
+            self.seen["no alias"] += 1
+            return
+        self.seen["aliases"] += 1
+        self.root.items[aliasName] = Node(LINK, target=filePath)
+
+    def exists(self, path):
+        node = self.root
+        for name in path[len(self.path) + 1:].split(b"/"):
+            if not node.isFolder or name not in node.items:
+                return False
+            node = node.items[name]
+        return True
+
+    # After the handling ------------------------------------------------------------------------
+
+    def remove_folders(self):
+        for name, item in list(self.root.items.items()):
+            if not item.isFolder:
+                continue
+            if is_package(name, item):
+                self.seen["kept packages"] += 1
+                continue
+            self.seen["deleted folders"] += 1
+            self.seen["deleted files"] += any(not i.isFolder for i in item.items.values())
+            del self.root.items[name]
+
+    def collate(self):
+        for name in sorted(self.root.items):
+            item = self.root.items[name]
+            extension = extension_of(name)
+            if name.startswith(b".") or (item.invisibleBit and not item.isFolder):
+                continue
+            if extension is None:
+                continue
+            if len(self.path) + 1 + len(extension) >= COLLATE_PATH_BUFFER:
+                continue
+            # The folder is made before it is known whether the item can go into it.
+            folder = self.root.items.setdefault(extension, Node(FOLDER, mode=0o755))
+            if len(self.path) + 1 + len(name) >= COLLATE_PATH_BUFFER:
+                continue
+            if not folder.isFolder or name in folder.items:
+                self.seen["not collated for a taken name"] += 1
+                continue
+            self.seen["collated"] += 1
+            folder.items[name] = self.root.items.pop(name)
+
+
+def canonical(node):
+    """A value that is equal for two trees exactly when they hold the same, UUIDs aside."""
+    if node.isFolder:
+        items = [(UUID.sub(UUID_TOKEN, name), canonical(item)) for name, item in node.items.items()]
+        return (FOLDER, node.mode, tuple(sorted(items, key=repr)))
+    if node.kind == LINK:
+        return (LINK, node.target)
+    return (node.kind, node.mode, node.identity)
+
+
+def drawing(value, name=b".", indent=0):
+    """A canonical tree as indented lines."""
+    kind, *rest = value
+    line = "  " * indent + repr(name)[1:]
+    if kind == FOLDER:
+        lines = [f"{line}/ {rest[0]:o}"]
+        for itemName, item in rest[1]:
+            lines += drawing(item, itemName, indent + 1)
+        return lines
+    return [f"{line} {kind} " + " ".join(f"{r:o}" if i == 0 and kind != LINK else repr(r)
+                                         for i, r in enumerate(rest))]
