@@ -125,7 +125,7 @@ OSErr FSCloseIterator(FSIterator &iterator);
 /// came. Returns errFSNoMoreItems when there is nothing left after them. Each output but `actual`
 /// may be left out; those given are arrays of `maximum` entries.
 ///
-/// The folder is listed once, at the first read, so `containerChanged` is always false. The node
+/// The folder is listed once, when it is opened, so `containerChanged` is always false. The node
 /// flags of a flat iterator carry the folder bit only; a deleting one carries the locked bit too.
 OSErr FSGetCatalogInfoBulk(const FSIterator &iterator, std::uint32_t maximum, std::uint32_t *actual,
                            bool *containerChanged, FSCatalogInfoBitmap whichInfo,

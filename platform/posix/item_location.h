@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "platform/file_manager.h"
+#include "platform/posix/item_reference.h"
 
 struct ItemLocation {
   int folder;        ///< descriptor of the folder that holds the item; may be opened with O_PATH
@@ -19,6 +20,9 @@ OSErr LocateItem(const FSRef &item, ItemLocation *location);
 
 /// Opens the item itself as a folder, under the same checks. dirNFErr when it is not one.
 OSErr OpenFolder(const FSRef &folder, int *descriptor);
+
+/// The same, and the folder's place in the table of folders.
+OSErr FindTableFolder(const FSRef &folder, FolderIndex *index, int *descriptor);
 
 /// The item's name as on disk; "/" for the root.
 std::string_view NameOnDisk(const FSRef &item);

@@ -1,0 +1,127 @@
+#include "platform/posix/disk_names.h"
+
+#include <iterator>
+
+namespace {
+
+constexpr char16_t kFirstByteSurrogate = 0xDC80;
+constexpr char16_t kLastByteSurrogate = 0xDCFF;
+
+unsigned char ByteAt(std::string_view bytes, std::size_t index) {
+  return static_cast<unsigned char>(bytes[index]);
+}
+
+bool IsContinuation(unsigned char byte) {
+  return (byte & 0xC0) == 0x80;
+}
+
+/// The length of the valid UTF-8 sequence that starts at `start`, and its code point; 0 when there
+/// is none. Overlong forms, surrogates and what lies beyond U+10FFFF are not valid (RFC 3629).
+std::size_t SequenceLength(std::string_view bytes, std::size_t start, char32_t *codePoint) {
+  const unsigned char lead = ByteAt(bytes, start);
+  std::size_t length = 0;
+  char32_t value = 0;
+  char32_t smallest = 0;
+  if (lead < 0x80) {
+    *codePoint = lead;
+    return 1;
+  }
+  if ((lead & 0xE0) == 0xC0) {
+    length = 2, value = lead & 0x1F, smallest = 0x80;
+  } else if ((lead & 0xF0) == 0xE0) {
+    length = 3, value = lead & 0x0F, smallest = 0x800;
+  } else if ((lead & 0xF8) == 0xF0) {
+    length = 4, value = lead & 0x07, smallest = 0x10000;
+  }
+  if (length == 0 || start + length > bytes.size()) return 0;
+  for (std::size_t i = 1; i < length; ++i) {
+    const unsigned char byte = ByteAt(bytes, start + i);
+    if (!IsContinuation(byte)) return 0;
+    value = value << 6 | (byte & 0x3F);
+  }
+  if (value < smallest || value > 0x10FFFF || (value >= 0xD800 && value <= 0xDFFF)) return 0;
+  *codePoint = value;
+  return length;
+}
+
+/// Writes the text of `bytes` to `out`, which has room for one unit a byte, and returns its length.
+std::size_t Decode(std::string_view bytes, char16_t *out) {
+  std::size_t length = 0;
+  for (std::size_t i = 0; i < bytes.size();) {
+    char32_t codePoint = 0;
+    const std::size_t sequence = SequenceLength(bytes, i, &codePoint);
+    if (sequence == 0) {
+      out[length++] = static_cast<char16_t>(0xDC00 + ByteAt(bytes, i));
+      ++i;
+      continue;
+    }
+    if (codePoint >= 0x10000) {
+      out[length++] = static_cast<char16_t>(0xD800 + ((codePoint - 0x10000) >> 10));
+      out[length++] = static_cast<char16_t>(0xDC00 + ((codePoint - 0x10000) & 0x3FF));
+    } else {
+      out[length++] = static_cast<char16_t>(codePoint);
+    }
+    i += sequence;
+  }
+  return length;
+}
+
+void AppendUtf8(char32_t codePoint, std::string *bytes) {
+  const auto append = [bytes](char32_t byte) { bytes->push_back(static_cast<char>(byte)); };
+  if (codePoint < 0x80) {
+    append(codePoint);
+  } else if (codePoint < 0x800) {
+    append(0xC0 | codePoint >> 6);
+    append(0x80 | (codePoint & 0x3F));
+  } else if (codePoint < 0x10000) {
+    append(0xE0 | codePoint >> 12);
+    append(0x80 | (codePoint >> 6 & 0x3F));
+    append(0x80 | (codePoint & 0x3F));
+  } else {
+    append(0xF0 | codePoint >> 18);
+    append(0x80 | (codePoint >> 12 & 0x3F));
+    append(0x80 | (codePoint >> 6 & 0x3F));
+    append(0x80 | (codePoint & 0x3F));
+  }
+}
+
+}  // namespace
+
+std::u16string TextFromDisk(std::string_view bytes) {
+  std::u16string text(bytes.size(), u'\0');
+  text.resize(Decode(bytes, text.data()));
+  return text;
+}
+
+void NameFromDisk(std::string_view bytes, HFSUniStr255 *name) {
+  name->length =
+      static_cast<std::uint16_t>(Decode(bytes.substr(0, std::size(name->unicode)), name->unicode));
+}
+
+bool TextToDisk(std::u16string_view text, std::string *bytes) {
+  bytes->clear();
+  bytes->reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char16_t unit = text[i];
+    if (unit == 0) return false;
+    if (unit < 0xD800 || unit > 0xDFFF) {
+      AppendUtf8(unit, bytes);
+    } else if (unit < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
+               text[i + 1] <= 0xDFFF) {
+      AppendUtf8(0x10000 + ((static_cast<char32_t>(unit) - 0xD800) << 10) + (text[i + 1] - 0xDC00),
+                 bytes);
+      ++i;
+    } else if (unit >= kFirstByteSurrogate && unit <= kLastByteSurrogate) {
+      bytes->push_back(static_cast<char>(unit - 0xDC00));
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
+OSErr NameToDisk(std::u16string_view name, std::string *bytes) {
+  if (name.empty() || !TextToDisk(name, bytes)) return bdNamErr;
+  if (bytes->size() > 255 || bytes->find('/') != std::string::npos) return bdNamErr;
+  return *bytes == "." || *bytes == ".." ? bdNamErr : noErr;
+}

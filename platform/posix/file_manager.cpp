@@ -1,0 +1,189 @@
+#include "platform/file_manager.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <string>
+
+#include "platform/posix/disk_names.h"
+#include "platform/posix/errors.h"
+#include "platform/posix/finder_info.h"
+#include "platform/posix/folder_table.h"
+#include "platform/posix/item_location.h"
+#include "platform/posix/item_status.h"
+#include "platform/posix/tree_changes.h"
+
+namespace {
+
+/// The item whose existence was seen last. Its name may be asked for again without another look at
+/// the disk: the steps that handle one file ask for it several times within microseconds.
+FSRef lastSeenItem = {};
+
+bool WasSeenLast(const FSRef &ref) {
+  return std::equal(std::begin(ref.hidden), std::end(ref.hidden), std::begin(lastSeenItem.hidden));
+}
+
+void ForgetSeenItem() {
+  lastSeenItem = {};
+}
+
+OSErr SeeItem(const FSRef &ref, ItemStatus *status, ItemLocation *location) {
+  ForgetSeenItem();
+  const OSErr error = ReadItemStatus(ref, status, location);
+  if (error == noErr) lastSeenItem = ref;
+  return error;
+}
+
+void FillFinderInfo(const ItemLocation &location, FSCatalogInfo *info) {
+  const FinderInfo finderInfo = ReadFinderInfo(location);
+  std::copy_n(finderInfo.begin(), 16, info->finderInfo);
+  std::copy_n(finderInfo.begin() + 16, 16, info->extFinderInfo);
+}
+
+std::uint32_t NodeIDOf(const ItemReference &item) {
+  if (item.folder == kRootFolder && item.NameView() == "/") return fsRtDirID;
+  // Numbers below 16 are the volume's own; an inode number must not pass for one of them.
+  return 16 + static_cast<std::uint32_t>(item.inode % (UINT32_MAX - 16));
+}
+
+/// The reference to the item that now stands under `name` in the folder.
+FSRef RefAtNewPlace(const FSRef &ref, FolderIndex folder, std::string_view name) {
+  ItemReference moved = ReferenceIn(ref);
+  moved.folder = folder;
+  moved.SetName(name);
+  return RefHolding(moved);
+}
+
+}  // namespace
+
+OSErr FSGetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, FSCatalogInfo *info,
+                       HFSUniStr255 *name, FSSpec *spec, FSRef *parent) {
+  const ItemReference &item = ReferenceIn(ref);
+  if (item.folder == 0) return paramErr;
+  if (info == nullptr) whichInfo = kFSCatInfoNone;
+
+  const bool wantsFinderInfo = (whichInfo & (kFSCatInfoFinderInfo | kFSCatInfoFinderXInfo)) != 0;
+  const bool wantsStatus = (whichInfo & kFSCatInfoNodeFlags) != 0 || wantsFinderInfo;
+  const bool wantsNothing =
+      whichInfo == kFSCatInfoNone && name == nullptr && spec == nullptr && parent == nullptr;
+  const bool wantsName = name != nullptr || spec != nullptr;
+  if (wantsStatus || wantsNothing || (wantsName && !WasSeenLast(ref))) {
+    ItemStatus status;
+    ItemLocation location;
+    if (OSErr error = SeeItem(ref, &status, &location); error != noErr) return error;
+    if (wantsFinderInfo) FillFinderInfo(location, info);
+    if (wantsStatus) {
+      info->nodeFlags =
+          static_cast<std::uint16_t>((status.IsFolder() ? kFSNodeIsDirectoryMask : 0) |
+                                     (status.IsLocked() ? kFSNodeLockedMask : 0));
+    }
+  }
+  if ((whichInfo & kFSCatInfoVolume) != 0) info->volume = VolumeOfDevice(item.device);
+  if ((whichInfo & kFSCatInfoNodeID) != 0) info->nodeID = NodeIDOf(item);
+  if ((whichInfo & kFSCatInfoTextEncoding) != 0) info->textEncodingHint = kTextEncodingUnknown;
+  if (name != nullptr) NameFromDisk(item.NameView(), name);
+  if (spec != nullptr) *spec = SpecOfItem(item);
+  if (parent != nullptr) *parent = RefOfFolder(item.folder);
+  return noErr;
+}
+
+OSErr FSSetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, const FSCatalogInfo &info) {
+  if (whichInfo != kFSCatInfoNodeFlags) return paramErr;
+  ItemStatus status;
+  ItemLocation location;
+  if (OSErr error = SeeItem(ref, &status, &location); error != noErr) return error;
+  if ((info.nodeFlags & kFSNodeLockedMask) != 0 || !status.IsLocked()) return noErr;
+  if (!status.IsFolder() && status.linkCount > 1) return permErr;
+  if (status.isImmutable) {
+    if (int error = ClearImmutableAttribute(location.folder, location.name); error != 0) {
+      return ErrorFromErrno(error);
+    }
+  }
+  return ErrorFromErrno(AddOwnerWritePermission(location.folder, location.name, status.mode));
+}
+
+OSErr FSMakeFSRefUnicode(const FSRef &parent, std::u16string_view name, TextEncoding /*hint*/,
+                         FSRef *result) {
+  std::string bytes;
+  if (OSErr error = NameToDisk(name, &bytes); error != noErr) return error;
+  FolderIndex folder = 0;
+  int descriptor = -1;
+  if (OSErr error = FindTableFolder(parent, &folder, &descriptor); error != noErr) return error;
+  ItemStatus status;
+  if (int error = ReadItemStatus(descriptor, bytes.c_str(), &status); error != 0) {
+    return ErrorFromErrno(error);
+  }
+  *result = RefHolding(ReferenceToSeenItem(folder, bytes, status));
+  return noErr;
+}
+
+OSErr PBMakeFSRefUnicodeSync(const FSRefParam &param) {
+  if (param.ref == nullptr || param.name == nullptr || param.newRef == nullptr) return paramErr;
+  return FSMakeFSRefUnicode(*param.ref, {param.name, param.nameLength}, param.textEncodingHint,
+                            param.newRef);
+}
+
+OSErr FSCreateDirectoryUnicode(const FSRef &parent, std::u16string_view name, FSRef *result) {
+  std::string bytes;
+  if (OSErr error = NameToDisk(name, &bytes); error != noErr) return error;
+  int descriptor = -1;
+  if (OSErr error = OpenFolder(parent, &descriptor); error != noErr) return error;
+  if (int error = MakeFolder(descriptor, bytes.c_str()); error != 0) return ErrorFromErrno(error);
+  return FSMakeFSRefUnicode(parent, name, kTextEncodingUnknown, result);
+}
+
+OSErr FSDeleteObject(const FSRef &ref) {
+  ForgetSeenItem();
+  ItemLocation location;
+  bool isFolder = ReferenceIn(ref).kind == ItemKind::kFolder;
+  if (ReferenceIn(ref).kind == ItemKind::kUnknown) {
+    ItemStatus status;
+    if (OSErr error = ReadItemStatus(ref, &status, &location); error != noErr) return error;
+    isFolder = status.IsFolder();
+  } else if (OSErr error = LocateItem(ref, &location); error != noErr) {
+    return error;
+  }
+  return ErrorFromErrno(isFolder ? RemoveEmptyFolder(location.folder, location.name)
+                                 : RemoveFile(location.folder, location.name));
+}
+
+OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
+  ForgetSeenItem();
+  const ItemReference &item = ReferenceIn(ref);
+  if (item.folder == 0) return paramErr;
+  FolderIndex folder = 0;
+  int to = -1;
+  if (OSErr error = FindTableFolder(destination, &folder, &to); error != noErr) return error;
+  int from = -1;
+  if (OSErr error = OpenTableFolder(item.folder, &from, folder); error != noErr) return error;
+  if (int error = RenameWithoutReplacing(from, item.Name(), to, item.Name()); error != 0) {
+    return ErrorFromErrno(error);
+  }
+  *result = RefAtNewPlace(ref, folder, item.NameView());
+  return noErr;
+}
+
+OSErr FSRenameUnicode(const FSRef &ref, std::u16string_view name, TextEncoding /*hint*/,
+                      FSRef *result) {
+  ForgetSeenItem();
+  std::string bytes;
+  if (OSErr error = NameToDisk(name, &bytes); error != noErr) return error;
+  ItemLocation location;
+  if (OSErr error = LocateItem(ref, &location); error != noErr) return error;
+  if (int error =
+          RenameWithoutReplacing(location.folder, location.name, location.folder, bytes.c_str());
+      error != 0) {
+    return ErrorFromErrno(error);
+  }
+  *result = RefAtNewPlace(ref, ReferenceIn(ref).folder, bytes);
+  return noErr;
+}
+
+OSErr FSCompareFSRefs(const FSRef &first, const FSRef &second) {
+  const ItemReference &a = ReferenceIn(first);
+  const ItemReference &b = ReferenceIn(second);
+  const bool isSame = a.isIdentified && b.isIdentified
+                          ? a.device == b.device && a.inode == b.inode
+                          : a.folder == b.folder && a.NameView() == b.NameView();
+  return isSame ? noErr : errFSRefsDifferent;
+}

@@ -1,0 +1,195 @@
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+#include "platform/posix/disk_names.h"
+#include "platform/posix/errors.h"
+#include "platform/posix/folder_table.h"
+#include "platform/posix/item_location.h"
+#include "platform/posix/item_status.h"
+
+namespace {
+
+/// One listed item; its name stands in the iterator's text.
+struct ListedItem {
+  std::uint64_t sortKey;  ///< the first eight bytes of the name, so that most comparisons need no
+                          ///< look at the text
+  std::uint32_t nameStart;
+  std::uint8_t nameLength;
+  ItemKind kind;
+};
+
+std::uint64_t SortKey(std::string_view name) {
+  std::array<unsigned char, 8> bytes{};
+  std::copy_n(name.begin(), std::min(name.size(), bytes.size()), bytes.begin());
+  std::uint64_t key = 0;
+  for (const unsigned char byte : bytes) key = key << 8 | byte;
+  return key;
+}
+
+ItemKind KindFromListing(unsigned char type) {
+  if (type == DT_DIR) return ItemKind::kFolder;
+  return type == DT_UNKNOWN ? ItemKind::kUnknown : ItemKind::kOther;
+}
+
+}  // namespace
+
+struct FolderIterator {
+  FolderIndex folder = 0;
+  FSIteratorFlags flags = kFSIterateFlat;
+  OSErr listingError = noErr;
+  std::vector<char> text;
+  std::vector<ListedItem> items;
+  std::size_t next = 0;
+
+  std::string_view NameOf(const ListedItem &item) const {
+    return {text.data() + item.nameStart, item.nameLength};
+  }
+
+  void Add(const struct dirent64 &entry) {
+    const std::string_view name(entry.d_name);
+    if (name == "." || name == "..") return;
+    items.push_back({SortKey(name), static_cast<std::uint32_t>(text.size()),
+                     static_cast<std::uint8_t>(name.size()), KindFromListing(entry.d_type)});
+    text.insert(text.end(), name.begin(), name.end());
+    text.push_back('\0');
+  }
+
+  void Sort() {
+    const auto isBefore = [this](const ListedItem &a, const ListedItem &b) {
+      return a.sortKey != b.sortKey ? a.sortKey < b.sortKey : NameOf(a) < NameOf(b);
+    };
+    if (!std::is_sorted(items.begin(), items.end(), isBefore)) {
+      std::sort(items.begin(), items.end(), isBefore);
+    }
+  }
+
+  /// Reads all names of the folder behind `descriptor`, whose position is at its start.
+  OSErr List(int descriptor) {
+    alignas(struct dirent64) static std::array<char, 65536> buffer;
+    for (;;) {
+      const ssize_t size = getdents64(descriptor, buffer.data(), buffer.size());
+      if (size < 0 && errno == EINTR) continue;
+      if (size < 0) return ErrorFromErrno(errno);
+      if (size == 0) break;
+      for (ssize_t at = 0; at < size;) {
+        const auto *entry = reinterpret_cast<const struct dirent64 *>(buffer.data() + at);
+        Add(*entry);
+        at += entry->d_reclen;
+      }
+    }
+    Sort();
+    return noErr;
+  }
+};
+
+namespace {
+
+OSErr OpenAndList(const FSRef &container, FolderIterator *iterator) {
+  const ItemReference &reference = ReferenceIn(container);
+  if (reference.folder == 0) return paramErr;
+  const bool isRoot = reference.folder == kRootFolder && reference.NameView() == "/";
+  int descriptor = -1;
+  OSErr error = isRoot ? EnterRootForListing(&iterator->folder, &descriptor)
+                       : EnterFolder(reference.folder, reference.Name(), O_RDONLY, &reference,
+                                     &iterator->folder, &descriptor);
+  if (error == afpAccessDenied) {
+    iterator->listingError = error;
+    return noErr;
+  }
+  if (error != noErr) return error;
+
+  if (iterator->flags == kFSIterateDelete) {
+    ItemStatus status;
+    if (int failed = ReadItemStatus(descriptor, "", &status); failed != 0) {
+      return ErrorFromErrno(failed);
+    }
+    if (status.isMountPoint || status.device != EntryOf(reference.folder).device) return fBsyErr;
+  }
+  iterator->listingError = iterator->List(descriptor);
+  return noErr;
+}
+
+/// Completes what the listing left open: the kind where it was unknown and the locked bit where it
+/// will be needed. Answers false for an item that has vanished since.
+bool ReadFlags(FSIteratorFlags flags, const FSRef &ref, ItemReference *item,
+               std::uint16_t *nodeFlags) {
+  bool isLocked = false;
+  if (item->kind == ItemKind::kUnknown || flags == kFSIterateDelete) {
+    ItemStatus status;
+    ItemLocation location;
+    const OSErr error = ReadItemStatus(ref, &status, &location);
+    if (error == fnfErr) return false;
+    if (error == noErr) {
+      item->kind = status.IsFolder() ? ItemKind::kFolder : ItemKind::kOther;
+      isLocked = status.IsLocked();
+    }
+  }
+  *nodeFlags =
+      static_cast<std::uint16_t>((item->kind == ItemKind::kFolder ? kFSNodeIsDirectoryMask : 0) |
+                                 (isLocked ? kFSNodeLockedMask : 0));
+  return true;
+}
+
+}  // namespace
+
+void FolderIteratorCloser::operator()(FolderIterator *iterator) const {
+  delete iterator;
+}
+
+OSErr FSOpenIterator(const FSRef &container, FSIteratorFlags flags, FSIterator *iterator) {
+  try {
+    FSIterator opened(new FolderIterator);
+    opened->flags = flags;
+    if (OSErr error = OpenAndList(container, opened.get()); error != noErr) return error;
+    *iterator = std::move(opened);
+    return noErr;
+  } catch (const std::bad_alloc &) {
+    return memFullErr;
+  }
+}
+
+OSErr FSCloseIterator(FSIterator &iterator) {
+  iterator.reset();
+  return noErr;
+}
+
+OSErr FSGetCatalogInfoBulk(const FSIterator &iterator, std::uint32_t maximum, std::uint32_t *actual,
+                           bool *containerChanged, FSCatalogInfoBitmap whichInfo,
+                           FSCatalogInfo *infos, FSRef *refs, FSSpec *specs, HFSUniStr255 *names) {
+  *actual = 0;
+  if (containerChanged != nullptr) *containerChanged = false;
+  if (iterator == nullptr || maximum == 0) return paramErr;
+  if (iterator->listingError != noErr) return iterator->listingError;
+
+  while (*actual < maximum) {
+    if (iterator->next == iterator->items.size()) return errFSNoMoreItems;
+    const ListedItem &listed = iterator->items[iterator->next++];
+    ItemReference item{};
+    item.device = EntryOf(iterator->folder).device;
+    item.folder = iterator->folder;
+    item.kind = listed.kind;
+    item.SetName(iterator->NameOf(listed));
+    std::uint16_t nodeFlags = 0;
+    if (!ReadFlags(iterator->flags, RefHolding(item), &item, &nodeFlags)) continue;
+
+    const FSRef ref = RefHolding(item);
+    if (infos != nullptr) {
+      const FSCatalogInfoBitmap others = whichInfo & ~kFSCatInfoNodeFlags;
+      if (others != 0)
+        (void)FSGetCatalogInfo(ref, others, &infos[*actual], nullptr, nullptr, nullptr);
+      infos[*actual].nodeFlags = nodeFlags;
+    }
+    if (refs != nullptr) refs[*actual] = ref;
+    if (specs != nullptr) specs[*actual] = SpecOfItem(item);
+    if (names != nullptr) NameFromDisk(item.NameView(), &names[*actual]);
+    ++*actual;
+  }
+  return noErr;
+}

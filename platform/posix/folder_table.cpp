@@ -1,0 +1,276 @@
+#include "platform/posix/folder_table.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/posix/errors.h"
+#include "platform/posix/folder_descriptors.h"
+
+namespace {
+
+constexpr int kSafeFlags = O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+struct Identity {
+  dev_t device;
+  ino_t inode;
+  bool operator==(const Identity &) const = default;
+};
+
+struct IdentityHash {
+  std::size_t operator()(const Identity &identity) const {
+    return static_cast<std::size_t>((identity.inode ^ identity.device << 40) * 0x9E3779B97F4A7C15u);
+  }
+};
+
+/// One open descriptor.
+struct Slot {
+  FolderIndex folder = 0;
+  int descriptor = -1;
+  std::uint64_t lastUse = 0;
+};
+
+struct FolderTable {
+  std::vector<FolderEntry> entries;
+  std::unordered_map<Identity, FolderIndex, IdentityHash> byIdentity;
+  std::array<Slot, 64> slots;
+  std::uint64_t useCount = 0;
+  FolderIndex lastUsed = 0;
+
+  FolderTable() {
+    entries.reserve(256);
+    entries.push_back({0, "", 0, -1, 0, 0});
+    struct stat root {};
+    (void)stat("/", &root);
+    entries.push_back({kRootFolder, "/", 1, -1, root.st_dev, root.st_ino});
+    byIdentity[{root.st_dev, root.st_ino}] = kRootFolder;
+  }
+
+  int Use(FolderIndex folder) {
+    Slot &slot = slots[static_cast<std::size_t>(entries[folder].slot)];
+    slot.lastUse = ++useCount;
+    lastUsed = folder;
+    return slot.descriptor;
+  }
+
+  void Close(Slot &slot) {
+    if (slot.folder == 0) return;
+    close(slot.descriptor);
+    entries[slot.folder].slot = -1;
+    if (lastUsed == slot.folder) lastUsed = 0;
+    slot = Slot();
+  }
+
+  /// A slot without a descriptor: the one used longest ago gives its own up, but never
+  /// `keepOpen`'s.
+  Slot &FreeSlot(FolderIndex keepOpen) {
+    Slot *oldest = nullptr;
+    for (Slot &slot : slots) {
+      if (slot.folder == 0) return slot;
+      if (slot.folder != keepOpen && (oldest == nullptr || slot.lastUse < oldest->lastUse)) {
+        oldest = &slot;
+      }
+    }
+    Close(*oldest);
+    return *oldest;
+  }
+
+  int Keep(FolderIndex folder, int descriptor, FolderIndex keepOpen) {
+    Slot &slot = FreeSlot(keepOpen);
+    slot.folder = folder;
+    slot.descriptor = descriptor;
+    entries[folder].slot = static_cast<std::int16_t>(&slot - slots.data());
+    return Use(folder);
+  }
+
+  /// Gives up all descriptors but those of two folders; false when there was none to give up.
+  bool CloseAllBut(FolderIndex first, FolderIndex second) {
+    bool any = false;
+    for (Slot &slot : slots) {
+      if (slot.folder == 0 || slot.folder == first || slot.folder == second) continue;
+      Close(slot);
+      any = true;
+    }
+    return any;
+  }
+};
+
+FolderTable &Table() {
+  static FolderTable table;
+  return table;
+}
+
+/// `openat` that gives up other descriptors when the process has too many. `from` is the folder
+/// behind `descriptor`.
+int OpenAt(int descriptor, const char *name, int flags, FolderIndex from, FolderIndex keepOpen) {
+  for (;;) {
+    const int opened = openat(descriptor, name, flags | kSafeFlags);
+    if (opened >= 0) return opened;
+    if (errno == EINTR) continue;
+    if (errno != EMFILE || !Table().CloseAllBut(from, keepOpen)) return -1;
+  }
+}
+
+/// Whether `descriptor` is the folder of the table.
+bool IsFolder(int descriptor, const FolderEntry &entry) {
+  struct stat found;
+  return fstat(descriptor, &found) == 0 && found.st_dev == entry.device &&
+         found.st_ino == entry.inode;
+}
+
+/// Opens a folder whose parent is open.
+OSErr OpenFromParent(FolderIndex folder, int parent, int *descriptor, FolderIndex keepOpen) {
+  FolderTable &table = Table();
+  const FolderEntry entry = table.entries[folder];
+  const int opened = OpenAt(parent, entry.name, O_PATH, entry.parent, keepOpen);
+  if (opened < 0) return ErrorFromErrno(errno);
+  if (!IsFolder(opened, entry)) {
+    close(opened);
+    return fnfErr;
+  }
+  *descriptor = table.Keep(folder, opened, keepOpen);
+  return noErr;
+}
+
+/// On the way up from a deep folder its parent is one step away, where the way down from the root
+/// would be as long as the folder is deep.
+bool OpenFromLastUsedChild(FolderIndex folder, int *descriptor, FolderIndex keepOpen) {
+  FolderTable &table = Table();
+  const FolderIndex child = table.lastUsed;
+  if (child == 0 || child == folder || table.entries[child].parent != folder) return false;
+  const int opened = OpenAt(table.Use(child), "..", O_PATH, child, keepOpen);
+  if (opened < 0) return false;
+  if (!IsFolder(opened, table.entries[folder])) {
+    close(opened);
+    return false;
+  }
+  *descriptor = table.Keep(folder, opened, keepOpen);
+  return true;
+}
+
+OSErr OpenRoot(int flags, int *descriptor, FolderIndex keepOpen) {
+  const int opened = OpenAt(AT_FDCWD, "/", flags, 0, keepOpen);
+  if (opened < 0) return ErrorFromErrno(errno);
+  *descriptor = Table().Keep(kRootFolder, opened, keepOpen);
+  return noErr;
+}
+
+}  // namespace
+
+const FolderEntry &EntryOf(FolderIndex folder) {
+  return Table().entries[folder];
+}
+
+OSErr OpenTableFolder(FolderIndex folder, int *descriptor, FolderIndex keepOpen) {
+  FolderTable &table = Table();
+  if (folder == 0 || folder >= table.entries.size()) return paramErr;
+  if (table.entries[folder].slot >= 0) {
+    *descriptor = table.Use(folder);
+    return noErr;
+  }
+  if (OpenFromLastUsedChild(folder, descriptor, keepOpen)) return noErr;
+
+  std::vector<FolderIndex> closed;  // from `folder` up to below the first one that is open
+  FolderIndex above = folder;
+  while (table.entries[above].slot < 0 && above != kRootFolder) {
+    closed.push_back(above);
+    above = table.entries[above].parent;
+  }
+  if (table.entries[above].slot >= 0) {
+    *descriptor = table.Use(above);
+  } else if (OSErr error = OpenRoot(O_PATH, descriptor, keepOpen); error != noErr) {
+    return error;
+  }
+  for (auto next = closed.rbegin(); next != closed.rend(); ++next) {
+    if (OSErr error = OpenFromParent(*next, *descriptor, descriptor, keepOpen); error != noErr) {
+      return error;
+    }
+  }
+  return noErr;
+}
+
+OSErr EnterFolder(FolderIndex parent, const char *name, int openFlags,
+                  const ItemReference *expected, FolderIndex *folder, int *descriptor) {
+  FolderTable &table = Table();
+  int parentDescriptor = -1;
+  if (OSErr error = OpenTableFolder(parent, &parentDescriptor); error != noErr) return error;
+  const int opened = OpenAt(parentDescriptor, name, openFlags, parent, 0);
+  if (opened < 0) return ErrorFromErrno(errno);
+  struct stat found;
+  if (fstat(opened, &found) != 0) {
+    const int error = errno;
+    close(opened);
+    return ErrorFromErrno(error);
+  }
+  if (expected != nullptr && expected->isIdentified &&
+      (expected->device != found.st_dev || expected->inode != found.st_ino)) {
+    close(opened);
+    return fnfErr;
+  }
+
+  const Identity identity{found.st_dev, found.st_ino};
+  const std::string_view nameView(name);
+  FolderIndex index = FindFolder(found.st_dev, found.st_ino);
+  const bool isSamePlace =
+      index != 0 && table.entries[index].parent == parent &&
+      nameView == std::string_view(table.entries[index].name, table.entries[index].nameLength);
+  if (!isSamePlace) {
+    index = static_cast<FolderIndex>(table.entries.size());
+    table.entries.push_back({parent, KeepName(nameView), static_cast<std::uint8_t>(nameView.size()),
+                             -1, found.st_dev, found.st_ino});
+    table.byIdentity[identity] = index;
+  }
+  // What was open before may be unfit for listing, so the newer descriptor stays.
+  CloseFolder(index);
+  *folder = index;
+  *descriptor = table.Keep(index, opened, parent);
+  return noErr;
+}
+
+OSErr EnterRootForListing(FolderIndex *folder, int *descriptor) {
+  CloseFolder(kRootFolder);
+  *folder = kRootFolder;
+  return OpenRoot(O_RDONLY, descriptor, 0);
+}
+
+FSRef RefOfFolder(FolderIndex folder) {
+  const FolderEntry &entry = EntryOf(folder);
+  ItemReference reference{};
+  reference.device = entry.device;
+  reference.inode = entry.inode;
+  reference.folder = entry.parent;
+  reference.kind = ItemKind::kFolder;
+  reference.isIdentified = true;
+  reference.SetName({entry.name, entry.nameLength});
+  return RefHolding(reference);
+}
+
+void CloseFolder(FolderIndex folder) {
+  FolderTable &table = Table();
+  if (table.entries[folder].slot >= 0) {
+    table.Close(table.slots[static_cast<std::size_t>(table.entries[folder].slot)]);
+  }
+}
+
+FolderIndex FindFolder(dev_t device, ino_t inode) {
+  const auto found = Table().byIdentity.find({device, inode});
+  return found == Table().byIdentity.end() ? 0 : found->second;
+}
+
+std::int16_t VolumeOfDevice(std::uint64_t device) {
+  static std::vector<std::uint64_t> devices;
+  std::size_t number = 0;
+  while (number < devices.size() && devices[number] != device) ++number;
+  if (number == devices.size()) devices.push_back(device);
+  return static_cast<std::int16_t>(-1 - static_cast<std::int16_t>(number));
+}
+
+void CloseFolderDescriptors() {
+  (void)Table().CloseAllBut(0, 0);
+}

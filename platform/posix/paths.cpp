@@ -1,0 +1,121 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+#include "platform/posix/errors.h"
+#include "platform/posix/folder_table.h"
+#include "platform/posix/item_location.h"
+#include "platform/posix/item_status.h"
+
+namespace {
+
+/// Paths of folders that were looked up lately, with what they led to. Collating asks for the same
+/// few again and again.
+struct KnownPath {
+  std::string path;
+  FolderIndex folder = 0;
+};
+std::array<KnownPath, 32> knownPaths;
+std::size_t nextKnownPath = 0;
+
+/// The folder that a path is known to lead to, provided that it still does; 0 otherwise.
+FolderIndex FindKnownPath(std::string_view path) {
+  for (const KnownPath &known : knownPaths) {
+    if (known.folder == 0 || known.path != path) continue;
+    ItemStatus status;
+    const FolderEntry &entry = EntryOf(known.folder);
+    const bool isSame = ReadItemStatus(AT_FDCWD, known.path.c_str(), &status) == 0 &&
+                        status.device == entry.device && status.inode == entry.inode;
+    return isSame ? known.folder : 0;
+  }
+  return 0;
+}
+
+void RememberPath(std::string_view path, FolderIndex folder) {
+  for (KnownPath &known : knownPaths) {
+    if (known.path == path) {
+      known.folder = folder;
+      return;
+    }
+  }
+  knownPaths[nextKnownPath++ % knownPaths.size()] = {std::string(path), folder};
+}
+
+/// Enters the folders of a path one after the other.
+OSErr WalkPath(std::string_view path, FolderIndex *folder) {
+  *folder = kRootFolder;
+  for (std::size_t at = 0; at < path.size();) {
+    const std::size_t end = std::min(path.find('/', at), path.size());
+    const std::string name(path.substr(at, end - at));
+    at = end + 1;
+    if (name.empty() || name == ".") continue;
+    if (name == "..") return paramErr;
+    int descriptor = -1;
+    if (OSErr error = EnterFolder(*folder, name.c_str(), O_PATH, nullptr, folder, &descriptor);
+        error != noErr) {
+      return error;
+    }
+  }
+  return noErr;
+}
+
+OSErr FindFolderAtPath(std::string_view path, FolderIndex *folder) {
+  *folder = FindKnownPath(path);
+  if (*folder != 0) return noErr;
+  if (OSErr error = WalkPath(path, folder); error != noErr) return error;
+  RememberPath(path, *folder);
+  return noErr;
+}
+
+}  // namespace
+
+OSStatus FSRefMakePath(const FSRef &ref, char *path, std::uint32_t size) {
+  const ItemReference &item = ReferenceIn(ref);
+  if (item.folder == 0 || size == 0) return paramErr;
+  // Written from the end of the buffer backwards, as the way leads from the item up to the root.
+  std::size_t at = size - 1;
+  const auto prepend = [&](std::string_view name) {
+    if (at < name.size() + 1) return false;
+    at -= name.size();
+    std::memcpy(path + at, name.data(), name.size());
+    path[--at] = '/';
+    return true;
+  };
+  path[at] = '\0';
+  const bool isRoot = item.folder == kRootFolder && item.NameView() == "/";
+  if (!prepend(isRoot ? std::string_view() : item.NameView())) return bdNamErr;
+  for (FolderIndex folder = item.folder; folder != kRootFolder; folder = EntryOf(folder).parent) {
+    if (!prepend({EntryOf(folder).name, EntryOf(folder).nameLength})) return bdNamErr;
+  }
+  std::memmove(path, path + at, size - at);
+  return noErr;
+}
+
+OSStatus FSPathMakeRef(const char *path, FSRef *ref, bool *isFolder) {
+  std::string_view text(path);
+  if (text.empty() || text.front() != '/') return paramErr;
+  while (text.size() > 1 && text.back() == '/') text.remove_suffix(1);
+  if (text == "/") {
+    *ref = RefOfFolder(kRootFolder);
+    if (isFolder != nullptr) *isFolder = true;
+    return noErr;
+  }
+  const std::size_t slash = text.rfind('/');
+  const std::string name(text.substr(slash + 1));
+  if (name == "." || name == "..") return paramErr;
+  FolderIndex folder = 0;
+  if (OSErr error = FindFolderAtPath(text.substr(0, slash), &folder); error != noErr) return error;
+  int descriptor = -1;
+  if (OSErr error = OpenTableFolder(folder, &descriptor); error != noErr) return error;
+  ItemStatus status;
+  if (int error = ReadItemStatus(descriptor, name.c_str(), &status); error != 0) {
+    return ErrorFromErrno(error);
+  }
+  *ref = RefHolding(ReferenceToSeenItem(folder, name, status));
+  if (isFolder != nullptr) *isFolder = status.IsFolder();
+  return noErr;
+}

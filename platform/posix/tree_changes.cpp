@@ -1,0 +1,110 @@
+#include "platform/posix/tree_changes.h"
+
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace {
+
+TreeChangeFault changeFault = nullptr;
+
+/// Makes one change: asks the fault first, and asks again what a signal has interrupted.
+template <typename Call>
+int Change(const char *operation, const char *name, Call call) {
+  for (;;) {
+    int error = changeFault != nullptr ? changeFault({operation, name}) : 0;
+    if (error == 0 && call() != 0) error = errno;
+    if (error != EINTR) return error;
+  }
+}
+
+bool IsRefusalOfFlag(int error) {
+  return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
+}
+
+/// Whether a file system says that it has no hard links, or none for this item.
+bool IsRefusalToLink(int error) {
+  return error == EPERM || error == ENOSYS || error == EOPNOTSUPP || error == EMLINK;
+}
+
+int LinkThenUnlink(int fromFolder, const char *from, int toFolder, const char *to) {
+  int error = Change("link", from, [&] { return linkat(fromFolder, from, toFolder, to, 0); });
+  if (IsRefusalToLink(error)) return EOPNOTSUPP;
+  if (error != 0) return error;
+  error = RemoveFile(fromFolder, from);
+  // With the old name still there the new one has to go, or the file would be in two places.
+  if (error != 0) (void)RemoveFile(toFolder, to);
+  return error;
+}
+
+int RenameAfterLookup(int fromFolder, const char *from, int toFolder, const char *to) {
+  struct stat taken;
+  if (fstatat(toFolder, to, &taken, AT_SYMLINK_NOFOLLOW) == 0) return EEXIST;
+  if (errno != ENOENT) return errno;
+  // A folder can only replace an empty folder, so even one that appears now costs no file.
+  return Change("rename", from, [&] { return renameat(fromFolder, from, toFolder, to); });
+}
+
+}  // namespace
+
+void SetTreeChangeFault(TreeChangeFault fault) {
+  changeFault = fault;
+}
+
+int RenameWithoutReplacing(int fromFolder, const char *from, int toFolder, const char *to) {
+  const int error = Change(
+      "rename", from, [&] { return renameat2(fromFolder, from, toFolder, to, RENAME_NOREPLACE); });
+  if (!IsRefusalOfFlag(error)) return error;
+  struct stat item;
+  if (fstatat(fromFolder, from, &item, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+  return S_ISDIR(item.st_mode) ? RenameAfterLookup(fromFolder, from, toFolder, to)
+                               : LinkThenUnlink(fromFolder, from, toFolder, to);
+}
+
+int MakeFolder(int folder, const char *name) {
+  return Change("mkdir", name, [&] { return mkdirat(folder, name, 0777); });
+}
+
+int RemoveFile(int folder, const char *name) {
+  return Change("unlink", name, [&] { return unlinkat(folder, name, 0); });
+}
+
+int RemoveEmptyFolder(int folder, const char *name) {
+  return Change("rmdir", name, [&] { return unlinkat(folder, name, AT_REMOVEDIR); });
+}
+
+int MakeSymbolicLink(int folder, const char *name, const char *target) {
+  return Change("symlink", name, [&] { return symlinkat(target, folder, name); });
+}
+
+int AddOwnerWritePermission(int folder, const char *name, mode_t currentMode) {
+  return Change("chmod", name, [&] {
+    return fchmodat(folder, name, (currentMode & 07777) | S_IWUSR, AT_SYMLINK_NOFOLLOW);
+  });
+}
+
+int ClearImmutableAttribute(int folder, const char *name) {
+  struct stat item;
+  if (fstatat(folder, name, &item, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+  // Opening a pipe or a device can have effects of its own; neither has the attribute.
+  if (!S_ISREG(item.st_mode) && !S_ISDIR(item.st_mode)) return EPERM;
+  return Change("chattr", name, [&] {
+    const int descriptor = openat(folder, name, O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
+    if (descriptor < 0) return -1;
+    int flags = 0;
+    int result = ioctl(descriptor, FS_IOC_GETFLAGS, &flags);
+    if (result == 0) {
+      flags &= ~FS_IMMUTABLE_FL;
+      result = ioctl(descriptor, FS_IOC_SETFLAGS, &flags);
+    }
+    const int error = errno;
+    close(descriptor);
+    errno = error;
+    return result;
+  });
+}
