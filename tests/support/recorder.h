@@ -7,7 +7,7 @@
 ///     CreateWindowFromNib "MainWindow"     SetWindowTitle "photos"
 ///     ShowControl 2                        SetControlData 1 "Moving File: a.txt"
 ///     SetControlValue 5 8191               WaitNextEvent
-///     InstallEventHandler                  NSBeep
+///     SetWindowModified false              NSBeep
 ///
 /// Controls are named by their ID, those of other windows than the main one by the window's name
 /// and their ID: `SetControlValue PreferencesWindow.4 1`. Questions (GetControlValue,
@@ -73,6 +73,9 @@ class CRecorder {
   OSErr TrackDrag(DragTrackingMessage message, DragRef drag);
   OSErr DropDrag(DragRef drag);
 
+  /// The title of the window that was given one last.
+  std::u16string windowTitle;
+
   /// What is missing from the interface file.
   bool interfaceFileMissing = false;
   std::set<std::string, std::less<>> missingWindows;  ///< "MenuBar" stands for the menu bar
@@ -88,7 +91,7 @@ class CRecorder {
 
  private:
   std::vector<std::string> calls_;
-  std::map<std::string, RecordedControl, std::less<>> controls_;
+  std::map<std::string, RecordedControl, std::less<>> controls_;  ///< by the name in the record
   int yields_ = 0;
   std::function<void(int)> atEachYield_;
   std::map<int, std::function<void()>> atYield_;

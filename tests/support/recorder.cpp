@@ -1,0 +1,500 @@
+#include "tests/support/recorder.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+
+#include "platform/common/event_dispatch.h"
+#include "platform/common/timers.h"
+#include "platform/controls.h"
+#include "platform/icons.h"
+#include "platform/menus.h"
+#include "platform/processes.h"
+#include "platform/windows.h"
+#include "platform/workspace.h"
+
+struct OpaqueNib {};
+struct OpaqueIcon {};
+struct OpaqueMenu {};
+struct OpaquePort {};
+
+struct OpaqueControl {
+  std::string key;  ///< the name under which it is recorded
+  RecordedControl *state;
+};
+
+struct OpaqueWindow {
+  std::string name;
+  EventTargetRef target = NewEventTarget();
+  std::map<std::int32_t, OpaqueControl> controls;
+  OpaquePort port;
+};
+
+namespace {
+
+constexpr std::string_view kMainWindow = "MainWindow";
+
+/// What the calls have built and installed, as opposed to what a test asks or arranges.
+struct Built {
+  OpaqueNib nib;
+  OpaqueIcon icon;
+  std::map<std::string, std::unique_ptr<OpaqueWindow>, std::less<>> windows;
+  OpaqueMenu helpMenu;
+  EventTargetRef helpMenuTarget = NewEventTarget();
+  CGrafPtr port = nullptr;
+  DragTrackingHandlerUPP trackingHandler = nullptr;
+  DragReceiveHandlerUPP receiveHandler = nullptr;
+  WindowRef dragWindow = nullptr;
+  void *dragRefCon = nullptr;
+  bool quit = false;
+};
+
+Built &Platform() {
+  static Built built;
+  return built;
+}
+
+/// Where the content of every window is said to lie on the screen.
+constexpr Rect kContentBounds{100, 200, 400, 700};
+
+std::string Quoted(std::string_view text) {
+  return "\"" + std::string(text) + "\"";
+}
+
+std::string Code(OSType code) {
+  std::string text;
+  for (int shift = 24; shift >= 0; shift -= 8) text += static_cast<char>(code >> shift);
+  return Quoted(text);
+}
+
+/// ASCII as it stands, everything else as "?"; recorded lines are for reading.
+std::string Readable(std::u16string_view text) {
+  std::string readable;
+  for (const char16_t unit : text) readable += unit < 0x80 ? static_cast<char>(unit) : '?';
+  return readable;
+}
+
+std::string Sides(const Rect &rect) {
+  return std::to_string(rect.top) + " " + std::to_string(rect.left) + " " +
+         std::to_string(rect.bottom) + " " + std::to_string(rect.right);
+}
+
+void Record(std::string_view call, std::string_view arguments = {}) {
+  std::string line(call);
+  if (!arguments.empty()) line.append(" ").append(arguments);
+  Recorder().Record(std::move(line));
+}
+
+std::string ControlKey(std::int32_t id, std::string_view window) {
+  const std::string number = std::to_string(id);
+  return window == kMainWindow ? number : std::string(window) + "." + number;
+}
+
+OSStatus RecordWindowCall(std::string_view call, WindowRef window) {
+  if (window == nullptr) return paramErr;
+  Record(call, Quoted(window->name));
+  return noErr;
+}
+
+OSStatus RecordControlCall(std::string_view call, ControlRef control,
+                           std::string_view argument = {}) {
+  if (control == nullptr) return paramErr;
+  Record(call, control->key + (argument.empty() ? "" : " ") + std::string(argument));
+  return noErr;
+}
+
+}  // namespace
+
+CRecorder &Recorder() {
+  static CRecorder recorder;
+  return recorder;
+}
+
+void ResetRecorder() {
+  DisarmTimers();
+  Recorder() = CRecorder{};
+  for (const auto &[name, window] : Platform().windows) DisposeEventTarget(window->target);
+  DisposeEventTarget(Platform().helpMenuTarget);
+  Platform() = Built{};
+}
+
+std::vector<std::string> CRecorder::CallsBeginningWith(std::string_view prefix) const {
+  std::vector<std::string> matching;
+  std::ranges::copy_if(calls_, std::back_inserter(matching),
+                       [&](const std::string &call) { return call.starts_with(prefix); });
+  return matching;
+}
+
+RecordedControl &CRecorder::Control(std::int32_t id, std::string_view window) {
+  return controls_[ControlKey(id, window)];
+}
+
+OSErr CRecorder::TrackDrag(DragTrackingMessage message, DragRef drag) {
+  const Built &built = Platform();
+  if (built.trackingHandler == nullptr) return noErr;
+  return built.trackingHandler(message, built.dragWindow, built.dragRefCon, drag);
+}
+
+OSErr CRecorder::DropDrag(DragRef drag) {
+  const Built &built = Platform();
+  if (built.receiveHandler == nullptr) return noErr;
+  return built.receiveHandler(built.dragWindow, built.dragRefCon, drag);
+}
+
+void CRecorder::Yield() {
+  const int yield = ++yields_;
+  if (atEachYield_) atEachYield_(yield);
+  if (auto action = atYield_.extract(yield)) action.mapped()();
+}
+
+void CRecorder::RunEventLoop() {
+  if (atEventLoop_) atEventLoop_();
+  while (!Platform().quit) {
+    const auto due = NextTimerDue();
+    if (!due) break;
+    FireDueTimers(*due);
+  }
+}
+
+// Windows and interface files.
+
+OSStatus CreateNibReference(std::string_view name, IBNibRef *nib) {
+  Record("CreateNibReference", Quoted(name));
+  if (Recorder().interfaceFileMissing) return kIBCarbonRuntimeCantFindNibFile;
+  *nib = &Platform().nib;
+  return noErr;
+}
+
+OSStatus SetMenuBarFromNib(IBNibRef nib, std::string_view name) {
+  if (nib == nullptr) return paramErr;
+  Record("SetMenuBarFromNib", Quoted(name));
+  return Recorder().missingWindows.contains(name) ? kIBCarbonRuntimeCantFindObject : noErr;
+}
+
+OSStatus CreateWindowFromNib(IBNibRef nib, std::string_view name, WindowRef *window) {
+  if (nib == nullptr) return paramErr;
+  Record("CreateWindowFromNib", Quoted(name));
+  if (Recorder().missingWindows.contains(name)) return kIBCarbonRuntimeCantFindObject;
+  auto created = std::make_unique<OpaqueWindow>();
+  created->name = name;
+  *window = created.get();
+  Platform().windows[created->name] = std::move(created);
+  return noErr;
+}
+
+void DisposeNibReference(IBNibRef nib) {
+  if (nib != nullptr) Record("DisposeNibReference");
+}
+
+void ShowWindow(WindowRef window) {
+  RecordWindowCall("ShowWindow", window);
+}
+
+void HideWindow(WindowRef window) {
+  RecordWindowCall("HideWindow", window);
+}
+
+void DisposeWindow(WindowRef window) {
+  if (RecordWindowCall("DisposeWindow", window) != noErr) return;
+  DisposeEventTarget(window->target);
+  Platform().windows.erase(Platform().windows.find(window->name));
+}
+
+void BringToFront(WindowRef window) {
+  RecordWindowCall("BringToFront", window);
+}
+
+OSStatus SetWindowTitleWithCFString(WindowRef window, const std::u16string &title) {
+  if (window == nullptr) return paramErr;
+  Record("SetWindowTitle", Quoted(Readable(title)));
+  Recorder().windowTitle = title;
+  return noErr;
+}
+
+OSStatus SetWindowProxyFSSpec(WindowRef window, const FSSpec &) {
+  return RecordWindowCall("SetWindowProxyFSSpec", window);
+}
+
+OSStatus SetWindowModified(WindowRef window, bool modified) {
+  if (window == nullptr) return paramErr;
+  Record("SetWindowModified", modified ? "true" : "false");
+  return noErr;
+}
+
+OSStatus TransitionWindow(WindowRef window, WindowTransitionEffect effect,
+                          WindowTransitionAction action, const Rect *) {
+  if (window == nullptr) return paramErr;
+  Record("TransitionWindow", std::to_string(effect) + " " + std::to_string(action));
+  return noErr;
+}
+
+OSStatus GetWindowBounds(WindowRef window, std::uint16_t regionCode, Rect *bounds) {
+  if (window == nullptr || regionCode != kWindowContentRgn) return paramErr;
+  *bounds = kContentBounds;
+  return noErr;
+}
+
+void GetPort(CGrafPtr *port) {
+  *port = Platform().port;
+}
+
+void SetPort(CGrafPtr port) {
+  Platform().port = port;
+}
+
+void SetPortWindowPort(WindowRef window) {
+  if (window == nullptr) return;
+  Record("SetPortWindowPort", Quoted(window->name));
+  Platform().port = &window->port;
+}
+
+void GlobalToLocal(Point *point) {
+  if (Platform().port == nullptr) return;
+  point->v = static_cast<std::int16_t>(point->v - kContentBounds.top);
+  point->h = static_cast<std::int16_t>(point->h - kContentBounds.left);
+}
+
+OSStatus ShowSheetWindow(WindowRef sheet, WindowRef parent) {
+  if (parent == nullptr) return paramErr;
+  return RecordWindowCall("ShowSheetWindow", sheet);
+}
+
+OSStatus HideSheetWindow(WindowRef sheet) {
+  return RecordWindowCall("HideSheetWindow", sheet);
+}
+
+EventTargetRef GetWindowEventTarget(WindowRef window) {
+  return window == nullptr ? nullptr : window->target;
+}
+
+// Controls.
+
+OSStatus GetControlByID(WindowRef window, const ControlID &id, ControlRef *control) {
+  if (window == nullptr) return paramErr;
+  const std::string key = ControlKey(id.id, window->name);
+  Record("GetControlByID", key);
+  if (id.signature != FourChars("CNTL") || Recorder().missingControls.contains(id.id))
+    return paramErr;
+  RecordedControl *state = &Recorder().Control(id.id, window->name);
+  *control = &window->controls.insert({id.id, OpaqueControl{key, state}}).first->second;
+  return noErr;
+}
+
+void ShowControl(ControlRef control) {
+  if (RecordControlCall("ShowControl", control) == noErr) control->state->shown = true;
+}
+
+void HideControl(ControlRef control) {
+  if (RecordControlCall("HideControl", control) == noErr) control->state->shown = false;
+}
+
+OSStatus EnableControl(ControlRef control) {
+  const OSStatus status = RecordControlCall("EnableControl", control);
+  if (status == noErr) control->state->enabled = true;
+  return status;
+}
+
+OSStatus DisableControl(ControlRef control) {
+  const OSStatus status = RecordControlCall("DisableControl", control);
+  if (status == noErr) control->state->enabled = false;
+  return status;
+}
+
+void SetControlMinimum(ControlRef control, std::int16_t minimum) {
+  if (RecordControlCall("SetControlMinimum", control, std::to_string(minimum)) == noErr)
+    control->state->minimum = minimum;
+}
+
+void SetControlMaximum(ControlRef control, std::int16_t maximum) {
+  if (RecordControlCall("SetControlMaximum", control, std::to_string(maximum)) == noErr)
+    control->state->maximum = maximum;
+}
+
+void SetControlValue(ControlRef control, std::int16_t value) {
+  if (RecordControlCall("SetControlValue", control, std::to_string(value)) == noErr)
+    control->state->value = value;
+}
+
+std::int16_t GetControlValue(ControlRef control) {
+  return control == nullptr ? std::int16_t{0} : control->state->value;
+}
+
+OSStatus SetControlData(ControlRef control, ControlPartCode part, OSType tag, std::size_t size,
+                        const void *data) {
+  if (part != kControlEntireControl || tag != kControlStaticTextTextTag) return paramErr;
+  const std::string text(static_cast<const char *>(data), size);
+  const OSStatus status = RecordControlCall("SetControlData", control, Quoted(text));
+  if (status == noErr) control->state->text = text;
+  return status;
+}
+
+void Draw1Control(ControlRef control) {
+  RecordControlCall("Draw1Control", control);
+}
+
+// Menus.
+
+void EnableMenuCommand(MenuRef, OSType commandID) {
+  Record("EnableMenuCommand", Code(commandID));
+}
+
+OSStatus HMGetHelpMenu(MenuRef *menu, MenuItemIndex *firstCustomItem) {
+  Record("HMGetHelpMenu");
+  if (Recorder().helpMenuMissing) return menuItemNotFoundErr;
+  *menu = &Platform().helpMenu;
+  *firstCustomItem = 1;
+  return noErr;
+}
+
+void InsertMenuItem(MenuRef menu, const std::uint8_t *pascalText, MenuItemIndex afterItem) {
+  if (menu == nullptr) return;
+  const std::string text(pascalText + 1, pascalText + 1 + pascalText[0]);
+  Record("InsertMenuItem", Quoted(text) + " " + std::to_string(afterItem));
+}
+
+OSStatus SetMenuItemCommandID(MenuRef menu, MenuItemIndex item, OSType commandID) {
+  if (menu == nullptr) return paramErr;
+  Record("SetMenuItemCommandID", std::to_string(item) + " " + Code(commandID));
+  return noErr;
+}
+
+EventTargetRef GetMenuEventTarget(MenuRef menu) {
+  return menu == nullptr ? nullptr : Platform().helpMenuTarget;
+}
+
+// Drags.
+
+OSErr InstallTrackingHandler(DragTrackingHandlerUPP handler, WindowRef window, void *refCon) {
+  if (window == nullptr || handler == nullptr) return paramErr;
+  Record("InstallTrackingHandler", Quoted(window->name));
+  Platform().trackingHandler = handler;
+  Platform().dragWindow = window;
+  Platform().dragRefCon = refCon;
+  return noErr;
+}
+
+OSErr InstallReceiveHandler(DragReceiveHandlerUPP handler, WindowRef window, void *refCon) {
+  if (window == nullptr || handler == nullptr) return paramErr;
+  Record("InstallReceiveHandler", Quoted(window->name));
+  if (Recorder().receiveHandlerError != noErr) return Recorder().receiveHandlerError;
+  Platform().receiveHandler = handler;
+  Platform().dragWindow = window;
+  Platform().dragRefCon = refCon;
+  return noErr;
+}
+
+OSErr RemoveTrackingHandler(DragTrackingHandlerUPP handler, WindowRef window) {
+  if (window == nullptr || handler != Platform().trackingHandler) return paramErr;
+  Record("RemoveTrackingHandler", Quoted(window->name));
+  Platform().trackingHandler = nullptr;
+  return noErr;
+}
+
+OSErr RemoveReceiveHandler(DragReceiveHandlerUPP handler, WindowRef window) {
+  if (window == nullptr || handler != Platform().receiveHandler) return paramErr;
+  Record("RemoveReceiveHandler", Quoted(window->name));
+  Platform().receiveHandler = nullptr;
+  return noErr;
+}
+
+OSErr CountDragItems(DragRef drag, std::uint16_t *count) {
+  if (drag == nullptr) return paramErr;
+  *count = static_cast<std::uint16_t>(drag->items.size());
+  return noErr;
+}
+
+OSErr GetDragItemReferenceNumber(DragRef drag, std::uint16_t index, DragItemRef *item) {
+  if (drag == nullptr || index < 1 || index > drag->items.size()) return paramErr;
+  *item = index;
+  return noErr;
+}
+
+OSErr GetFlavorFlags(DragRef drag, DragItemRef item, FlavorType type, FlavorFlags *flags) {
+  if (drag == nullptr || item < 1 || item > drag->items.size()) return paramErr;
+  if (!drag->items[item - 1].flavors.contains(type)) return badDragFlavorErr;
+  *flags = 0;
+  return noErr;
+}
+
+OSErr GetFlavorData(DragRef drag, DragItemRef item, FlavorType type, void *data, std::size_t *size,
+                    std::size_t offset) {
+  FlavorFlags flags;
+  if (const OSErr error = GetFlavorFlags(drag, item, type, &flags); error != noErr) return error;
+  const RecordedDragItem &dragged = drag->items[item - 1];
+  if (dragged.unreadable) return ioErr;
+  const std::vector<std::uint8_t> &bytes = dragged.flavors.at(type);
+  const std::size_t first = std::min(offset, bytes.size());
+  *size = std::min(*size, bytes.size() - first);
+  if (*size > 0) std::memcpy(data, bytes.data() + first, *size);
+  return noErr;
+}
+
+OSErr ShowDragHilite(DragRef drag, RgnHandle region, bool inside) {
+  if (drag == nullptr || region == nullptr) return paramErr;
+  Record("ShowDragHilite", Sides(region->bounds) + (inside ? " inside" : " outside"));
+  return noErr;
+}
+
+OSErr HideDragHilite(DragRef drag) {
+  if (drag == nullptr) return paramErr;
+  Record("HideDragHilite");
+  return noErr;
+}
+
+// The event loop.
+
+void RunApplicationEventLoop() {
+  Record("RunApplicationEventLoop");
+  Recorder().RunEventLoop();
+}
+
+void QuitApplicationEventLoop() {
+  Record("QuitApplicationEventLoop");
+  Platform().quit = true;
+}
+
+bool WaitNextEvent(EventMask mask, EventRecord *event, std::uint32_t sleep, RgnHandle mouseRegion) {
+  // A mask, a wait or a region would turn the yield into something else.
+  if (mask != 0 || sleep != 0 || mouseRegion != nullptr)
+    throw std::logic_error("WaitNextEvent is used for yielding only");
+  if (event != nullptr) *event = EventRecord{};
+  Record("WaitNextEvent");
+  Recorder().Yield();
+  return false;
+}
+
+// The process, its icon and its sounds.
+
+OSErr SetFrontProcess(const ProcessSerialNumber &process) {
+  if (process.highLongOfPSN != 0 || process.lowLongOfPSN != kCurrentProcess) return paramErr;
+  Record("SetFrontProcess");
+  return noErr;
+}
+
+void ExitToShell() {
+  Record("ExitToShell");
+  throw ExitedToShell{};
+}
+
+OSStatus RegisterIconRefFromFSRef(OSType creator, OSType iconType, const FSRef &iconFile,
+                                  IconRef *icon) {
+  Record("RegisterIconRefFromFSRef", Code(creator) + " " + Code(iconType));
+  const FSRef nothing{};
+  if (std::memcmp(&iconFile, &nothing, sizeof nothing) == 0) return paramErr;
+  *icon = &Platform().icon;
+  return noErr;
+}
+
+void NSBeep() {
+  Record("NSBeep");
+}
+
+void SysBeep(std::int16_t duration) {
+  Record("SysBeep", std::to_string(duration));
+}
+
+bool NSWorkspace::openURL(const std::string &url) {
+  Record("openURL", Quoted(url));
+  return true;
+}
