@@ -20,7 +20,7 @@ struct ItemReference {
   static constexpr std::size_t kInlineNameSize = 56;
 
   std::uint64_t device;  ///< of the item itself where `isIdentified`, else of the folder it lies in
-  std::uint64_t inode;   ///< 0 unless `isIdentified`
+  std::uint64_t inode;   ///< 0 when only a listing has told of the item
   FolderIndex folder;    ///< the folder it lies in; 0: refers to nothing
   ItemKind kind;         ///< as it was seen last
   bool isIdentified;     ///< a folder seen by itself: whatever else stands there now is refused
