@@ -1,0 +1,404 @@
+#include "platform/file_manager.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <string>
+#include <vector>
+
+#include "platform/posix/disk_names.h"
+#include "platform/posix/folder_descriptors.h"
+#include "platform/posix/item_location.h"
+#include "platform/posix/tree_changes.h"
+#include "tests/support/temporary_folder.h"
+
+namespace {
+
+class FileManager : public testing::Test {
+ protected:
+  void TearDown() override { SetTreeChangeFault(nullptr); }
+
+  FSRef RefAt(std::string_view relative) const {
+    FSRef ref{};
+    EXPECT_EQ(FSPathMakeRef(folder_.PathOf(relative).c_str(), &ref, nullptr), noErr) << relative;
+    return ref;
+  }
+
+  static std::string PathOf(const FSRef &ref) {
+    std::array<char, 4096> path{};
+    EXPECT_EQ(FSRefMakePath(ref, path.data(), path.size()), noErr);
+    return path.data();
+  }
+
+  static std::vector<std::string> NamesIn(const FSRef &folder, FSIteratorFlags flags) {
+    std::vector<std::string> names;
+    FSIterator iterator;
+    EXPECT_EQ(FSOpenIterator(folder, flags, &iterator), noErr);
+    FSRef ref;
+    std::uint32_t actual = 0;
+    while (FSGetCatalogInfoBulk(iterator, 1, &actual, nullptr, kFSCatInfoNone, nullptr, &ref,
+                                nullptr, nullptr) == noErr) {
+      names.emplace_back(NameOnDisk(ref));
+    }
+    return names;
+  }
+
+  static OSErr NodeFlags(const FSRef &ref, std::uint16_t *flags) {
+    FSCatalogInfo info{};
+    const OSErr error =
+        FSGetCatalogInfo(ref, kFSCatInfoNodeFlags, &info, nullptr, nullptr, nullptr);
+    *flags = info.nodeFlags;
+    return error;
+  }
+
+  CTemporaryFolder folder_;
+};
+
+/// Runs `body` in a child that has given its privileges up; its answer is the body's, at most 255.
+template <typename Body>
+int AsAnotherUser(Body body) {
+  const pid_t child = fork();
+  if (child == 0) {
+    if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(255);
+    _exit(body());
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 255;
+}
+
+TEST_F(FileManager, EveryNameOnDiskMakesTheRoundTrip) {
+  const std::vector<std::string> names = {"plain.txt",    "caf\xC3\xA9",
+                                          "cafe\xCC\x81", "\xF0\x9F\x93\xB7.jpg",
+                                          "\xFF\xFE",     "\xC3",
+                                          "a\xE2\x82",    "\xED\xA0\x80",
+                                          "\xC0\xAF",     "\xF5\x80\x80\x80",
+                                          "two\nlines",   "quote\"d",
+                                          "-rf",          std::string(255, 'x'),
+                                          "dot.",         std::string(127, '\xFE')};
+  for (const std::string &name : names) {
+    HFSUniStr255 unicode;
+    NameFromDisk(name, &unicode);
+    std::string back;
+    ASSERT_EQ(NameToDisk(unicode.View(), &back), noErr);
+    EXPECT_EQ(back, name);
+    folder_.WriteFile(name, "x");
+    FSRef found;
+    EXPECT_EQ(FSMakeFSRefUnicode(RefAt(""), unicode.View(), kTextEncodingUnknown, &found), noErr);
+    EXPECT_EQ(PathOf(found), folder_.PathOf(name));
+  }
+  const std::vector<std::u16string> refused = {u"",
+                                               u".",
+                                               u"..",
+                                               u"a/b",
+                                               std::u16string(1, u'\0'),
+                                               u"\xD800",
+                                               u"\xDC41",
+                                               std::u16string(256, u'x'),
+                                               std::u16string(128, u'\u00E9')};
+  for (const std::u16string &name : refused) {
+    FSRef found;
+    EXPECT_EQ(FSMakeFSRefUnicode(RefAt(""), name, kTextEncodingUnknown, &found), bdNamErr);
+  }
+}
+
+TEST_F(FileManager, IteratorsDeliverItemsInByteOrderWithTheFolderBit) {
+  for (const char *name : {"b", "a", "B", "a.txt", "\xFF", "abcdefgh2", "abcdefgh1", ".hidden"}) {
+    folder_.WriteFile(name);
+  }
+  folder_.MakeFolder("aa");
+  folder_.MakeSymbolicLink("link", "aa");
+  mkfifo(folder_.PathOf("pipe").c_str(), 0600);
+  EXPECT_EQ(NamesIn(RefAt(""), kFSIterateFlat),
+            (std::vector<std::string>{".hidden", "B", "a", "a.txt", "aa", "abcdefgh1", "abcdefgh2",
+                                      "b", "link", "pipe", "\xFF"}));
+
+  FSIterator iterator;
+  ASSERT_EQ(FSOpenIterator(RefAt(""), kFSIterateFlat, &iterator), noErr);
+  std::array<FSCatalogInfo, 20> infos;
+  std::uint32_t actual = 0;
+  EXPECT_EQ(FSGetCatalogInfoBulk(iterator, 20, &actual, nullptr, kFSCatInfoNodeFlags, infos.data(),
+                                 nullptr, nullptr, nullptr),
+            errFSNoMoreItems);
+  ASSERT_EQ(actual, 11u);
+  for (std::uint32_t i = 0; i < actual; ++i) {
+    EXPECT_EQ(infos[i].nodeFlags, i == 4 ? kFSNodeIsDirectoryMask : 0) << i;
+  }
+}
+
+TEST_F(FileManager, MovingNeverReplacesWhetherTheKernelHelpsOrNot) {
+  struct Case {
+    const char *description;
+    int renameError;  // of a rename that asks the kernel not to replace
+    int linkError;
+    OSErr fileResult;
+    OSErr folderResult;
+  };
+  const Case cases[] = {{"kernel refuses to replace", 0, 0, noErr, noErr},
+                        {"file system does not know the flag", EINVAL, 0, noErr, noErr},
+                        {"nor hard links", EOPNOTSUPP, EPERM, ioErr, noErr}};
+  static int renameError;
+  static int linkError;
+  for (const Case &c : cases) {
+    SCOPED_TRACE(c.description);
+    if (folder_.Exists("to")) {
+      folder_.Remove("to");
+      folder_.Remove("from");
+    }
+    folder_.WriteFile("to/taken", "old");
+    folder_.WriteFile("from/taken", "new");
+    folder_.WriteFile("from/free", "free");
+    folder_.WriteFile("from/package.app/inside", "inside");
+    folder_.MakeSymbolicLink("from/link", "nowhere");
+    folder_.MakeFolder("to/empty");
+    folder_.MakeFolder("from/empty");
+    renameError = c.renameError;
+    linkError = c.linkError;
+    SetTreeChangeFault([](const TreeChange &change) {
+      // Only the first rename of each move asks for the flag; the plain one after a lookup passes.
+      static bool isSecond = false;
+      if (std::string_view(change.operation) == "link") return linkError;
+      if (std::string_view(change.operation) != "rename" || renameError == 0) return 0;
+      const bool isPlain = isSecond && std::string_view(change.name) == "package.app";
+      isSecond = std::string_view(change.name) == "package.app" && !isPlain;
+      return isPlain ? 0 : renameError;
+    });
+    const FSRef to = RefAt("to");
+    FSRef moved{};
+    const auto move = [&](const char *name) { return FSMoveObject(RefAt(name), to, &moved); };
+    EXPECT_EQ(move("from/taken"), c.linkError == 0 ? dupFNErr : ioErr);
+    EXPECT_EQ(move("from/empty"), dupFNErr);
+    EXPECT_EQ(move("from/free"), c.fileResult);
+    EXPECT_EQ(move("from/link"), c.fileResult);
+    EXPECT_EQ(move("from/package.app"), c.folderResult);
+    SetTreeChangeFault(nullptr);
+
+    EXPECT_EQ(folder_.ReadFile("to/taken"), "old");
+    EXPECT_EQ(folder_.ReadFile("from/taken"), "new");
+    EXPECT_EQ(folder_.ReadFile("to/package.app/inside"), "inside");
+    const bool isMoved = c.fileResult == noErr;
+    EXPECT_EQ(folder_.ReadFile(isMoved ? "to/free" : "from/free"), "free");
+    EXPECT_NE(folder_.Exists("to/free"), folder_.Exists("from/free"));
+    EXPECT_TRUE(folder_.Exists(isMoved ? "to/link" : "from/link"));
+  }
+}
+
+TEST_F(FileManager, ALinkThatCannotBeFinishedIsTakenBack) {
+  folder_.MakeFolder("to");
+  folder_.WriteFile("from/a", "a");
+  SetTreeChangeFault([](const TreeChange &change) {
+    static int unlinks = 0;
+    if (std::string_view(change.operation) == "rename") return EINVAL;
+    return std::string_view(change.operation) == "unlink" && unlinks++ == 0 ? EACCES : 0;
+  });
+  FSRef moved{};
+  EXPECT_EQ(FSMoveObject(RefAt("from/a"), RefAt("to"), &moved), afpAccessDenied);
+  EXPECT_FALSE(folder_.Exists("to/a"));
+  EXPECT_EQ(folder_.ReadFile("from/a"), "a");
+}
+
+TEST_F(FileManager, MovedAndRenamedItemsAreReferredToAtTheirNewPlace) {
+  folder_.WriteFile("from/a.txt", "a");
+  folder_.MakeFolder("to");
+  FSRef item = RefAt("from/a.txt");
+  ASSERT_EQ(FSRenameUnicode(item, u"b.txt", kTextEncodingUnknown, &item), noErr);
+  EXPECT_EQ(PathOf(item), folder_.PathOf("from/b.txt"));
+  ASSERT_EQ(FSMoveObject(item, RefAt("to"), &item), noErr);
+  EXPECT_EQ(PathOf(item), folder_.PathOf("to/b.txt"));
+  FSRef parent;
+  ASSERT_EQ(FSGetCatalogInfo(item, kFSCatInfoNone, nullptr, nullptr, nullptr, &parent), noErr);
+  EXPECT_EQ(FSCompareFSRefs(parent, RefAt("to")), noErr);
+  EXPECT_EQ(FSCompareFSRefs(parent, RefAt("from")), errFSRefsDifferent);
+
+  FSRef untouched = RefAt("to/b.txt");
+  EXPECT_EQ(FSRenameUnicode(untouched, std::u16string(256, u'x'), kTextEncodingUnknown, &untouched),
+            bdNamErr);
+  EXPECT_EQ(PathOf(untouched), folder_.PathOf("to/b.txt"));
+}
+
+TEST_F(FileManager, ASwappedFolderIsRefusedNeverFollowed) {
+  folder_.WriteFile("guarded/secret", "secret");
+  folder_.WriteFile("dropped/sub/a", "a");
+  for (const bool isLink : {true, false}) {
+    const FSRef sub = RefAt("dropped/sub");
+    const FSRef file = RefAt("dropped/sub/a");
+    CloseFolderDescriptors();
+    ASSERT_EQ(rename(folder_.PathOf("dropped/sub").c_str(), folder_.PathOf("away").c_str()), 0);
+    if (isLink) {
+      folder_.MakeSymbolicLink("dropped/sub", folder_.PathOf("guarded"));
+    } else {
+      folder_.MakeFolder("dropped/sub");
+    }
+    FSIterator iterator;
+    EXPECT_NE(FSOpenIterator(sub, kFSIterateFlat, &iterator), noErr);
+    EXPECT_NE(FSOpenIterator(sub, kFSIterateDelete, &iterator), noErr);
+    FSRef moved{};
+    EXPECT_NE(FSMoveObject(file, RefAt("dropped"), &moved), noErr);
+    std::uint16_t flags = 0;
+    EXPECT_EQ(NodeFlags(sub, &flags), fnfErr);
+    folder_.Remove("dropped/sub");
+    ASSERT_EQ(rename(folder_.PathOf("away").c_str(), folder_.PathOf("dropped/sub").c_str()), 0);
+  }
+  EXPECT_EQ(folder_.ReadFile("guarded/secret"), "secret");
+  FSRef throughLink;
+  folder_.MakeSymbolicLink("link", "dropped");
+  EXPECT_EQ(FSPathMakeRef(folder_.PathOf("link/sub").c_str(), &throughLink, nullptr), dirNFErr);
+  bool isFolder = true;
+  EXPECT_EQ(FSPathMakeRef(folder_.PathOf("link").c_str(), &throughLink, &isFolder), noErr);
+  EXPECT_FALSE(isFolder);
+}
+
+TEST_F(FileManager, APathIsLookedUpAfreshWhenItsFolderWasReplaced) {
+  folder_.WriteFile("photos/a", "old");
+  (void)RefAt("photos/a");
+  ASSERT_EQ(rename(folder_.PathOf("photos").c_str(), folder_.PathOf("moved").c_str()), 0);
+  folder_.WriteFile("photos/b", "new");
+  (void)RefAt("photos/b");
+  FSRef ref;
+  EXPECT_EQ(FSPathMakeRef(folder_.PathOf("photos/a").c_str(), &ref, nullptr), fnfErr);
+}
+
+TEST_F(FileManager, AnyDepthWorksWithFewDescriptors) {
+  folder_.MakeDeepTree("deep", 1500, "level", "bottom.txt", "deep down");
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  const rlimit few{16, limit.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+  std::vector<FSRef> chain = {RefAt("deep")};
+  for (;;) {
+    FSIterator iterator;
+    ASSERT_EQ(FSOpenIterator(chain.back(), kFSIterateFlat, &iterator), noErr) << chain.size();
+    FSRef item;
+    std::uint32_t actual = 0;
+    ASSERT_EQ(FSGetCatalogInfoBulk(iterator, 1, &actual, nullptr, kFSCatInfoNone, nullptr, &item,
+                                   nullptr, nullptr),
+              noErr);
+    chain.push_back(item);
+    if (IsKnownPlainItem(item)) break;
+  }
+  ASSERT_EQ(chain.size(), 1502u);
+  std::array<char, 4096> path;
+  EXPECT_EQ(FSRefMakePath(chain.back(), path.data(), path.size()), bdNamErr);
+  CloseFolderDescriptors();
+  FSRef moved;
+  ASSERT_EQ(FSMoveObject(chain.back(), chain.front(), &moved), noErr);
+  EXPECT_EQ(PathOf(moved), folder_.PathOf("deep/bottom.txt"));
+  chain.pop_back();
+  for (; chain.size() > 1; chain.pop_back()) ASSERT_EQ(FSDeleteObject(chain.back()), noErr);
+  setrlimit(RLIMIT_NOFILE, &limit);
+  EXPECT_EQ(folder_.Tree("deep"), (CTemporaryFolder::Contents{{"bottom.txt", "deep down"}}));
+}
+
+TEST_F(FileManager, ARefusalToListIsReportedByTheFirstRead) {
+  folder_.WriteFile("closed/a");
+  chmod(folder_.PathOf("closed").c_str(), 0);
+  const std::string path = folder_.PathOf("closed");
+  EXPECT_EQ(AsAnotherUser([&] {
+              FSRef closed;
+              FSIterator iterator;
+              std::uint32_t actual = 0;
+              if (FSPathMakeRef(path.c_str(), &closed, nullptr) != noErr) return 1;
+              if (FSOpenIterator(closed, kFSIterateFlat, &iterator) != noErr) return 2;
+              return FSGetCatalogInfoBulk(iterator, 1, &actual, nullptr, kFSCatInfoNone, nullptr,
+                                          nullptr, nullptr, nullptr) == afpAccessDenied
+                         ? 0
+                         : 3;
+            }),
+            0);
+}
+
+TEST_F(FileManager, UnlockingGivesTheOwnerWritePermissionButNeverThroughOtherLinks) {
+  folder_.WriteFile("alone");
+  folder_.WriteFile("linked");
+  ASSERT_EQ(link(folder_.PathOf("linked").c_str(), folder_.PathOf("outside").c_str()), 0);
+  folder_.MakeFolder("locked");
+  for (const char *name : {"alone", "linked", "locked"}) {
+    chmod(folder_.PathOf(name).c_str(), 0555);
+    std::uint16_t flags = 0;
+    ASSERT_EQ(NodeFlags(RefAt(name), &flags), noErr);
+    EXPECT_TRUE(flags & kFSNodeLockedMask) << name;
+    FSCatalogInfo info{};
+    info.nodeFlags = static_cast<std::uint16_t>(flags & ~kFSNodeLockedMask);
+    const bool isLinked = std::string_view(name) == "linked";
+    EXPECT_EQ(FSSetCatalogInfo(RefAt(name), kFSCatInfoNodeFlags, info), isLinked ? permErr : noErr);
+    struct stat after {};
+    stat(folder_.PathOf(name).c_str(), &after);
+    EXPECT_EQ(after.st_mode & 0777, isLinked ? 0555u : 0755u) << name;
+  }
+}
+
+TEST_F(FileManager, AMountedFolderIsBusyToADeletingIterator) {
+  folder_.MakeFolder("sub/mounted");
+  folder_.WriteFile("elsewhere/keep", "keep");
+  const std::string target = folder_.PathOf("sub/mounted");
+  for (const bool isBind : {false, true}) {
+    const int mounted = isBind ? mount(folder_.PathOf("elsewhere").c_str(), target.c_str(), nullptr,
+                                       MS_BIND, nullptr)
+                               : mount("none", target.c_str(), "tmpfs", 0, nullptr);
+    ASSERT_EQ(mounted, 0) << "mounting needs privileges";
+    FSIterator iterator;
+    EXPECT_EQ(FSOpenIterator(RefAt("sub/mounted"), kFSIterateDelete, &iterator), fBsyErr);
+    EXPECT_EQ(FSOpenIterator(RefAt("sub"), kFSIterateDelete, &iterator), noErr);
+    FSRef moved;
+    EXPECT_NE(FSMoveObject(RefAt("sub/mounted"), RefAt(""), &moved), noErr);
+    iterator.reset();
+    CloseFolderDescriptors();
+    EXPECT_EQ(umount(target.c_str()), 0) << "an idle program must not keep a volume busy";
+  }
+  EXPECT_EQ(folder_.ReadFile("elsewhere/keep"), "keep");
+}
+
+TEST_F(FileManager, FinderInformationComesFromTheAttributesOfCopies) {
+  std::array<char, 32> bytes{};
+  bytes[8] = 0x40;
+  bytes[16] = 0x11;
+  const char *const attributes[] = {"user.com.apple.FinderInfo", "osx.com.apple.FinderInfo"};
+  folder_.WriteFile("plain");
+  folder_.WriteFile("hidden");
+  // Only the first kind can be written here; the other belongs to a file system's driver.
+  ASSERT_EQ(setxattr(folder_.PathOf("hidden").c_str(), attributes[0], bytes.data(), 32, 0), 0);
+  for (const char *name : {"plain", "hidden"}) {
+    FSCatalogInfo info{};
+    ASSERT_EQ(FSGetCatalogInfo(RefAt(name), kFSCatInfoFinderInfo | kFSCatInfoFinderXInfo, &info,
+                               nullptr, nullptr, nullptr),
+              noErr);
+    const bool isHidden = std::string_view(name) == "hidden";
+    EXPECT_EQ(info.finderInfo[8], isHidden ? 0x40 : 0) << name;
+    EXPECT_EQ(info.extFinderInfo[0], isHidden ? 0x11 : 0) << name;
+  }
+}
+
+TEST_F(FileManager, SpecificationsAndAliasesLeadBackToTheItem) {
+  for (const std::string &name :
+       {std::string("short"), std::string(63, 's'), std::string(64, 'l'), std::string(255, 'm')}) {
+    folder_.WriteFile(name, "x");
+    FSSpec spec;
+    ASSERT_EQ(FSGetCatalogInfo(RefAt(name), kFSCatInfoNone, nullptr, nullptr, &spec, nullptr),
+              noErr);
+    FSRef back;
+    ASSERT_EQ(FSpMakeFSRef(spec, &back), noErr);
+    EXPECT_EQ(PathOf(back), folder_.PathOf(name));
+    AliasHandle alias;
+    EXPECT_EQ(NewAlias(nullptr, spec, &alias), noErr);
+    folder_.Remove(name);
+    EXPECT_EQ(FSpMakeFSRef(spec, &back), fnfErr);
+    EXPECT_EQ(UpdateAlias(nullptr, spec, alias, nullptr), fnfErr);
+  }
+  FSRef nothing{};
+  FSRef back;
+  EXPECT_EQ(FSpMakeFSRef(FSSpec{}, &back), paramErr);
+  EXPECT_EQ(FSGetCatalogInfo(nothing, kFSCatInfoNone, nullptr, nullptr, nullptr, nullptr),
+            paramErr);
+  EXPECT_EQ(FSMoveObject(nothing, RefAt(""), &back), paramErr);
+  EXPECT_EQ(FSDeleteObject(nothing), paramErr);
+}
+
+}  // namespace
