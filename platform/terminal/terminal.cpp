@@ -1,0 +1,88 @@
+#include "platform/terminal/terminal.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "platform/icons.h"
+#include "platform/preferences.h"
+#include "platform/processes.h"
+#include "platform/terminal/event_loop.h"
+#include "platform/terminal/operands.h"
+#include "platform/terminal/signals.h"
+#include "platform/terminal/status_view.h"
+#include "platform/terminal/terminal_text.h"
+#include "platform/workspace.h"
+
+namespace {
+
+bool hasUnusableOperand = false;
+
+/// A closed standard stream would give its number to the next file opened, and status texts would
+/// be written to that.
+void OpenStandardStreams() {
+  for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+    if (fcntl(stream, F_GETFD) < 0) (void)open("/dev/null", O_RDWR);
+  }
+}
+
+}  // namespace
+
+void StartTerminal(bool isQuiet) {
+  OpenStandardStreams();
+  CatchSignals();
+  StartStatusView(isQuiet);
+}
+
+bool TakeOperands(const std::vector<std::string> &operands, bool isForced) {
+  std::vector<FSRef> folders;
+  for (const std::string &operand : operands) {
+    FSRef folder;
+    std::string problem;
+    if (ResolveOperand(operand, isForced, &folder, &problem)) {
+      folders.push_back(folder);
+    } else {
+      hasUnusableOperand = true;
+      ReportProblem(operand + ": " + problem);
+    }
+  }
+  const bool isAnyLeft = !folders.empty();
+  OpenWhenLoopStarts(std::move(folders));
+  return isAnyLeft;
+}
+
+void ReportProblem(std::string_view problem) {
+  PrintLine("vannerly-cli: " + TerminalTextFromDisk(problem));
+}
+
+int TerminalExitStatus() {
+  if (const int status = ExitStatusOfSignals(); status != 0) return status;
+  return hasUnusableOperand ? 1 : 0;
+}
+
+OSErr SetFrontProcess(const ProcessSerialNumber &) {
+  return noErr;
+}
+
+void ExitToShell() {
+  ClearStatus();
+  (void)CFPreferencesAppSynchronize();
+  std::_Exit(TerminalExitStatus());
+}
+
+OSStatus RegisterIconRefFromFSRef(OSType, OSType, const FSRef &, IconRef *) {
+  return paramErr;  // A terminal shows no icon.
+}
+
+void NSBeep() {
+  BeepOnTerminal();
+}
+
+void SysBeep(std::int16_t) {
+  BeepOnTerminal();
+}
+
+bool NSWorkspace::openURL(const std::string &) {
+  return false;
+}

@@ -1,0 +1,25 @@
+/// What the program on a terminal tells its platform beforehand, and asks of it in the end.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Takes over the signals and standard error. Call it once, first of all.
+///
+/// `isQuiet` keeps the status of runs off standard error; problems are still reported there.
+void StartTerminal(bool isQuiet);
+
+/// Finds the folders that the user named, resolving links, and keeps them for the event loop, which
+/// opens all in one event. Each that is missing, is not a folder or is refused is reported, and the
+/// exit status tells of it. Refused are the root folder and the user's home folder itself, unless
+/// `isForced`. Answers whether any folder is left.
+bool TakeOperands(const std::vector<std::string> &operands, bool isForced);
+
+/// Writes the line "vannerly-cli: PROBLEM" to standard error; what could do harm there is shown as
+/// "?".
+void ReportProblem(std::string_view problem);
+
+/// 130, 143 or 129 when SIGINT, SIGTERM or SIGHUP stopped or ended the run, else 1 when an operand
+/// could not be used, else 0.
+int TerminalExitStatus();

@@ -1,0 +1,17 @@
+/// Text made fit for a terminal: UTF-8 in which nothing moves the cursor, changes colours or turns
+/// the direction of writing.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// Characters that a terminal would obey, and those that stand for bytes which are not UTF-8, come
+/// out as "?".
+std::string TerminalText(std::u16string_view text);
+
+/// The same for bytes as they stand on disk or in an operand.
+std::string TerminalTextFromDisk(std::string_view bytes);
+
+/// Status texts are Mac Roman. One unit is one column wide: the encoding has no wide and no
+/// combining characters.
+std::u16string TextFromMacRoman(std::string_view bytes);
