@@ -1,0 +1,22 @@
+#include "app/commands.h"
+
+#include "engine/flatten_run.h"
+#include "prefs/preferences_sheet.h"
+
+OSStatus HandleCommand(EventHandlerCallRef /*callRef*/, EventRef event, void * /*userData*/) {
+  HICommand command{};
+  (void)GetEventParameter(event, kEventParamDirectObject, typeHICommand, sizeof command, &command);
+  switch (command.commandID) {
+    case kHICommandPreferences:
+      (void)ShowPreferencesSheet();
+      return noErr;
+    case kHICommandCancel:
+      FlattenRun.StopRequested = true;
+      return noErr;
+    case kHICommandQuit:
+      FlattenRun.QuitRequested = true;
+      return eventNotHandledErr;
+    default:
+      return eventNotHandledErr;
+  }
+}

@@ -1,0 +1,152 @@
+#include "app/drop_target.h"
+
+#include <vector>
+
+#include "platform/apple_events.h"
+#include "platform/processes.h"
+#include "platform/workspace.h"
+
+namespace {
+
+constexpr std::int16_t kHiliteInset = 2;
+
+DragTrackingHandlerUPP trackingHandler = nullptr;
+DragReceiveHandlerUPP receiveHandler = nullptr;
+/// Decided when a drag arrives, used while it moves over the window.
+bool DragIsAcceptable = false;
+
+// An item without the flavor is no file: it is passed over by all who ask.
+bool HasFileFlavor(DragRef drag, std::uint16_t index, DragItemRef *item) {
+  FlavorFlags flags;
+  return GetDragItemReferenceNumber(drag, index, item) == noErr &&
+         GetFlavorFlags(drag, *item, flavorTypeHFS, &flags) == noErr;
+}
+
+OSErr GetFileFlavor(DragRef drag, DragItemRef item, HFSFlavor *flavor) {
+  std::size_t size = sizeof *flavor;
+  return GetFlavorData(drag, item, flavorTypeHFS, flavor, &size, 0);
+}
+
+bool IsExistingFileItem(DragRef drag, std::uint16_t index) {
+  DragItemRef item;
+  HFSFlavor flavor{};
+  FSRef ref;
+  return HasFileFlavor(drag, index, &item) && GetFileFlavor(drag, item, &flavor) == noErr &&
+         FSpMakeFSRef(flavor.fileSpec, &ref) == noErr;
+}
+
+void ShowHilite(WindowRef window, DragRef drag) {
+  CGrafPtr savedPort = nullptr;
+  GetPort(&savedPort);
+  SetPortWindowPort(window);
+  Rect content{};
+  (void)GetWindowBounds(window, kWindowContentRgn, &content);
+  Point topLeft{content.top, content.left};
+  Point bottomRight{content.bottom, content.right};
+  GlobalToLocal(&topLeft);
+  GlobalToLocal(&bottomRight);
+  Rect frame{topLeft.v, topLeft.h, bottomRight.v, bottomRight.h};
+  InsetRect(&frame, kHiliteInset, kHiliteInset);
+  const std::unique_ptr<Region> region = NewRgn();
+  RectRgn(region.get(), frame);
+  (void)ShowDragHilite(drag, region.get(), true);
+  SetPort(savedPort);
+}
+
+OSErr PutAliasOf(const FSSpec &spec, AliasHandle &alias, AEDescList *list) {
+  bool wasChanged;
+  const OSErr error = alias == nullptr ? NewAlias(nullptr, spec, &alias)
+                                       : UpdateAlias(nullptr, spec, alias, &wasChanged);
+  if (error != noErr) return error;
+  // Appended, so that an item left out before leaves no gap in the list.
+  return AEPutPtr(list, 0, typeAlias, alias->data(), alias->size());
+}
+
+}  // namespace
+
+OSErr InstallDropTarget(WindowRef window) {
+  if (trackingHandler == nullptr) trackingHandler = NewDragTrackingHandlerUPP(DragTrackingHandler);
+  if (receiveHandler == nullptr) receiveHandler = NewDragReceiveHandlerUPP(DragReceiveHandler);
+  OSErr error = InstallTrackingHandler(trackingHandler, window, nullptr);
+  if (error != noErr) return error;
+  error = InstallReceiveHandler(receiveHandler, window, nullptr);
+  if (error != noErr) (void)RemoveTrackingHandler(trackingHandler, window);
+  return error;
+}
+
+void RemoveDropTarget(WindowRef window) {
+  (void)RemoveReceiveHandler(receiveHandler, window);
+  (void)RemoveTrackingHandler(trackingHandler, window);
+}
+
+OSErr DragTrackingHandler(DragTrackingMessage message, WindowRef window, void * /*refCon*/,
+                          DragRef drag) {
+  switch (message) {
+    case kDragTrackingEnterHandler:
+      DragIsAcceptable = DragHasFileItems(drag);
+      return DragIsAcceptable ? noErr : dragNotAcceptedErr;
+    case kDragTrackingEnterWindow:
+      if (DragIsAcceptable) ShowHilite(window, drag);
+      return noErr;
+    case kDragTrackingLeaveWindow:
+      if (DragIsAcceptable) (void)HideDragHilite(drag);
+      return noErr;
+    case kDragTrackingLeaveHandler:
+      return noErr;
+    default:
+      return paramErr;
+  }
+}
+
+OSErr DragReceiveHandler(WindowRef /*window*/, void * /*refCon*/, DragRef drag) {
+  if (!DragHasFileItems(drag)) return dragNotAcceptedErr;
+  std::uint16_t count = 0;
+  (void)CountDragItems(drag, &count);
+  // Zeroed, so that no alias can be made for an item without the flavor.
+  std::vector<FSSpec> specs(count);
+  for (std::uint16_t i = 0; i < count; ++i) {
+    DragItemRef item;
+    if (!HasFileFlavor(drag, static_cast<std::uint16_t>(i + 1), &item)) continue;
+    HFSFlavor flavor{};
+    if (const OSErr error = GetFileFlavor(drag, item, &flavor); error != noErr) return error;
+    specs[i] = flavor.fileSpec;
+  }
+  const OSErr error = SendOpenDocumentsToSelf(count, specs.data());
+  if (error != noErr) SysBeep(30);
+  return error;
+}
+
+bool DragHasFileItems(DragRef drag) {
+  std::uint16_t count = 0;
+  if (CountDragItems(drag, &count) != noErr) return false;
+  bool found = false;
+  for (std::uint32_t index = 1; index <= count; ++index) {
+    // Every item is looked at: a drag's source may deliver its data only when asked for it.
+    if (IsExistingFileItem(drag, static_cast<std::uint16_t>(index))) found = true;
+  }
+  return found;
+}
+
+OSErr SendOpenDocumentsToSelf(std::int32_t count, const FSSpec *specs) {
+  if (count == 0 || specs == nullptr) return paramErr;
+  constexpr ProcessSerialNumber kSelf{0, kCurrentProcess};
+  AEAddressDesc target;
+  OSErr error = AECreateDesc(typeProcessSerialNumber, &kSelf, sizeof kSelf, &target);
+  if (error != noErr) return error;
+  AppleEvent event;
+  error = AECreateAppleEvent(kCoreEventClass, kAEOpenDocuments, target, kAutoGenerateReturnID,
+                             kAnyTransactionID, &event);
+  if (error != noErr) return error;
+  AEDescList list;
+  error = AECreateList(nullptr, 0, false, &list);
+  if (error != noErr) return error;
+
+  AliasHandle alias;
+  for (std::int32_t i = 0; i < count; ++i) error = PutAliasOf(specs[i], alias, &list);
+  // Only the last item decides, so that a drop whose last item is good goes through.
+  if (error != noErr) return error;
+  error = AEPutParamDesc(&event, keyDirectObject, list);
+  if (error != noErr) return error;
+  AppleEvent reply;
+  return AESend(event, &reply, kAENoReply, kAENormalPriority, kAEDefaultTimeout);
+}

@@ -1,0 +1,23 @@
+/// The main window and its controls, of which there is one set for the process.
+#pragma once
+
+#include "platform/controls.h"
+#include "platform/windows.h"
+
+/// Every control ID of the program has this signature.
+inline constexpr OSType kControlSignature = FourChars("CNTL");
+
+/// What is not found in the interface file stays empty, and calls on it do nothing.
+struct MainWindowState {
+  WindowRef window = nullptr;
+  ControlRef statusLine1 = nullptr;    ///< 1: the phase and the file being worked on
+  ControlRef busyIndicator = nullptr;  ///< 2: shown while a folder is being flattened
+  ControlRef idleElement = nullptr;    ///< 4: shown while none is
+  ControlRef progressBar = nullptr;    ///< 5
+  ControlRef statusLine2 = nullptr;    ///< 6: the counter, then the elapsed time
+  ControlRef stopButton = nullptr;     ///< 7: shown and enabled while a folder is being flattened
+};
+extern MainWindowState MainWindow;
+
+/// Finds the six controls in the window.
+void FetchMainWindowControls();

@@ -1,0 +1,49 @@
+#include "app/status_display.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+#include "app/main_window.h"
+#include "fsutil/mac_roman.h"
+#include "platform/events.h"
+
+void YieldToEvents() {
+  EventRecord event;
+  (void)WaitNextEvent(0, &event, 0, nullptr);
+}
+
+void SetStatusText(const char *text, std::int32_t line) {
+  PascalString pascalText;
+  CopyCStringToPascal(text, pascalText);
+  if (line == 2) {
+    (void)SetControlTextAndDraw(MainWindow.statusLine2, pascalText, true);
+  } else if (line == 1) {
+    (void)SetControlTextAndDraw(MainWindow.statusLine1, pascalText, true);
+  }
+  YieldToEvents();
+}
+
+void FormatStatusText(std::int32_t line, const char *format, ...) {
+  ShortString text;
+  std::va_list arguments;
+  va_start(arguments, format);
+  (void)std::vsnprintf(text, sizeof text, format, arguments);
+  va_end(arguments);
+  SetStatusText(text, line);
+}
+
+OSStatus SetControlTextAndDraw(ControlRef control, const PascalString &text, bool redraw) {
+  if (control == nullptr) return paramErr;
+  const OSStatus status =
+      SetControlData(control, kControlEntireControl, kControlStaticTextTextTag, text[0], text + 1);
+  if (redraw && status == noErr) Draw1Control(control);
+  return status;
+}
+
+OSErr GetItemNameAsCString(const FSRef &item, ShortString &name) {
+  HFSUniStr255 unicodeName;
+  const OSErr error =
+      FSGetCatalogInfo(item, kFSCatInfoNone, nullptr, &unicodeName, nullptr, nullptr);
+  if (error == noErr) ConvertUnicodeToMacRoman(name, unicodeName.View());
+  return error;
+}

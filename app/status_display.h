@@ -1,0 +1,29 @@
+/// The two status lines of the main window, and the yield that keeps it alive.
+///
+/// Texts are Mac Roman, at most 255 bytes; what is longer is shown cut.
+#pragma once
+
+#include "fsutil/short_strings.h"
+#include "platform/controls.h"
+#include "platform/file_manager.h"
+
+/// Status line 1 while nothing is being done.
+inline constexpr char kIdleHint[] =
+    "Drop a folder on the application or this window to flatten it.";
+
+/// Lets the window redraw and commands arrive. What runs here may set flags and change the display
+/// but never start work on the files.
+void YieldToEvents();
+
+/// Shows `text` on status line 1 or 2, then yields; any other line shows nothing but yields too.
+void SetStatusText(const char *text, std::int32_t line);
+
+/// The same with a text made by `printf`'s rules.
+[[gnu::format(printf, 2, 3)]] void FormatStatusText(std::int32_t line, const char *format, ...);
+
+/// Sets a control's text, and draws the control if that worked and `redraw` says so. paramErr for
+/// an empty control.
+OSStatus SetControlTextAndDraw(ControlRef control, const PascalString &text, bool redraw);
+
+/// The name of an item as status texts show it. On failure `name` is left as it was.
+OSErr GetItemNameAsCString(const FSRef &item, ShortString &name);

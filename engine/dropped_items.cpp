@@ -1,0 +1,3 @@
+#include "engine/dropped_items.h"
+
+AEDescList DroppedItemList;

@@ -1,0 +1,181 @@
+#include "engine/flatten_run.h"
+
+#include <new>
+#include <optional>
+#include <string>
+
+#include "app/main_window.h"
+#include "app/quit_timer.h"
+#include "app/status_display.h"
+#include "engine/collate.h"
+#include "engine/dropped_items.h"
+#include "engine/elapsed_time.h"
+#include "engine/emptied_folders.h"
+#include "engine/finder_alias.h"
+#include "engine/folder_scan.h"
+#include "engine/move_name.h"
+#include "engine/progress.h"
+#include "fsutil/item_info.h"
+#include "fsutil/move_item.h"
+#include "platform/launch_services.h"
+#include "platform/strings.h"
+#include "platform/utilities.h"
+#include "platform/workspace.h"
+#include "prefs/preferences.h"
+
+FlattenRunState FlattenRun;
+
+namespace {
+
+constexpr std::int32_t kMoveOperation = 1;
+constexpr std::int32_t kAliasOperation = 2;
+
+void ShowFolderInTitle() {
+  std::u16string displayName;
+  if (LSCopyDisplayNameForRef(FlattenRun.droppedFolder, &displayName) != noErr) return;
+  (void)SetWindowTitleWithCFString(MainWindow.window, displayName);
+  FSSpec spec;
+  if (GetItemFSSpec(FlattenRun.droppedFolder, &spec) != noErr) return;
+  (void)SetWindowProxyFSSpec(MainWindow.window, spec);
+  (void)SetWindowModified(MainWindow.window, false);
+}
+
+void ShowBusyControls() {
+  ShowControl(MainWindow.busyIndicator);
+  HideControl(MainWindow.idleElement);
+  (void)EnableControl(MainWindow.stopButton);
+  ShowControl(MainWindow.stopButton);
+}
+
+void ShowIdleControls() {
+  HideControl(MainWindow.busyIndicator);
+  ShowControl(MainWindow.idleElement);
+  HideControl(MainWindow.stopButton);
+  (void)DisableControl(MainWindow.stopButton);
+}
+
+bool AllocateRefs() {
+  CollectedFileList &files = FlattenRun.CollectedFiles;
+  try {
+    // Left uninitialised: the collecting pass fills it, and a million references are 80 MB.
+    files.refs = std::make_unique_for_overwrite<FSRef[]>(static_cast<std::size_t>(files.count));
+    return true;
+  } catch (const std::bad_alloc &) {
+    return false;
+  }
+}
+
+// Counts, then collects. Only when both passes agree may the files be touched: a scan that was
+// stopped or cut short, or has found a changed tree, does not know them all.
+bool CollectFiles() {
+  CollectedFileList &files = FlattenRun.CollectedFiles;
+  files.count = 0;
+  files.collected = 0;
+  (void)CountFilesInFolder(FlattenRun.droppedFolder);
+  if (files.count <= 0 || !AllocateRefs()) return false;
+  (void)CollectFilesInFolder(FlattenRun.droppedFolder);
+  return files.collected == files.count;
+}
+
+// The result of the move is not examined: a file that cannot be moved stays where it is.
+void MoveFileUp(const FSRef &file) {
+  FSRef parent;
+  if (GetParentFolderRef(file, &parent) != noErr) return;
+  if (FSCompareFSRefs(FlattenRun.droppedFolder, parent) == noErr) return;
+  std::optional<std::u16string> newName;
+  if (GetRenameDuplicates()) newName = MakeUniqueMoveName(FlattenRun.droppedFolder, file);
+  FSRef newRef;
+  (void)MoveItemWithNewName(file, FlattenRun.droppedFolder, newName, kTextEncodingUnknown, &newRef);
+}
+
+std::optional<std::u16string> MakePathString(const FSRef &item) {
+  char path[4096];
+  if (FSRefMakePath(item, path, sizeof path) != noErr) return std::nullopt;
+  return CFStringCreateWithCString(path, kCFStringEncodingUTF8);
+}
+
+// A file that lies directly in the dropped folder gets an alias beside itself too.
+void MakeAliasOfFile(const FSRef &file) {
+  const std::optional<std::u16string> filePath = MakePathString(file);
+  if (!filePath) return;
+  const std::optional<std::u16string> folderPath = MakePathString(FlattenRun.droppedFolder);
+  if (!folderPath) return;
+  if (!MakeFinderAlias(*filePath, *folderPath)) NSBeep();
+}
+
+void HandleFile(const FSRef &file) {
+  ShortString name = "";
+  if (GetItemNameAsCString(file, name) != noErr) return;
+  FormatStatusText(1, "Moving File: %s", name);
+  const std::int32_t operation = GetOperation();
+  if (operation == kMoveOperation) {
+    MoveFileUp(file);
+  } else if (operation == kAliasOperation) {
+    MakeAliasOfFile(file);
+  }
+  ++FlattenRun.CollectedFiles.collected;
+}
+
+void HandleCollectedFiles() {
+  CollectedFileList &files = FlattenRun.CollectedFiles;
+  ShowProgress();
+  files.collected = 0;
+  for (std::int32_t i = 0; i < files.count && !StopOrQuitRequested(); ++i) {
+    HandleFile(files.refs[i]);
+    FormatStatusText(2, "(%d of %d)", i + 1, files.count);
+    // The bar shows what was done before this file, on purpose: it never reaches its end.
+    SetControlValue(MainWindow.progressBar, ProgressValue(ProgressAmount(i), files.count));
+  }
+  HideControl(MainWindow.progressBar);
+}
+
+void ShowElapsedTime(std::uint32_t startTime) {
+  std::uint32_t endTime;
+  GetDateTime(&endTime);
+  ShortString elapsed = "";
+  FormatElapsedTime(endTime - startTime, elapsed);
+  FormatStatusText(2, "Elapsed time: %s", elapsed);
+  SetStatusText(kIdleHint, 1);
+}
+
+void FlattenDroppedFolder() {
+  ShowFolderInTitle();
+  std::uint32_t startTime;
+  GetDateTime(&startTime);
+  FlattenRun.StopRequested = false;
+  ShowBusyControls();
+  if (CollectFiles()) HandleCollectedFiles();
+  FlattenRun.CollectedFiles.refs.reset();
+
+  // Both run whatever happened before, a stopped run included.
+  if (GetDeleteEmptiedFolders()) {
+    SetStatusText("Deleting emptied folders...", 1);
+    RemoveEmptiedFolders(FlattenRun.droppedFolder);
+  }
+  if (GetAggregateFilesWhenDone()) {
+    SetStatusText("Collating files...", 1);
+    CollateFilesByExtension(FlattenRun.droppedFolder);
+  }
+
+  ShowIdleControls();
+  ShowElapsedTime(startTime);
+  if (GetQuitWhenDone()) {
+    (void)InstallEventLoopTimer(GetCurrentEventLoop(), 1.0, 0, NewEventLoopTimerUPP(QuitTimerProc),
+                                nullptr, nullptr);
+  }
+}
+
+}  // namespace
+
+void FlattenTimerProc(EventLoopTimerRef /*timer*/, void * /*userData*/) {
+  std::int32_t count = 0;
+  if (AECountItems(DroppedItemList, &count) != noErr) return;
+  for (std::int32_t index = 1; index <= count; ++index) {
+    // Read from the list as it is now: a drop during the run has replaced it.
+    if (AEGetNthPtr(DroppedItemList, index, typeFSRef, nullptr, nullptr, &FlattenRun.droppedFolder,
+                    sizeof(FSRef), nullptr) != noErr) {
+      continue;
+    }
+    if (IsFolder(FlattenRun.droppedFolder)) FlattenDroppedFolder();
+  }
+}

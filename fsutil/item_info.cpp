@@ -1,0 +1,52 @@
+#include "fsutil/item_info.h"
+
+#include <algorithm>
+
+bool ItemExists(const FSRef &item) {
+  return FSGetCatalogInfo(item, kFSCatInfoNone, nullptr, nullptr, nullptr, nullptr) == noErr;
+}
+
+bool IsFolder(const FSRef &item) {
+  bool isFolder = false;
+  (void)GetItemFinderInfoAndKind(item, nullptr, nullptr, &isFolder);
+  return isFolder;
+}
+
+OSErr GetItemFinderInfoAndKind(const FSRef &item, FinderInfo *finderInfo, FinderInfo *extFinderInfo,
+                               bool *isFolder) {
+  const FSCatalogInfoBitmap whichInfo = (extFinderInfo != nullptr ? kFSCatInfoFinderXInfo : 0) |
+                                        (finderInfo != nullptr ? kFSCatInfoFinderInfo : 0) |
+                                        (isFolder != nullptr ? kFSCatInfoNodeFlags : 0);
+  FSCatalogInfo info;
+  const OSErr error = FSGetCatalogInfo(item, whichInfo, &info, nullptr, nullptr, nullptr);
+  if (error != noErr) return error;
+  if (finderInfo != nullptr) std::ranges::copy(info.finderInfo, finderInfo->begin());
+  if (extFinderInfo != nullptr) std::ranges::copy(info.extFinderInfo, extFinderInfo->begin());
+  if (isFolder != nullptr) *isFolder = (info.nodeFlags & kFSNodeIsDirectoryMask) != 0;
+  return noErr;
+}
+
+OSErr GetParentFolderRef(const FSRef &item, FSRef *parent) {
+  if (parent == nullptr) return paramErr;
+  FSCatalogInfo info;
+  const OSErr error = FSGetCatalogInfo(item, kFSCatInfoNodeID, &info, nullptr, nullptr, parent);
+  if (error != noErr) return error;
+  if (info.nodeID == fsRtDirID) *parent = FSRef{};
+  return noErr;
+}
+
+OSErr GetItemFSSpec(const FSRef &item, FSSpec *spec) {
+  return FSGetCatalogInfo(item, kFSCatInfoNone, nullptr, nullptr, spec, nullptr);
+}
+
+std::optional<HFSUniStr255> CopyItemName(const FSRef &item) {
+  std::optional<HFSUniStr255> name(std::in_place);
+  if (FSGetCatalogInfo(item, kFSCatInfoNone, nullptr, &*name, nullptr, nullptr) != noErr) {
+    name.reset();
+  }
+  return name;
+}
+
+bool FindItemInFolder(const FSRef &folder, std::u16string_view name, FSRef *result) {
+  return FSMakeFSRefUnicode(folder, name, kTextEncodingUnknown, result) != fnfErr;
+}

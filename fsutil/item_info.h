@@ -1,0 +1,33 @@
+/// Questions about one item, each answered by a single look at the catalog.
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string_view>
+
+#include "platform/file_manager.h"
+
+using FinderInfo = std::array<std::uint8_t, 16>;
+
+bool ItemExists(const FSRef &item);
+
+/// False also when the item cannot be read.
+bool IsFolder(const FSRef &item);
+
+/// Reads the Finder information and whether the item is a folder, as far as each is asked for (not
+/// null).
+OSErr GetItemFinderInfoAndKind(const FSRef &item, FinderInfo *finderInfo, FinderInfo *extFinderInfo,
+                               bool *isFolder);
+
+/// The folder that holds `item`. A volume's root folder has none: `parent` is then all zeros.
+/// paramErr without `parent`.
+OSErr GetParentFolderRef(const FSRef &item, FSRef *parent);
+
+OSErr GetItemFSSpec(const FSRef &item, FSSpec *spec);
+
+/// None when the name cannot be read.
+std::optional<HFSUniStr255> CopyItemName(const FSRef &item);
+
+/// Looks `name` up in `folder`. True unless the name is known to be free, that is for any error but
+/// fnfErr too: what cannot be ruled out counts as taken. `result` is set when an item was found.
+bool FindItemInFolder(const FSRef &folder, std::u16string_view name, FSRef *result);

@@ -1,0 +1,41 @@
+/// 8-bit strings in buffers of 256 bytes: at most 255 characters and a terminating zero.
+///
+/// No operation passes that bound or allocates: text that is too long is cut, never rejected. The
+/// buffers belong to the callers. A source may be none where that is said.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+inline constexpr std::size_t kShortStringLimit = 255;
+using ShortString = char[kShortStringLimit + 1];
+
+/// A length byte and at most 255 characters, as controls and menus take their texts.
+using PascalString = std::uint8_t[kShortStringLimit + 1];
+
+void ClearCString(ShortString &text);
+
+/// Replaces `destination` by the first 255 characters of `source`; by nothing when that is none.
+char *CopyBoundedCString(ShortString &destination, const char *source);
+
+/// Appends as much of `source` as there is room for; nothing when that is none. `destination` must
+/// be terminated.
+char *AppendBoundedCString(ShortString &destination, const char *source);
+
+/// Converts UTF-16 to Mac Roman, cut at 255 characters; what Mac Roman lacks stands as the
+/// converter renders it. No error is reported.
+char *CopyCFStringToCString(ShortString &destination, std::u16string_view source);
+
+/// Writes `value` in decimal, zero-terminated. At most `size - 1` digits are kept, the last ones;
+/// "-" is written before them even then, so `destination` needs `size + 1` bytes.
+void FormatDecimalNumber(char *destination, std::int16_t size, std::int32_t value);
+
+/// Appends `value` in decimal.
+char *AppendDecimalNumber(ShortString &destination, std::int32_t value);
+
+/// Reverses a zero-terminated string in place; none is let pass.
+void ReverseCString(char *text);
+
+/// Copies the first 255 characters of `source`.
+void CopyCStringToPascal(const char *source, PascalString &destination);
