@@ -1,0 +1,142 @@
+"""What the tests of the terminal program share: a temporary folder, trees, and runs of the program.
+
+VANNERLY_CLI is the path of the program, VANNERLY_OTHER_DISK that of the library built from
+other_disk.cpp. All names are text; os.fsencode's escapes stand for bytes that are no text.
+"""
+
+import hashlib
+import os
+import re
+import resource
+import stat
+import subprocess
+import tempfile
+import unittest
+
+PROGRAM = os.path.abspath(os.environ["VANNERLY_CLI"])
+UUID = re.compile(r"[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}")
+IDLE = "Drop a folder on the application or this window to flatten it."
+
+
+def other_disk(delay=None, noFlags=False, refusals=None):
+    """Environment variables that put the library of other_disk.cpp before the program."""
+    variables = {"LD_PRELOAD": os.path.abspath(os.environ["VANNERLY_OTHER_DISK"])}
+    # The sanitizer wants to be the first library; the other one here does not get in its way.
+    options = [os.environ.get("ASAN_OPTIONS", ""), "verify_asan_link_order=0"]
+    variables["ASAN_OPTIONS"] = ":".join(o for o in options if o)
+    if delay:
+        variables["OTHER_DISK_DELAY_US"] = str(delay)
+    if noFlags:
+        variables["OTHER_DISK_NO_FLAGS"] = "1"
+    if refusals:
+        variables["OTHER_DISK_REFUSALS"] = refusals
+    return variables
+
+
+class CliCase(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        os.umask(0o022)
+        self.place = os.path.realpath(tempfile.mkdtemp(prefix="vannerly-cli-"))
+        # rm goes as deep as it takes; shutil.rmtree does not.
+        self.addCleanup(subprocess.run, ["rm", "-rf", "--", self.place], check=False)
+        self.home = self.path("home")
+        os.mkdir(self.home)
+        self.environment = {**os.environ, "HOME": self.home,
+                            "XDG_CONFIG_HOME": self.path("config"),
+                            "XDG_CONFIG_DIRS": self.path("system")}
+
+    # Files -------------------------------------------------------------------------------------
+
+    def path(self, *names):
+        return os.path.join(self.place, *names)
+
+    def write(self, path, content="", mode=None):
+        """Writes a file below the temporary folder, and the folders above it."""
+        path = self.path(path)
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(content)
+        if mode is not None:
+            os.chmod(path, mode)
+        return path
+
+    def write_preferences(self, text, where="config"):
+        return self.write(f"{where}/vannerly/preferences.toml", text)
+
+    def make_sample(self, folder="drop"):
+        """Three files in the folder itself and three below, one of them a clash."""
+        for name in ("a.txt", "b.jpg", "c", "one/d.txt", "one/two/a.txt", "three/e.jpg"):
+            self.write(f"{folder}/{name}", f"content of {name}")
+        return self.path(folder)
+
+    def tree(self, folder):
+        """Everything below `folder`: path -> content, or what else the item is. A UUID in a name
+        is written as UUID."""
+        found = {}
+        for parent, folders, files in os.walk(folder):
+            for name in folders + files:
+                path = os.path.join(parent, name)
+                key = UUID.sub("UUID", os.path.relpath(path, folder))
+                mode = os.lstat(path).st_mode
+                if stat.S_ISLNK(mode):
+                    found[key] = "-> " + os.readlink(path)
+                elif stat.S_ISDIR(mode):
+                    found[key] = "folder"
+                elif stat.S_ISREG(mode):
+                    with open(path, "rb") as file:
+                        found[key] = file.read().decode(errors="surrogateescape")
+                else:
+                    found[key] = {stat.S_IFIFO: "pipe", stat.S_IFSOCK: "socket"}[stat.S_IFMT(mode)]
+        return found
+
+    def hashes(self, folder):
+        """The contents of all files below, sorted, whatever their names."""
+        found = []
+        for parent, _, files in os.walk(folder):
+            for name in files:
+                path = os.path.join(parent, name)
+                if os.path.isfile(path) and not os.path.islink(path):
+                    with open(path, "rb") as file:
+                        found.append(hashlib.sha256(file.read()).hexdigest())
+        return sorted(found)
+
+    # Runs --------------------------------------------------------------------------------------
+
+    def start(self, *arguments, environment=None, before=(), **options):
+        options.setdefault("cwd", self.place)
+        return subprocess.Popen([*before, PROGRAM, *arguments], stdin=subprocess.DEVNULL,
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                env={**self.environment, **(environment or {})}, **options)
+
+    def run_cli(self, *arguments, status=0, output="", **options):
+        """Runs the program to its end, checks its exit status and standard output (none, or
+        anything when `output` is None) and answers (standard output, standard error)."""
+        process = self.start(*arguments, **options)
+        return self.finish(process, status, output)
+
+    def finish(self, process, status=0, output=""):
+        try:
+            out, err = process.communicate(timeout=240)
+        except subprocess.TimeoutExpired:
+            process.kill()
+            process.communicate()
+            raise
+        out, err = out.decode(errors="surrogateescape"), err.decode(errors="surrogateescape")
+        self.assertEqual(process.returncode, status, f"standard error was:\n{err[-4000:]}")
+        if output is not None:
+            self.assertEqual(out, output)
+        return out, err
+
+
+def powerless():
+    """What to put before a command so that permissions bind it. Root keeps its files but loses the
+    powers by which it may ignore their permissions; anybody else has none to lose."""
+    if os.geteuid() != 0:
+        return []
+    return ["setpriv", "--inh-caps=-all", "--bounding-set=-all", "--no-new-privs"]
+
+
+def few_descriptors():
+    resource.setrlimit(resource.RLIMIT_NOFILE, (40, 40))

@@ -1,0 +1,39 @@
+/// Loaded before the program, makes the disk a slow one, or one that cannot be told to rename
+/// without replacing. Both are told by environment variables:
+///
+///   OTHER_DISK_DELAY_US    every rename takes that many microseconds longer
+///   OTHER_DISK_NO_FLAGS    a rename with flags fails with EINVAL, as on NFS
+///   OTHER_DISK_REFUSALS    a file that gets one byte for each such failure
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+namespace {
+
+void Note(const char *path) {
+  const int file = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+  if (file < 0) return;
+  (void)!write(file, ".", 1);
+  close(file);
+}
+
+}  // namespace
+
+extern "C" int renameat2(int fromFolder, const char *from, int toFolder, const char *to,
+                         unsigned int flags) noexcept {
+  using Rename = int (*)(int, const char *, int, const char *, unsigned int);
+  static const Rename next = reinterpret_cast<Rename>(dlsym(RTLD_NEXT, "renameat2"));
+  if (const char *delay = std::getenv("OTHER_DISK_DELAY_US"); delay != nullptr) {
+    usleep(static_cast<useconds_t>(std::atoi(delay)));
+  }
+  if (flags != 0 && std::getenv("OTHER_DISK_NO_FLAGS") != nullptr) {
+    if (const char *path = std::getenv("OTHER_DISK_REFUSALS"); path != nullptr) Note(path);
+    errno = EINVAL;
+    return -1;
+  }
+  return next(fromFolder, from, toFolder, to, flags);
+}

@@ -1,0 +1,100 @@
+#!/usr/bin/env python3
+"""Ctrl-C, a second one, and SIGTERM, on a disk slow enough for them to arrive within the run."""
+
+import os
+import signal
+import time
+import unittest
+
+from cli_case import CliCase, other_disk
+
+FILES = 400
+SLOW = 10_000  # microseconds a rename takes longer: the whole run some 4 s and more
+
+
+class Stopping(CliCase):
+    def make_folders(self):
+        for folder in ("first", "second"):
+            for i in range(FILES):
+                # Every second name clashes, so that files are stopped under temporary names too.
+                self.write(f"{folder}/sub{i % 7}/{i // 2}.txt", f"{folder} {i}")
+
+    def stop(self, *arguments, signals, folder="first", status):
+        """Sends the signals one by one when a few files of `folder` have been moved."""
+        process = self.start("first", "second", *arguments, environment=other_disk(delay=SLOW))
+        deadline = time.monotonic() + 60
+        while len(os.listdir(self.path(folder))) < 20:
+            self.assertIsNone(process.poll(), "ended before it could be stopped")
+            self.assertLess(time.monotonic(), deadline)
+            time.sleep(0.01)
+        for number in signals:
+            process.send_signal(number)
+            time.sleep(0.05)
+        return self.finish(process, status)[1]
+
+    def assertComplete(self, *folders):
+        """Every content is there once, under a name of its own or a unique one."""
+        for folder in folders:
+            contents, names = [], []
+            for parent, _, files in os.walk(self.path(folder)):
+                names += files
+                for name in files:
+                    with open(os.path.join(parent, name), encoding="utf-8") as file:
+                        contents.append(file.read())
+            self.assertCountEqual(contents, [f"{folder} {i}" for i in range(FILES)])
+            for name in names:
+                self.assertRegex(name, r"\A\d+( - [-0-9A-F]{36})?\.txt\Z", "no temporary name is left")
+
+    def moved(self, folder):
+        return sum(os.path.isfile(self.path(folder, n)) for n in os.listdir(self.path(folder)))
+
+    def test_first_interrupt_stops_the_folder_in_hand(self):
+        self.make_folders()
+        err = self.stop(signals=[signal.SIGINT], status=130)
+        self.assertComplete("first", "second")
+        self.assertLess(self.moved("first"), FILES // 2)
+        self.assertEqual(self.moved("second"), FILES, "the next folder is flattened")
+        self.assertEqual(err.count("Elapsed time: "), 2)
+        # Stopping harms nothing: the next run ends the work.
+        self.run_cli("first")
+        self.assertEqual(self.moved("first"), FILES)
+        self.assertComplete("first")
+
+    def test_second_interrupt_and_termination_quit(self):
+        for signals, status in (([signal.SIGINT, signal.SIGINT], 130), ([signal.SIGTERM], 143)):
+            with self.subTest(signals=signals):
+                self.make_folders()
+                start = time.monotonic()
+                self.stop(signals=signals, status=status)
+                self.assertLess(time.monotonic() - start, 4, "the second folder is not flattened")
+                self.assertComplete("first", "second")
+                self.assertLess(self.moved("first"), FILES // 2)
+                self.assertEqual(self.moved("second"), 0)
+                self.run_cli("--delete-emptied-folders", "first", "second")  # for the next round
+                for folder in ("first", "second"):
+                    for name in os.listdir(self.path(folder)):
+                        os.remove(self.path(folder, name))
+
+    def test_later_phases_still_run_when_stopped(self):
+        """Deleting is told to delete whatever is left, a stopped run's files too."""
+        self.make_folders()
+        self.stop("--delete-emptied-folders", "--aggregate-files-when-done",
+                  signals=[signal.SIGINT], status=130)
+        self.assertEqual(os.listdir(self.path("first")), ["txt"])
+        self.assertLess(self.moved("first/txt"), FILES // 2)
+        self.assertEqual(self.moved("second/txt"), FILES)
+
+    def test_ignored_signals_stay_ignored(self):
+        """A run started in the background of a script is not stopped by a Ctrl-C in front."""
+        self.make_folders()
+        process = self.start("first", environment=other_disk(delay=SLOW // 4),
+                             preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_IGN))
+        while len(os.listdir(self.path("first"))) < 20:
+            time.sleep(0.01)
+        process.send_signal(signal.SIGINT)
+        self.finish(process, 0)
+        self.assertEqual(self.moved("first"), FILES)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,243 @@
+#!/usr/bin/env python3
+"""Trees that are hard on the terminal program: depth, size, permissions, what is not a file."""
+
+import os
+import shutil
+import socket
+import stat
+import unittest
+
+from cli_case import CliCase, few_descriptors, powerless
+
+DEPTH = 3000
+FILES = 100_000
+
+
+class Large(CliCase):
+    def make_deep(self, drop):
+        """A file at every level, the same name in every second; deeper than any path may be."""
+        os.mkdir(drop)
+        above = os.open(drop, os.O_RDONLY)
+        for level in range(DEPTH):
+            os.mkdir("folder", dir_fd=above)
+            folder = os.open("folder", os.O_RDONLY | os.O_DIRECTORY, dir_fd=above)
+            os.close(above)
+            above = folder
+            name = "same.txt" if level % 2 else f"level {level}.txt"
+            with open(os.open(name, os.O_WRONLY | os.O_CREAT, 0o644, dir_fd=above), "w",
+                      encoding="ascii") as file:
+                file.write(str(level))
+        os.close(above)
+
+    def test_deeper_than_any_path_with_few_descriptors(self):
+        for options in ((), ("--no-rename-duplicates",), ("--operation=alias",)):
+            with self.subTest(options=options):
+                drop = self.path("".join(options) or "drop")
+                self.make_deep(drop)
+                self.run_cli(*options, "--delete-emptied-folders", "--", drop,
+                             preexec_fn=few_descriptors)
+                names = os.listdir(drop)
+                self.assertNotIn("folder", names, "deleted to the bottom")
+                if options == ("--operation=alias",):
+                    # An alias is made as far as a path can lead.
+                    levels = (4096 - len(drop) - len("/level 600.txt") - 1) // len("/folder")
+                    self.assertAlmostEqual(len(names), levels, delta=2)
+                    continue
+                expected = [str(level) for level in range(DEPTH)
+                            if not options or level % 2 == 0 or level == 1]
+                contents = [open(os.path.join(drop, n), encoding="ascii").read() for n in names]
+                self.assertCountEqual(contents, expected)
+
+    def test_many_files_in_one_folder(self):
+        drop = self.path("drop")
+        os.makedirs(drop + "/sub/folder")
+        sub = os.open(drop + "/sub/folder", os.O_RDONLY)
+        for i in range(FILES):
+            os.close(os.open(f"{i}.dat", os.O_WRONLY | os.O_CREAT, 0o644, dir_fd=sub))
+        os.close(sub)
+        for i in range(1, 200, 10):
+            self.write(f"drop/{i}.dat", "top")
+        self.run_cli("--delete-emptied-folders", "drop")
+        names = os.listdir(drop)
+        self.assertEqual(len(names), FILES + 20)
+        self.assertEqual(sum(" - " in name for name in names), 20)
+        self.assertEqual(os.path.getsize(drop + "/1.dat"), 3)
+
+    def test_contents_of_a_real_tree(self):
+        """Documents of the machine itself: every content is there afterwards, none is new."""
+        for number, options in enumerate((
+                (), ("--no-ignore-applications", "--aggregate-files-when-done"),
+                ("--delete-emptied-folders", "--aggregate-files-when-done"),
+                ("--operation=alias", "--aggregate-files-when-done"))):
+            drop = self.path(f"drop{number}")
+            copied = 0
+            for parent, _, files in os.walk("/usr/share"):
+                for name in files:
+                    source = os.path.join(parent, name)
+                    if copied < 1500 and os.path.isfile(source) and os.path.getsize(source) < 65536:
+                        goal = os.path.join(drop, os.path.relpath(parent, "/usr/share"))
+                        os.makedirs(goal, exist_ok=True)
+                        shutil.copy2(source, goal)
+                        copied += 1
+            self.assertGreater(copied, 100)
+            before = self.hashes(drop)
+            self.run_cli(*options, drop)
+            self.assertEqual(self.hashes(drop), before)
+
+
+class Empty(CliCase):
+    def test_nothing_to_move(self):
+        for options in ((), ("--delete-emptied-folders", "--aggregate-files-when-done")):
+            os.makedirs(self.path("drop"), exist_ok=True)
+            _, err = self.run_cli(*options, "drop")
+            self.assertIn("Elapsed time: 0 secs\n", err)
+            self.assertEqual(self.tree(self.path("drop")), {})
+            os.makedirs(self.path("drop/a/b"))
+            os.makedirs(self.path("drop/a.app/c"))
+            self.run_cli(*options, "drop")
+            self.assertEqual(set(self.tree(self.path("drop"))),
+                             {"app", "app/a.app", "app/a.app/c"} if options
+                             else {"a", "a/b", "a.app", "a.app/c"})
+            shutil.rmtree(self.path("drop"))
+
+
+class SpecialItems(CliCase):
+    def test_pipes_sockets_and_links_are_moved_as_themselves(self):
+        self.make_sample("outside")
+        os.makedirs(self.path("drop/sub/loop"))
+        os.mkfifo(self.path("drop/sub/pipe"))
+        listener = socket.socket(socket.AF_UNIX)
+        self.addCleanup(listener.close)
+        listener.bind(self.path("drop/sub/socket"))
+        listener.listen()
+        listener.settimeout(0)
+        links = {"to file": "../../outside/c", "to folder": "../../outside", "to ancestor": "..",
+                 "to nothing": "nowhere", "to itself": "to itself", "to root": "/"}
+        for name, target in links.items():
+            os.symlink(target, self.path("drop/sub/loop", name))
+        outside = self.tree(self.path("outside"))
+        self.run_cli("--delete-emptied-folders", "drop")
+        self.assertEqual(self.tree(self.path("drop")),
+                         {"pipe": "pipe", "socket": "socket",
+                          **{name: "-> " + target for name, target in links.items()}})
+        self.assertEqual(self.tree(self.path("outside")), outside)
+        with self.assertRaises(BlockingIOError):
+            listener.accept()  # nobody has knocked
+
+    def test_deletion_does_not_follow_or_show_through_links(self):
+        """What is deleted may be known elsewhere too, and stays there as it is."""
+        self.make_sample("outside")
+        self.write("outside/locked", "locked", 0o444)
+        self.write("outside/closed/x", "x")
+        os.makedirs(self.path("drop/sub"))
+        self.write("drop/c", "mine")
+        self.write("drop/locked", "mine")
+        for name in ("c", "locked"):
+            os.link(self.path("outside", name), self.path("drop/sub", name))
+        os.symlink("../../outside", self.path("drop/sub/a"))
+        os.symlink(self.path("outside/closed"), self.path("drop/sub/b"))
+        self.write("drop/a", "mine")
+        self.write("drop/b", "mine")
+        before = self.tree(self.path("outside"))
+        self.run_cli("--no-rename-duplicates", "--delete-emptied-folders", "drop")
+        self.assertEqual(self.tree(self.path("drop")), dict.fromkeys(("a", "b", "c", "locked"), "mine"))
+        self.assertEqual(self.tree(self.path("outside")), before)
+        self.assertEqual(stat.S_IMODE(os.stat(self.path("outside/locked")).st_mode), 0o444)
+
+    def test_hard_links_that_meet(self):
+        """Two names of one file are two items; neither is lost and neither replaces the other."""
+        drop = self.make_sample()
+        os.link(drop + "/a.txt", drop + "/three/a.txt")
+        os.link(drop + "/a.txt", drop + "/three/z.txt")
+        self.run_cli("drop")
+        self.assertEqual(len(os.listdir(drop)), 10)
+        self.assertEqual(os.stat(drop + "/a.txt").st_nlink, 3)
+        self.assertEqual(os.stat(drop + "/z.txt").st_ino, os.stat(drop + "/a.txt").st_ino)
+
+    def test_locked_items_are_unlocked_and_deleted(self):
+        drop = self.make_sample()
+        self.write("drop/one/two/a.txt", "locked", 0o444)
+        os.chmod(drop + "/three", 0o755)
+        os.makedirs(drop + "/one/empty")
+        os.chmod(drop + "/one/empty", 0o555)
+        self.run_cli("--no-rename-duplicates", "--delete-emptied-folders", "drop",
+                     before=powerless())
+        self.assertEqual(self.tree(drop), {
+            "a.txt": "content of a.txt", "b.jpg": "content of b.jpg", "c": "content of c",
+            "d.txt": "content of one/d.txt", "e.jpg": "content of three/e.jpg"})
+
+
+class Permissions(CliCase):
+    """Root is bound by permissions here too, see `powerless`."""
+
+    def setUp(self):
+        super().setUp()
+        self.addCleanup(self.open_up)
+
+    def open_up(self):
+        for parent, folders, _ in os.walk(self.place):
+            for name in folders:
+                os.chmod(os.path.join(parent, name), 0o755, follow_symlinks=False)
+
+    def test_folder_without_read_permission(self):
+        """It counts as empty, its siblings are still visited, and it survives the deletion."""
+        for mode in (0o000, 0o300, 0o100):
+            for options in ((), ("--delete-emptied-folders",)):
+                drop = self.make_sample(f"{mode:o}{len(options)}")
+                os.mkdir(drop + "/three/empty")
+                for name in ("one/two", "three/empty"):
+                    os.chmod(os.path.join(drop, name), mode)
+                self.run_cli(*options, drop, before=powerless())
+                for name in ("one/two", "three/empty"):
+                    self.assertEqual(stat.S_IMODE(os.stat(os.path.join(drop, name)).st_mode), mode)
+                self.open_up()
+                after = self.tree(drop)
+                self.assertEqual(after["one/two/a.txt"], "content of one/two/a.txt")
+                self.assertEqual((after["d.txt"], after["e.jpg"]),
+                                 ("content of one/d.txt", "content of three/e.jpg"))
+
+    def test_folder_without_write_permission(self):
+        """Its files stay, those of its siblings are moved, and nothing is deleted around them."""
+        for options in ((), ("--delete-emptied-folders",), ("--no-rename-duplicates",)):
+            drop = self.make_sample("drop" + "".join(options))
+            os.chmod(drop + "/one/two", 0o555)
+            os.chmod(drop + "/three", 0o555)
+            self.run_cli(*options, "--", drop, before=powerless())
+            self.open_up()
+            after = self.tree(drop)
+            self.assertEqual(after["one/two/a.txt"], "content of one/two/a.txt")
+            self.assertEqual(after["three/e.jpg"], "content of three/e.jpg")
+            self.assertEqual(after["d.txt"], "content of one/d.txt")
+            self.assertNotIn("one/d.txt", after)
+
+    def test_dropped_folder_without_permissions(self):
+        for mode in (0o555, 0o311, 0o444, 0o000):
+            for options in ((), ("--operation=alias", "--aggregate-files-when-done")):
+                with self.subTest(mode=f"{mode:o}", options=options):
+                    drop = self.make_sample(f"drop{mode:o}{len(options)}")
+                    before = self.tree(drop)
+                    os.chmod(drop, mode)
+                    process = self.start(*options, drop, before=powerless())
+                    _, err = process.communicate(timeout=60)
+                    self.assertIn(process.returncode, (0, 1), err)
+                    os.chmod(drop, 0o755)
+                    self.assertEqual(self.tree(drop), before)
+
+    def test_file_without_permissions(self):
+        drop = self.make_sample()
+        for name in ("one/d.txt", "one/two/a.txt"):
+            os.chmod(os.path.join(drop, name), 0o000)
+        self.run_cli("drop", before=powerless())
+        self.assertEqual(stat.S_IMODE(os.stat(drop + "/d.txt").st_mode), 0)
+        self.assertNotIn("two/a.txt", os.listdir(drop + "/one/two"))
+
+    def test_powerless_is_powerless(self):
+        """The means of these tests itself: without it they would pass on an open door."""
+        drop = self.make_sample()
+        os.chmod(drop, 0)
+        self.assertNotEqual(os.spawnvp(os.P_WAIT, (powerless() + ["ls"])[0],
+                                       powerless() + ["ls", drop]), 0)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,150 @@
+#!/usr/bin/env python3
+"""Other volumes inside a dropped folder, and volumes that cannot rename without replacing.
+
+The mounts are made in a mount namespace of the program's own. Where the kernel grants none the
+file is skipped as a whole, with exit status 77.
+"""
+
+import os
+import shlex
+import subprocess
+import sys
+import unittest
+
+from cli_case import PROGRAM, CliCase, other_disk
+
+
+def namespace():
+    """A command that starts another one in a mount namespace in which it may mount."""
+    for command in (["unshare", "--mount"], ["unshare", "--map-root-user", "--mount"]):
+        if subprocess.run(command + ["true"], check=False, capture_output=True).returncode == 0:
+            return command
+    return None
+
+
+class Mounts(CliCase):
+    def run_mounted(self, mounts, *arguments, after="true", status=0):
+        """Runs shell lines that mount, then the program, then shell lines that look around."""
+        program = shlex.join([PROGRAM, *arguments])
+        script = f"set -e\n{mounts}\nstatus=0\n{program} || status=$?\n{after}\nexit $status"
+        done = subprocess.run(namespace() + ["sh", "-c", script], cwd=self.place, check=False,
+                              env=self.environment, capture_output=True, timeout=120)
+        self.assertEqual(done.returncode, status, done.stderr.decode())
+        return done
+
+    def test_another_volume_inside_survives(self):
+        """Its files are counted but cannot be moved, and the deletion stops before it."""
+        for options in ((), ("--delete-emptied-folders",), ("--no-rename-duplicates",),
+                        ("--delete-emptied-folders", "--no-ignore-applications",
+                         "--aggregate-files-when-done")):
+            for depth in ("", "/deep/er"):
+                with self.subTest(options=options, depth=depth):
+                    name = f"drop{len(options)}{len(depth)}{len(''.join(options))}"
+                    self.make_sample(name)
+                    mount = f"{name}/other{depth}"
+                    os.makedirs(self.path(mount))
+                    look = self.path(f"look-{name}")
+                    self.run_mounted(
+                        f"mount -t tmpfs none {mount}\nmkdir -p {mount}/in/side {mount}/void\n"
+                        f"echo 1 > {mount}/in/side/x.txt; echo 2 > {mount}/a.txt",
+                        *options, name, after=f"cp -a {mount} {look}")
+                    self.assertEqual(self.tree(look), {"in": "folder", "in/side": "folder",
+                                                       "void": "folder", "in/side/x.txt": "1\n",
+                                                       "a.txt": "2\n"})
+                    self.assertTrue(os.path.isdir(self.path(mount)))
+                    self.assertEqual("one" in os.listdir(self.path(name)),
+                                     "--delete-emptied-folders" not in options)
+
+    def test_a_part_of_the_same_volume_mounted_inside_survives(self):
+        """A bind mount has the device number of the volume around it and is a mount all the same."""
+        for options in ((), ("--delete-emptied-folders",)):
+            with self.subTest(options=options):
+                name = f"drop{len(options)}"
+                self.make_sample(name)
+                elsewhere = self.make_sample("elsewhere")
+                before = self.tree(elsewhere)
+                os.makedirs(self.path(name, "other/mount"))
+                self.run_mounted(f"mount --bind elsewhere {name}/other/mount", *options, name)
+                self.assertEqual(self.tree(elsewhere), before)
+                self.assertTrue(os.path.isdir(self.path(name, "other/mount")))
+                self.assertIn("e.jpg", os.listdir(self.path(name)))
+
+    def test_a_file_mounted_over_a_file_survives(self):
+        drop = self.make_sample()
+        self.write("elsewhere", "kept")
+        self.run_mounted("mount --bind elsewhere drop/one/two/a.txt",
+                         "--delete-emptied-folders", "drop")
+        with open(self.path("elsewhere"), encoding="utf-8") as file:
+            self.assertEqual(file.read(), "kept")
+        self.assertEqual(self.tree(drop)["one/two/a.txt"], "content of one/two/a.txt")
+
+    def test_dropping_a_volume(self):
+        """A dropped folder on which a volume is mounted is that volume's top folder."""
+        os.mkdir(self.path("drop"))
+        look = self.path("look")
+        self.run_mounted(
+            "mount -t tmpfs none drop\nmkdir -p drop/one/two\necho 1 > drop/one/two/x.txt\n"
+            "echo 2 > drop/y.txt", "--delete-emptied-folders", "drop", after=f"cp -a drop {look}")
+        self.assertEqual(self.tree(look), {"x.txt": "1\n", "y.txt": "2\n"})
+
+    def test_read_only_volume(self):
+        drop = self.make_sample()
+        before = self.tree(drop)
+        for options in ((), ("--operation=2",),
+                        ("--delete-emptied-folders", "--aggregate-files-when-done")):
+            self.run_mounted("mount --bind drop drop && mount -o remount,bind,ro drop",
+                             *options, "drop")
+            self.assertEqual(self.tree(drop), before)
+
+    def test_full_volume(self):
+        """Moving needs no room for contents; no file is harmed when names find none either."""
+        os.mkdir(self.path("drop"))
+        look = self.path("look")
+        self.run_mounted(
+            "mount -t tmpfs -o size=256k,nr_inodes=40 none drop\nmkdir -p drop/a/b\n"
+            "for i in 1 2 3 4 5 6 7 8 9; do echo $i > drop/a/$i.x$i; echo b$i > drop/a/b/$i.x$i; done\n"
+            "cat /dev/zero > drop/a/full 2>/dev/null || true; : > drop/a/full.size\n"
+            "while : > drop/a/b/fill$n.y 2>/dev/null; do n=x$n; done",
+            "--aggregate-files-when-done", "drop", after=f"cp -a drop {look}")
+        contents = [content for name, content in self.tree(look).items()
+                    if ".x" in name and content != "folder"]
+        self.assertCountEqual(contents, [f"{p}{i}\n" for p in ("", "b") for i in range(1, 10)])
+
+
+class NoRenameWithoutReplacing(CliCase):
+    """A file system that knows no flags for renames, as NFS: what can be linked is linked."""
+
+    def test_nothing_is_replaced(self):
+        refusals = self.path("refusals")
+        for options in ((), ("--no-rename-duplicates",),
+                        ("--aggregate-files-when-done", "--delete-emptied-folders")):
+            with self.subTest(options=options):
+                trees = []
+                for number, environment in enumerate(
+                        ({}, other_disk(noFlags=True, refusals=refusals))):
+                    # The same name in two places, as the runs are to be compared.
+                    self.place, place = self.path(f"place{number}"), self.place
+                    drop = self.make_sample()
+                    self.write("drop/one/two/X.app/Contents/Info.plist", "plist")
+                    self.write("drop/X.app/inner", "inner")
+                    self.write("drop/three/Y.app/AppRun", "run", 0o755)
+                    os.mkfifo(drop + "/three/pipe")
+                    os.mkfifo(drop + "/one/pipe")
+                    os.symlink("nowhere", drop + "/three/c")
+                    os.symlink("nowhere", drop + "/three/link")
+                    os.link(drop + "/c", drop + "/one/two/c")
+                    self.run_cli(*options, "drop", environment=environment)
+                    trees.append(self.tree(drop))
+                    self.assertEqual(os.stat(drop + "/c").st_nlink, 2)
+                    subprocess.run(["rm", "-rf", self.place], check=True)
+                    self.place = place
+                self.assertEqual(trees[0], trees[1])
+                self.assertGreater(os.path.getsize(refusals), 0, "the flag was never refused")
+                os.remove(refusals)
+
+
+if __name__ == "__main__":
+    if namespace() is None:
+        print("No mount namespace can be had here: skipped.")
+        sys.exit(77)
+    unittest.main()
