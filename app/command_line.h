@@ -1,0 +1,36 @@
+/// The command line of vannerly-cli.
+///
+///     vannerly-cli [options] FOLDER...
+///
+/// Options may stand anywhere before "--" and have no abbreviations; of several that contradict
+/// each other the last counts. Operands are bytes, taken as they are.
+#pragma once
+
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "prefs/preference_settings.h"
+
+struct CommandLine {
+  std::vector<std::string> folders;
+  std::vector<PreferenceAssignment> forThisRun;  ///< in place of what is stored
+  std::vector<PreferenceAssignment> toStore;     ///< for the user
+  bool showsPreferences = false;                 ///< instead of flattening; has no folders then
+  bool isQuiet = false;
+  bool isForced = false;
+};
+
+/// A text that the user has asked for.
+struct RequestedText {
+  std::string text;
+};
+
+/// Wrong usage: what is wrong, without a line end.
+struct UsageProblem {
+  std::string problem;
+};
+
+/// Understands the arguments after the program's name. Touches nothing.
+std::variant<CommandLine, RequestedText, UsageProblem> ParseCommandLine(
+    const std::vector<std::string> &arguments);
