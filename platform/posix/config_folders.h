@@ -1,0 +1,12 @@
+/// Where the user's and the administrator's files for the program lie, as the XDG Base Directory
+/// Specification has it. Paths in the environment that are not absolute are ignored.
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// `$XDG_CONFIG_HOME/vannerly` (default `~/.config/vannerly`); empty when the user has no home.
+std::string UserConfigFolder();
+
+/// `vannerly` in each folder of `$XDG_CONFIG_DIRS` (default `/etc/xdg`), the most important first.
+std::vector<std::string> SystemConfigFolders();
