@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr int kCommandSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
 volatile std::sig_atomic_t interrupts = 0;
 volatile std::sig_atomic_t endingSignal = 0;  ///< the first SIGTERM or SIGHUP
 
@@ -32,10 +34,10 @@ void CatchSignals() {
   struct sigaction action {};
   action.sa_handler = CountSignal;
   action.sa_flags = SA_RESTART;
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&action.sa_mask, signal);
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
-  if (!IsIgnored(SIGHUP)) sigaction(SIGHUP, &action, nullptr);
+  for (const int signal : kCommandSignals) sigaddset(&action.sa_mask, signal);
+  for (const int signal : kCommandSignals) {
+    if (!IsIgnored(signal)) sigaction(signal, &action, nullptr);
+  }
   std::signal(SIGPIPE, SIG_IGN);
 }
 
