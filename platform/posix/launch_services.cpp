@@ -1,0 +1,118 @@
+#include "platform/launch_services.h"
+
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <string_view>
+
+#include "platform/posix/descriptor.h"
+#include "platform/posix/item_location.h"
+#include "platform/posix/package_types.h"
+#include "platform/posix/property_list.h"
+#include "platform/posix/safe_file.h"
+#include "platform/urls.h"
+
+namespace {
+
+constexpr std::size_t kLargestPropertyList = 1024 * 1024;
+
+bool IsExecutableFile(const struct stat &status) {
+  return S_ISREG(status.st_mode) && (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0;
+}
+
+/// What the link `name` in `folder` leads to, provided that the way never leaves the folder: an
+/// absolute link, "..", above the folder or another volume is refused by the kernel. Nothing is
+/// opened for reading. A kernel that cannot promise this finds nothing.
+bool StatLinkedInside(int folder, const char *name, struct stat *status) {
+  open_how how{};
+  how.flags = O_PATH | O_CLOEXEC;
+  how.resolve = RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS | RESOLVE_NO_XDEV;
+  const CDescriptor item(static_cast<int>(syscall(SYS_openat2, folder, name, &how, sizeof how)));
+  return item.IsOpen() && fstat(item.Get(), status) == 0;
+}
+
+/// Whether `folder` holds an executable `AppRun`. Often that is a link to the program proper,
+/// deeper in the folder; a link that leads elsewhere does not count.
+bool HasAppRun(int folder) {
+  constexpr const char *kAppRun = "AppRun";
+  struct stat status;
+  if (fstatat(folder, kAppRun, &status, AT_SYMLINK_NOFOLLOW) != 0) return false;
+  if (S_ISLNK(status.st_mode) && !StatLinkedInside(folder, kAppRun, &status)) return false;
+  return IsExecutableFile(status);
+}
+
+/// The content of a regular file that is open as a place only (O_PATH); empty when it cannot be
+/// read or is too large. Going through the place makes sure that nothing else is ever opened, a
+/// pipe put there meanwhile for one.
+std::string ReadFileAtPlace(int place) {
+  std::string content;
+  struct stat status;
+  const std::string path = "/proc/self/fd/" + std::to_string(place);
+  if (ReadWholeFile(path, kLargestPropertyList, &content, &status) != 0) content.clear();
+  return content;
+}
+
+/// The flags that `Contents/Info.plist` in a folder gives it; 0 without one.
+std::uint32_t BundleFlags(int folder) {
+  const CDescriptor contents(
+      openat(folder, "Contents", O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  if (!contents.IsOpen()) return 0;
+  const CDescriptor place(openat(contents.Get(), "Info.plist", O_PATH | O_NOFOLLOW | O_CLOEXEC));
+  struct stat status;
+  if (!place.IsOpen() || fstat(place.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return 0;
+  const bool isApplication =
+      StringInPropertyList(ReadFileAtPlace(place.Get()), "CFBundlePackageType") == "APPL";
+  return kLSItemInfoIsPackage | (isApplication ? kLSItemInfoIsApplication : 0);
+}
+
+bool HasRegisteredExtension(const FSRef &item) {
+  // Most folders have no extension, and need no text made of their name.
+  if (NameOnDisk(item).find('.') == std::string_view::npos) return false;
+  const auto url = CFURLCreateFromFSRef(item);
+  const auto extension = url ? CFURLCopyPathExtension(*url) : std::nullopt;
+  return extension && IsPackageType(*extension);
+}
+
+bool HasBundleBit(const FSRef &item) {
+  FSCatalogInfo info;
+  if (FSGetCatalogInfo(item, kFSCatInfoFinderInfo, &info, nullptr, nullptr, nullptr) != noErr) {
+    return false;
+  }
+  const auto flags = static_cast<std::uint16_t>(info.finderInfo[8] << 8 | info.finderInfo[9]);
+  return (flags & kHasBundle) != 0;
+}
+
+}  // namespace
+
+OSStatus LSCopyItemInfoForRef(const FSRef &item, LSRequestedInfo /*whichInfo*/,
+                              LSItemInfoRecord *info) {
+  if (IsKnownPlainItem(item)) {
+    info->flags = kLSItemInfoIsPlainFile;
+    return noErr;
+  }
+  int folder = -1;
+  const OSErr error = OpenFolder(item, &folder);
+  if (error == dirNFErr) {
+    info->flags = kLSItemInfoIsPlainFile;
+    return noErr;
+  }
+  if (error != noErr) return error;
+  std::uint32_t flags = kLSItemInfoIsContainer | BundleFlags(folder);
+  if (HasAppRun(folder)) flags |= kLSItemInfoIsApplication;
+  // The borrowed descriptor is used up; what costs most comes last, and only while it matters.
+  if ((flags & kLSItemInfoIsPackage) == 0 && (HasRegisteredExtension(item) || HasBundleBit(item))) {
+    flags |= kLSItemInfoIsPackage;
+  }
+  info->flags = flags;
+  return noErr;
+}
+
+OSStatus LSCopyDisplayNameForRef(const FSRef &item, std::u16string *displayName) {
+  HFSUniStr255 name;
+  const OSErr error = FSGetCatalogInfo(item, kFSCatInfoNone, nullptr, &name, nullptr, nullptr);
+  if (error == noErr) *displayName = name.View();
+  return error;
+}

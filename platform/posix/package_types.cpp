@@ -1,0 +1,67 @@
+#include "platform/posix/package_types.h"
+
+#include <sys/stat.h>
+#include <unicode/uchar.h>
+
+#include <string>
+#include <unordered_set>
+
+#include "platform/posix/config_folders.h"
+#include "platform/posix/disk_names.h"
+#include "platform/posix/resource_files.h"
+#include "platform/posix/safe_file.h"
+
+namespace {
+
+constexpr std::string_view kFileName = "package-types";
+constexpr std::size_t kLargestFile = 1024 * 1024;
+
+/// The text with differences of case taken away.
+std::u16string Folded(std::u16string_view text) {
+  std::u16string folded(text);
+  for (char16_t &unit : folded) {
+    unit = static_cast<char16_t>(u_foldCase(unit, U_FOLD_CASE_DEFAULT));
+  }
+  return folded;
+}
+
+using PackageTypes = std::unordered_set<std::u16string>;
+
+void AddLine(std::string_view line, PackageTypes *types) {
+  constexpr std::string_view kSpaces = " \t\r";
+  line = line.substr(0, line.find('#'));
+  const std::size_t first = line.find_first_not_of(kSpaces);
+  if (first == line.npos) return;
+  line = line.substr(first, line.find_last_not_of(kSpaces) - first + 1);
+  types->insert(Folded(TextFromDisk(line)));
+}
+
+/// Adds what a file lists; one that cannot be read adds nothing.
+void AddFile(const std::string &path, PackageTypes *types) {
+  std::string text;
+  struct stat status;
+  if (ReadWholeFile(path, kLargestFile, &text, &status) != 0) return;
+  for (std::string_view rest = text; !rest.empty();) {
+    const std::size_t length = std::min(rest.find('\n'), rest.size());
+    AddLine(rest.substr(0, length), types);
+    rest.remove_prefix(std::min(length + 1, rest.size()));
+  }
+}
+
+PackageTypes LoadPackageTypes() {
+  PackageTypes types;
+  if (const auto path = FindResourceFile(kFileName)) AddFile(*path, &types);
+  std::vector<std::string> folders = SystemConfigFolders();
+  folders.push_back(UserConfigFolder());
+  for (const std::string &folder : folders) {
+    if (!folder.empty()) AddFile(folder + '/' + std::string(kFileName), &types);
+  }
+  return types;
+}
+
+}  // namespace
+
+bool IsPackageType(std::u16string_view extension) {
+  static const PackageTypes types = LoadPackageTypes();
+  return types.contains(Folded(extension));
+}
