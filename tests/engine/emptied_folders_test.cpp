@@ -1,0 +1,91 @@
+#include "engine/emptied_folders.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "platform/posix/tree_changes.h"
+#include "tests/support/program_test.h"
+
+namespace {
+
+using EmptiedFolders = CProgramTest;
+using Contents = CTemporaryFolder::Contents;
+
+TEST_F(EmptiedFolders, FoldersGoWithAllThatIsInThemAndPackagesStay) {
+  files.WriteFile("top/file", "kept");
+  files.WriteFile("top/X.app/inside", "kept");
+  files.WriteFile("top/sub/.hidden", "goes");
+  files.WriteFile("top/sub/Y.app/inside", "goes");
+  files.MakeFolder("top/.hidden folder/empty");
+  files.WriteFile("elsewhere/precious", "kept");
+  files.MakeSymbolicLink("top/link to folder", "../elsewhere");
+  files.MakeSymbolicLink("top/sub/link", "../../elsewhere");
+  RemoveEmptiedFolders(Ref("top"));
+  EXPECT_EQ(files.Tree(), (Contents{{"elsewhere/", ""},
+                                    {"elsewhere/precious", "kept"},
+                                    {"top/", ""},
+                                    {"top/X.app/", ""},
+                                    {"top/X.app/inside", "kept"},
+                                    {"top/file", "kept"},
+                                    {"top/link to folder", "-> ../elsewhere"}}));
+  EXPECT_EQ(TextsOfLine(1), std::vector<std::string>{"Deleting emptied folders..."});
+}
+
+TEST_F(EmptiedFolders, DroppedPackageLosesItsInnerFolders) {
+  files.WriteFile("X.app/Contents/inside");
+  files.WriteFile("X.app/file");
+  RemoveEmptiedFolders(Ref("X.app"));
+  EXPECT_EQ(files.Tree("X.app"), (Contents{{"file", ""}}));
+}
+
+TEST_F(EmptiedFolders, LockedItemsAreUnlockedFirst) {
+  files.WriteFile("top/sub/locked folder/locked file");
+  for (const char *item :
+       {"top/sub/locked folder/locked file", "top/sub/locked folder", "top/sub"}) {
+    ASSERT_EQ(chmod(files.PathOf(item).c_str(), 0555), 0);
+  }
+  std::vector<std::string> unlocked;
+  static std::vector<std::string> *notes = &unlocked;
+  notes = &unlocked;
+  SetTreeChangeFault([](const TreeChange &change) {
+    notes->push_back(std::string(change.operation) + " " + change.name);
+    return 0;
+  });
+  EXPECT_EQ(DeleteFolderTree(Ref("top/sub")), noErr);
+  SetTreeChangeFault(nullptr);
+  EXPECT_EQ(unlocked, (std::vector<std::string>{"chmod locked file", "unlink locked file",
+                                                "chmod locked folder", "rmdir locked folder",
+                                                "chmod sub", "rmdir sub"}));
+  EXPECT_FALSE(files.Exists("top/sub"));
+}
+
+TEST_F(EmptiedFolders, FirstFailureEndsOneTreeAndNotTheNext) {
+  files.WriteFile("top/one/a");
+  files.WriteFile("top/one/b/stuck", "kept");
+  files.WriteFile("top/one/c", "kept");
+  files.WriteFile("top/two/d");
+  SetTreeChangeFault([](const TreeChange &change) {
+    return std::string_view(change.name) == "stuck" ? EPERM : 0;
+  });
+  EXPECT_EQ(DeleteFolderTree(Ref("top/one")), permErr);
+  RemoveEmptiedFolders(Ref("top"));
+  SetTreeChangeFault(nullptr);
+  EXPECT_EQ(files.Tree("top"),
+            (Contents{{"one/", ""}, {"one/b/", ""}, {"one/b/stuck", "kept"}, {"one/c", "kept"}}));
+}
+
+TEST_F(EmptiedFolders, OnlyFoldersAreTrees) {
+  files.WriteFile("file", "kept");
+  files.MakeFolder("elsewhere/inside");
+  files.MakeSymbolicLink("link", "elsewhere");
+  EXPECT_EQ(DeleteFolderTree(Ref("file")), dirNFErr);
+  EXPECT_EQ(DeleteFolderTree(Ref("link")), dirNFErr);
+  EXPECT_TRUE(files.Exists("file"));
+  EXPECT_TRUE(files.Exists("elsewhere/inside"));
+  const FSRef gone = Ref("elsewhere");
+  files.Remove("elsewhere");
+  EXPECT_EQ(DeleteFolderTree(gone), fnfErr);
+}
+
+}  // namespace

@@ -1,0 +1,141 @@
+#include "engine/folder_scan.h"
+
+#include "engine/flatten_run.h"
+#include "engine/progress.h"
+#include "fsutil/item_info.h"
+#include "tests/support/program_test.h"
+
+namespace {
+
+class FolderScan : public CProgramTest {
+ protected:
+  void MakeFiles(std::string_view folder, int count) const {
+    for (int i = 100; i < 100 + count; ++i) {
+      files.WriteFile(std::string(folder) + "/" + std::to_string(i));
+    }
+  }
+
+  std::int32_t Count(std::string_view folder) {
+    FlattenRun.CollectedFiles.count = 0;
+    EXPECT_EQ(CountFilesInFolder(Ref(folder)), noErr);
+    return FlattenRun.CollectedFiles.count;
+  }
+
+  /// Collects as many as were counted and answers their names.
+  std::u16string Collect(std::string_view folder) {
+    CollectedFileList &list = FlattenRun.CollectedFiles;
+    list.refs = std::make_unique<FSRef[]>(static_cast<std::size_t>(list.count));
+    list.collected = 0;
+    EXPECT_EQ(CollectFilesInFolder(Ref(folder)), noErr);
+    std::u16string names;
+    for (std::int32_t i = 0; i < std::min(list.count, list.collected); ++i) {
+      names.append(CopyItemName(list.refs[i]).value().View()).append(u" ");
+    }
+    return names;
+  }
+};
+
+TEST_F(FolderScan, FindsEveryItemThatIsNoFolder) {
+  files.WriteFile("top/b");
+  files.WriteFile("top/.hidden");
+  files.WriteFile("top/sub/.DS_Store");
+  files.WriteFile("top/sub/c");
+  files.MakeSymbolicLink("top/sub/link", "/nowhere");
+  files.MakeFolder("top/void/void");
+  EXPECT_EQ(Count("top"), 5);
+  EXPECT_EQ(Collect("top"), u".hidden b .DS_Store c link ");
+  EXPECT_EQ(FlattenRun.CollectedFiles.collected, 5);
+  EXPECT_EQ(Count("top/void"), 0);
+}
+
+TEST_F(FolderScan, PackagesAreWholeOnlyWhileTheyAreIgnored) {
+  files.WriteFile("top/sub/X.app/Contents/1");
+  files.WriteFile("top/sub/X.app/Contents/2");
+  files.WriteFile("top/sub/z.kext");
+  EXPECT_EQ(Count("top"), 2);
+  EXPECT_EQ(Collect("top"), u"X.app z.kext ");
+  EXPECT_EQ(Count("top/sub/X.app"), 0) << "nothing in a package that is dropped itself";
+  SetPreference("IgnoreApplications", false);
+  EXPECT_EQ(Count("top"), 3);
+  EXPECT_EQ(Collect("top"), u"1 2 z.kext ");
+}
+
+TEST_F(FolderScan, YieldsAtEveryHundredthItem) {
+  MakeFiles("top", 250);
+  EXPECT_EQ(Count("top"), 250);
+  EXPECT_EQ(Recorder().Yields(), 1 + 2);
+  EXPECT_EQ(TextsOfLine(1), std::vector<std::string>{"Counting files in top..."});
+
+  Recorder().ForgetCalls();
+  Collect("top");
+  EXPECT_EQ(Recorder().Yields(), 3 + 1 + 250 + 2);
+  const std::vector<std::string> counters = TextsOfLine(2);
+  ASSERT_EQ(counters.size(), 250u);
+  EXPECT_EQ(counters.front(), "(1 of 250)");
+  EXPECT_EQ(counters.back(), "(250 of 250)");
+  EXPECT_EQ(Recorder().CallsBeginningWith("SetControlValue 5").back(), "SetControlValue 5 32767");
+
+  std::vector<std::string> calls = Recorder().Calls();
+  calls.resize(11);
+  EXPECT_EQ(calls, (std::vector<std::string>{
+                       "SetControlData 1 \"Collecting files in top...\"", "Draw1Control 1",
+                       "WaitNextEvent", "SetControlMaximum 5 32767", "SetControlMinimum 5 0",
+                       "ShowControl 5", "ShowControl 6", "SetControlValue 5 131",
+                       "SetControlData 6 \"(1 of 250)\"", "Draw1Control 6", "WaitNextEvent"}));
+  EXPECT_EQ(Recorder().Calls().back(), "HideControl 6");
+  EXPECT_FALSE(Recorder().Control(5).shown);
+}
+
+TEST_F(FolderScan, SurplusIsCountedButNotStored) {
+  MakeFiles("top", 3);
+  EXPECT_EQ(Count("top"), 3);
+  files.WriteFile("top/000");
+  EXPECT_EQ(Collect("top"), u"000 100 101 ");
+  EXPECT_EQ(FlattenRun.CollectedFiles.collected, 4);
+  EXPECT_EQ(Recorder().Control(5).value, static_cast<std::int16_t>(4 * 32767 / 3));
+}
+
+TEST_F(FolderScan, FolderThatIsGoneLeavesTheCountersAlone) {
+  files.MakeFolder("top");
+  const FSRef gone = Ref("top");
+  files.Remove("top");
+  FlattenRun.CollectedFiles.count = 7;
+  EXPECT_EQ(CountFilesInFolder(gone), fnfErr);
+  EXPECT_EQ(CollectFilesInFolder(gone), fnfErr);
+  EXPECT_EQ(FlattenRun.CollectedFiles.count, 7);
+  EXPECT_TRUE(Recorder().Calls().empty()) << "no text, no progress bar";
+}
+
+TEST_F(FolderScan, RequestsAreSeenAfterTheItemInHandIsTaken) {
+  MakeFiles("top", 5);
+  for (bool FlattenRunState::*flag :
+       {&FlattenRunState::StopRequested, &FlattenRunState::QuitRequested}) {
+    FlattenRun.*flag = true;
+    EXPECT_EQ(Count("top"), 1);
+    FlattenRun.*flag = false;
+  }
+}
+
+TEST_F(FolderScan, UnknownModeDoesNothingAndNoModeCollects) {
+  MakeFiles("top", 1);
+  const FSRef item = Ref("top/100");
+  FSCatalogInfo info{};
+  FlattenRun.CollectedFiles.count = 1;
+  FlattenRun.CollectedFiles.refs = std::make_unique<FSRef[]>(1);
+  std::int32_t mode = 3;
+  EXPECT_FALSE(ScanItemCallback(false, 1, &info, &item, nullptr, nullptr, &mode));
+  EXPECT_EQ(FlattenRun.CollectedFiles.collected, 0);
+  EXPECT_FALSE(ScanItemCallback(false, 1, &info, &item, nullptr, nullptr, nullptr));
+  EXPECT_EQ(FlattenRun.CollectedFiles.collected, 1);
+  EXPECT_EQ(FSCompareFSRefs(FlattenRun.CollectedFiles.refs[0], item), noErr);
+}
+
+TEST(Progress, WrapsInsteadOfOverflowing) {
+  EXPECT_EQ(ProgressValue(ProgressAmount(3), 4), 24575);
+  EXPECT_EQ(ProgressValue(ProgressAmount(65538), 65538), 32767);
+  EXPECT_EQ(ProgressAmount(65539), -2147450883);
+  EXPECT_EQ(ProgressValue(ProgressAmount(65539), 70000), -30677);
+  EXPECT_EQ(ProgressValue(ProgressAmount(2), 1), -2);
+}
+
+}  // namespace

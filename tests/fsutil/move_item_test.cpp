@@ -1,0 +1,175 @@
+#include "fsutil/move_item.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <functional>
+
+#include "platform/posix/tree_changes.h"
+#include "tests/support/temporary_folder.h"
+
+namespace {
+
+/// What every change is asked before it is made; the argument is its number, 1 for the first.
+std::function<int(int, const TreeChange &)> fault;
+int changes = 0;
+
+class MoveItem : public testing::Test {
+ protected:
+  MoveItem() {
+    changes = 0;
+    fault = nullptr;
+    SetTreeChangeFault([](const TreeChange &change) {
+      ++changes;
+      return fault ? fault(changes, change) : 0;
+    });
+    folder.WriteFile("to/a.txt", "upper");
+    folder.WriteFile("to/sub/a.txt", "lower");
+  }
+  ~MoveItem() override { SetTreeChangeFault(nullptr); }
+
+  FSRef Ref(std::string_view relative) const {
+    FSRef ref{};
+    EXPECT_EQ(FSPathMakeRef(folder.PathOf(relative).c_str(), &ref, nullptr), noErr) << relative;
+    return ref;
+  }
+
+  OSErr Move(std::optional<std::u16string_view> newName) {
+    return MoveItemWithNewName(Ref("to/sub/a.txt"), Ref("to"), newName, kTextEncodingUnknown,
+                               &result);
+  }
+
+  std::string PathOfResult() const {
+    char path[4096] = "";
+    EXPECT_EQ(FSRefMakePath(result, path, sizeof path), noErr);
+    return path;
+  }
+
+  CTemporaryFolder folder;
+  FSRef result{};
+};
+
+TEST_F(MoveItem, TakesItsNewNameBesideAnItemOfItsOldOne) {
+  ASSERT_EQ(Move(u"a - new.txt"), noErr);
+  EXPECT_EQ(folder.Tree("to"), (CTemporaryFolder::Contents{
+                                   {"a - new.txt", "lower"}, {"a.txt", "upper"}, {"sub/", ""}}));
+  EXPECT_EQ(PathOfResult(), folder.PathOf("to/a - new.txt"));
+}
+
+TEST_F(MoveItem, MovesAFolderWithWhatIsInIt) {
+  folder.WriteFile("from/X.app/inside", "kept");
+  ASSERT_EQ(
+      MoveItemWithNewName(Ref("from/X.app"), Ref("to"), u"Y.app", kTextEncodingUnknown, &result),
+      noErr);
+  EXPECT_EQ(folder.ReadFile("to/Y.app/inside"), "kept");
+  EXPECT_FALSE(folder.Exists("from/X.app"));
+}
+
+TEST_F(MoveItem, WithoutANewNameLeavesAClashAlone) {
+  const auto before = folder.Tree();
+  EXPECT_EQ(Move(std::nullopt), dupFNErr);
+  EXPECT_EQ(folder.Tree(), before);
+  EXPECT_EQ(PathOfResult(), folder.PathOf("to/sub/a.txt"));
+
+  folder.Remove("to/a.txt");
+  EXPECT_EQ(Move(std::nullopt), noErr);
+  EXPECT_EQ(folder.ReadFile("to/a.txt"), "lower");
+  EXPECT_EQ(PathOfResult(), folder.PathOf("to/a.txt"));
+}
+
+TEST_F(MoveItem, RefusedNewNameLeavesTheItemWhereItWas) {
+  const auto before = folder.Tree();
+  const std::u16string tooLong(255, u'\u20AC');
+  EXPECT_EQ(Move(u"a.txt"), dupFNErr);
+  EXPECT_EQ(Move(tooLong), bdNamErr);
+  EXPECT_EQ(Move(u"no/name"), bdNamErr);
+  EXPECT_EQ(folder.Tree(), before);
+  EXPECT_EQ(PathOfResult(), folder.PathOf("to/sub/a.txt"));
+}
+
+TEST_F(MoveItem, FailingStepIsUndone) {
+  const auto before = folder.Tree();
+  // Temporary name, move, final name; each failure is followed by the undoing of those before.
+  for (const auto &[failing, changesInAll] : {std::pair{1, 1}, {2, 3}, {3, 5}}) {
+    changes = 0;
+    fault = [failing = failing](int number, const TreeChange &) {
+      return number == failing ? ENOSPC : 0;
+    };
+    EXPECT_EQ(Move(u"b.txt"), dskFulErr) << failing;
+    EXPECT_EQ(changes, changesInAll) << failing;
+    EXPECT_EQ(folder.Tree(), before) << failing;
+    EXPECT_EQ(PathOfResult(), folder.PathOf("to/sub/a.txt")) << failing;
+  }
+}
+
+TEST_F(MoveItem, FailingUndoLosesNothingAndReportsTheFirstError) {
+  fault = [](int number, const TreeChange &) {
+    return number == 3 ? ENOSPC : number > 3 ? EACCES : 0;
+  };
+  EXPECT_EQ(Move(u"b.txt"), dskFulErr);
+  EXPECT_EQ(folder.Tree("to"),
+            (CTemporaryFolder::Contents{{"517A7274", "lower"}, {"a.txt", "upper"}, {"sub/", ""}}));
+  EXPECT_EQ(PathOfResult(), folder.PathOf("to/517A7274"));
+}
+
+TEST_F(MoveItem, TemporaryNameIsFreeInBothFolders) {
+  folder.WriteFile("to/sub/517A7274", "in source");
+  folder.WriteFile("to/517A7275", "in destination");
+  std::vector<std::string> movedNames;
+  fault = [&movedNames](int, const TreeChange &change) {
+    movedNames.push_back(change.name);
+    return 0;
+  };
+  // The counter starts afresh with each call.
+  for (int call = 0; call < 2; ++call) {
+    movedNames.clear();
+    ASSERT_EQ(Move(call == 0 ? u"b.txt" : u"c.txt"), noErr);
+    EXPECT_EQ(movedNames, (std::vector<std::string>{"a.txt", "517A7276", "517A7276"}));
+    if (call == 0) folder.WriteFile("to/sub/a.txt", "second");
+  }
+  EXPECT_EQ(folder.ReadFile("to/sub/517A7274"), "in source");
+  EXPECT_EQ(folder.ReadFile("to/517A7275"), "in destination");
+  EXPECT_EQ(folder.ReadFile("to/b.txt"), "lower");
+  EXPECT_EQ(folder.ReadFile("to/c.txt"), "second");
+}
+
+TEST_F(MoveItem, TemporaryNamesWrapAndEndPastTheFreeOne) {
+  folder.WriteFile("to/FFFFFFFF");
+  std::uint32_t counter = 0xFFFFFFFF;
+  HFSUniStr255 name;
+  ASSERT_EQ(FindFreeTemporaryName(&counter, Ref("to/sub"), Ref("to"), &name), noErr);
+  EXPECT_EQ(name.View(), u"00000000");
+  EXPECT_EQ(counter, 1u);
+}
+
+TEST_F(MoveItem, RefusesBeforeAnythingChanges) {
+  EXPECT_EQ(
+      MoveItemWithNewName(Ref("to/sub/a.txt"), Ref("to"), u"b", kTextEncodingUnknown, nullptr),
+      paramErr);
+  const FSRef item = Ref("to/sub/a.txt");
+  folder.Remove("to/sub/a.txt");
+  EXPECT_EQ(MoveItemWithNewName(item, Ref("to"), u"b", kTextEncodingUnknown, &result), fnfErr);
+  EXPECT_EQ(changes, 0);
+}
+
+TEST_F(MoveItem, NeverCrossesVolumes) {
+  struct stat here;
+  struct stat there;
+  if (stat(folder.Path().c_str(), &here) != 0 || stat("/dev/shm", &there) != 0 ||
+      here.st_dev == there.st_dev) {
+    GTEST_SKIP() << "needs a second volume at /dev/shm";
+  }
+  FSRef otherVolume;
+  ASSERT_EQ(FSPathMakeRef("/dev/shm", &otherVolume, nullptr), noErr);
+  for (const std::optional<std::u16string_view> name :
+       {std::optional<std::u16string_view>(u"b.txt"), std::optional<std::u16string_view>()}) {
+    EXPECT_EQ(
+        MoveItemWithNewName(Ref("to/sub/a.txt"), otherVolume, name, kTextEncodingUnknown, &result),
+        diffVolErr);
+  }
+  EXPECT_EQ(changes, 0);
+  EXPECT_EQ(folder.ReadFile("to/sub/a.txt"), "lower");
+}
+
+}  // namespace

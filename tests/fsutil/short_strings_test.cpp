@@ -1,0 +1,66 @@
+#include "fsutil/short_strings.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+TEST(ShortStrings, CutLongTextAt255Characters) {
+  const std::string longText(300, 'x');
+  ShortString text = "before";
+  EXPECT_EQ(std::string(CopyBoundedCString(text, longText.c_str())), longText.substr(0, 255));
+  EXPECT_EQ(std::string(AppendBoundedCString(text, "abc")), longText.substr(0, 255));
+
+  CopyBoundedCString(text, longText.substr(0, 254).c_str());
+  EXPECT_EQ(std::string(AppendBoundedCString(text, "abc")), longText.substr(0, 254) + "a");
+
+  PascalString pascalText;
+  CopyCStringToPascal(longText.c_str(), pascalText);
+  EXPECT_EQ(pascalText[0], 255);
+  EXPECT_EQ(std::string(pascalText + 1, pascalText + 256), longText.substr(0, 255));
+}
+
+TEST(ShortStrings, TakeNoSourceAsNothing) {
+  ShortString text = "before";
+  EXPECT_STREQ(AppendBoundedCString(text, nullptr), "before");
+  EXPECT_STREQ(CopyBoundedCString(text, nullptr), "");
+  ReverseCString(nullptr);
+}
+
+TEST(ShortStrings, ReverseFromBothEnds) {
+  for (const auto &[before, after] :
+       {std::pair{"", ""}, {"a", "a"}, {"ab", "ba"}, {"abc", "cba"}}) {
+    ShortString text;
+    CopyBoundedCString(text, before);
+    ReverseCString(text);
+    EXPECT_STREQ(text, after);
+  }
+}
+
+TEST(ShortStrings, WriteNumbersInDecimal) {
+  for (const auto &[value, digits] : {std::pair{0, "0"},
+                                      {7, "7"},
+                                      {-42, "-42"},
+                                      {2147483647, "2147483647"},
+                                      {-2147483647 - 1, "-2147483648"}}) {
+    ShortString text = "n=";
+    EXPECT_EQ(std::string(AppendDecimalNumber(text, value)), std::string("n=") + digits);
+  }
+  for (const auto &[size, value, digits] :
+       {std::tuple{3, 12345, "45"}, {3, -12345, "-45"}, {2, 10, "0"}, {1, -5, "-"}}) {
+    char text[8] = "???????";
+    FormatDecimalNumber(text, static_cast<std::int16_t>(size), value);
+    EXPECT_STREQ(text, digits);
+  }
+}
+
+TEST(ShortStrings, ConvertUnicodeToMacRoman) {
+  ShortString text = "before";
+  EXPECT_STREQ(CopyCFStringToCString(text, u"caf\u00E9"), "caf\x8E");
+  EXPECT_STREQ(CopyCFStringToCString(text, u"cafe\u0301"), "caf\x8E") << "accents are composed";
+  EXPECT_STREQ(CopyCFStringToCString(text, u""), "");
+  EXPECT_EQ(std::string(CopyCFStringToCString(text, std::u16string(300, u'x'))).size(), 255u);
+}
+
+}  // namespace

@@ -1,0 +1,135 @@
+#include "prefs/preferences_sheet.h"
+
+#include "app/status_display.h"
+#include "prefs/preferences.h"
+#include "tests/support/commands.h"
+#include "tests/support/program_test.h"
+
+namespace {
+
+constexpr char kSheet[] = "PreferencesWindow";
+
+class CPreferencesSheetTest : public CProgramTest {
+ protected:
+  ~CPreferencesSheetTest() override { Click("not!"); }
+
+  static OSStatus Click(const char (&commandID)[5]) {
+    return SendCommandTo(PreferencesSheetHandler, FourChars(commandID));
+  }
+  static void Choose(std::int32_t id, std::int16_t value) {
+    Recorder().Control(id, kSheet).value = value;
+  }
+  static std::int16_t Shown(std::int32_t id) { return Recorder().Control(id, kSheet).value; }
+};
+
+TEST_F(CPreferencesSheetTest, OpensWithTheStoredValues) {
+  SetPreference("Operation", std::int64_t{2});
+  SetPreference("DeleteEmptiedFolders", true);
+  EXPECT_EQ(ShowPreferencesSheet(), noErr);
+  const std::vector<std::string> expected = {
+      "CreateNibReference \"main\"",
+      "CreateWindowFromNib \"PreferencesWindow\"",
+      "DisposeNibReference",
+      "InstallEventHandler",
+      "GetControlByID PreferencesWindow.4",
+      "GetControlByID PreferencesWindow.7",
+      "GetControlByID PreferencesWindow.8",
+      "GetControlByID PreferencesWindow.9",
+      "GetControlByID PreferencesWindow.10",
+      "GetControlByID PreferencesWindow.11",
+      "SetControlValue PreferencesWindow.11 2",
+      "SetControlData 1 \"Drop a folder on the application or this window to flatten it.\"",
+      "Draw1Control 1",
+      "WaitNextEvent",
+      "SetControlValue PreferencesWindow.4 0",
+      "SetControlValue PreferencesWindow.7 1",
+      "SetControlValue PreferencesWindow.8 1",
+      "SetControlValue PreferencesWindow.9 1",
+      "SetControlValue PreferencesWindow.10 0",
+      "BringToFront \"PreferencesWindow\"",
+      "SetPortWindowPort \"PreferencesWindow\"",
+      "ShowSheetWindow \"PreferencesWindow\"",
+  };
+  std::vector<std::string> calls = Recorder().Calls();
+  std::erase(calls, "InstallEventHandler");
+  std::vector<std::string> wanted = expected;
+  std::erase(wanted, "InstallEventHandler");
+  EXPECT_EQ(calls, wanted);
+}
+
+TEST_F(CPreferencesSheetTest, EachClickIsSavedAtOnceAndPassedOn) {
+  ShowPreferencesSheet();
+  const struct {
+    std::int32_t id;
+    const char (&command)[5];
+    bool (*getter)();
+  } kCheckBoxes[] = {{4, "Qwdo", GetQuitWhenDone},
+                     {7, "TBAF", GetIgnoreApplications},
+                     {8, "RNME", GetRenameDuplicates},
+                     {9, "DLTE", GetDeleteEmptiedFolders},
+                     {10, "CFWD", GetAggregateFilesWhenDone}};
+  for (const auto &[id, command, getter] : kCheckBoxes) {
+    for (const bool on : {!getter(), getter()}) {
+      Choose(id, on ? 1 : 0);
+      EXPECT_EQ(Click(command), eventNotHandledErr) << command;
+      EXPECT_EQ(getter(), on) << command;
+    }
+  }
+  Choose(11, 2);
+  EXPECT_EQ(Click("Oper"), eventNotHandledErr);
+  EXPECT_EQ(GetOperation(), 2);
+  EXPECT_EQ(Click("quit"), eventNotHandledErr);
+}
+
+TEST_F(CPreferencesSheetTest, CancelTakesNothingBackAndTheSheetIsBuiltAnew) {
+  ShowPreferencesSheet();
+  Choose(9, 1);
+  Click("DLTE");
+  Choose(11, 2);
+  Click("Oper");
+  Recorder().ForgetCalls();
+  EXPECT_EQ(Click("not!"), noErr);
+  EXPECT_EQ(Recorder().Calls(), (std::vector<std::string>{"HideSheetWindow \"PreferencesWindow\"",
+                                                          "DisposeWindow \"PreferencesWindow\""}));
+  EXPECT_TRUE(GetDeleteEmptiedFolders());
+
+  Choose(9, 0);
+  Choose(11, 0);
+  ShowPreferencesSheet();
+  EXPECT_EQ(Shown(9), 1);
+  EXPECT_EQ(Shown(11), 2);
+  EXPECT_EQ(Click("ok  "), noErr);
+  EXPECT_EQ(Recorder().CallsBeginningWith("DisposeWindow").size(), 2u);
+}
+
+TEST_F(CPreferencesSheetTest, OpenSheetIsRefreshedExceptForTheOperation) {
+  ShowPreferencesSheet();
+  SetPreference("QuitWhenDone", true);
+  SetPreference("Operation", std::int64_t{2});
+  Recorder().ForgetCalls();
+  EXPECT_EQ(ShowPreferencesSheet(), noErr);
+  EXPECT_TRUE(Recorder().CallsBeginningWith("CreateWindowFromNib").empty());
+  EXPECT_EQ(Shown(4), 1);
+  EXPECT_EQ(Shown(11), 1);
+  EXPECT_EQ(TextsOfLine(1), std::vector<std::string>{kIdleHint});
+}
+
+TEST_F(CPreferencesSheetTest, MissingInterfaceIsDoneWithout) {
+  Recorder().missingWindows = {kSheet};
+  EXPECT_EQ(ShowPreferencesSheet(), paramErr);
+  EXPECT_EQ(TextsOfLine(1), std::vector<std::string>{kIdleHint});
+  EXPECT_EQ(Recorder().CallsBeginningWith("DisposeNibReference").size(), 1u);
+  Recorder().interfaceFileMissing = true;
+  EXPECT_EQ(ShowPreferencesSheet(), paramErr);
+}
+
+TEST_F(CPreferencesSheetTest, OtherEventsAreNotItsBusiness) {
+  CarbonEvent event = MakeCommandEvent(FourChars("not!"));
+  event.eventKind = 2;
+  ShowPreferencesSheet();
+  Recorder().ForgetCalls();
+  EXPECT_EQ(PreferencesSheetHandler(nullptr, &event, nullptr), eventNotHandledErr);
+  EXPECT_TRUE(Recorder().Calls().empty());
+}
+
+}  // namespace
