@@ -1,0 +1,177 @@
+// Signals as commands, timers, the folders to open, and the exit status.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "platform/apple_events.h"
+#include "platform/common/timers.h"
+#include "platform/controls.h"
+#include "platform/events.h"
+#include "platform/processes.h"
+#include "platform/terminal/terminal.h"
+#include "platform/windows.h"
+#include "tests/platform/terminal/terminal_session.h"
+#include "tests/support/temporary_folder.h"
+
+namespace {
+
+/// What happened, in order.
+std::string events;
+
+OSStatus NoteCommand(EventHandlerCallRef, EventRef event, void *) {
+  HICommand command{};
+  (void)GetEventParameter(event, kEventParamDirectObject, typeHICommand, sizeof command, &command);
+  events += command.commandID == kHICommandCancel ? "stop " : "quit ";
+  return command.commandID == kHICommandCancel ? noErr : eventNotHandledErr;
+}
+
+OSErr NoteOpening(const AppleEvent &event, AppleEvent *, std::intptr_t) {
+  std::int32_t count = 0;
+  (void)AECountItems(event.parameters.at(keyDirectObject), &count);
+  events += "open" + std::to_string(count) + " ";
+  return noErr;
+}
+
+void Start() {
+  StartTerminal(true);
+  (void)InstallEventHandler(GetApplicationEventTarget(), NoteCommand,
+                            {kEventClassCommand, kEventCommandProcess}, nullptr);
+  (void)AEInstallEventHandler(kCoreEventClass, kAEOpenDocuments, NoteOpening, 0, false);
+}
+
+void Yield() {
+  (void)WaitNextEvent(0, nullptr, 0, nullptr);
+}
+
+void Arm(double delay, EventLoopTimerProc procedure) {
+  (void)InstallEventLoopTimer(GetCurrentEventLoop(), delay, 0, procedure, nullptr, nullptr);
+}
+
+/// Runs `body`, which adds to `events`, in a child; answers them with the exit status behind.
+std::string EventsOf(const std::function<void()> &body) {
+  const auto session = RunOnPipe([&] {
+    events.clear();
+    body();
+    (void)!write(STDERR_FILENO, events.data(), events.size());
+    return TerminalExitStatus();
+  });
+  return session.output + std::to_string(session.status);
+}
+
+}  // namespace
+
+TEST(Signals, AreCommandsAtTheNextYield) {
+  struct Case {
+    std::vector<int> signals;
+    std::string expected;
+  };
+  for (const auto &[signals, expected] :
+       std::vector<Case>{{{}, "0"},
+                         {{SIGINT}, "signal stop 130"},
+                         {{SIGINT, SIGINT}, "signal stop signal quit 130"},
+                         {{SIGINT, SIGINT, SIGINT}, "signal stop signal quit signal 130"},
+                         {{SIGTERM}, "signal quit 143"},
+                         {{SIGHUP}, "signal quit 129"},
+                         {{SIGINT, SIGTERM}, "signal stop signal quit 143"},
+                         {{SIGTERM, SIGHUP}, "signal quit signal 143"},
+                         {{SIGPIPE}, "signal 0"}}) {
+    EXPECT_EQ(EventsOf([&] {
+                Start();
+                for (const int signal : signals) {
+                  std::raise(signal);
+                  events += "signal ";  // Nothing is sent before the program yields.
+                  Yield();
+                }
+                Yield();
+              }),
+              expected);
+  }
+}
+
+TEST(Signals, IgnoredOnesStayIgnored) {
+  EXPECT_EQ(EventsOf([] {
+              for (const int signal : {SIGINT, SIGHUP}) std::signal(signal, SIG_IGN);
+              Start();
+              for (const int signal : {SIGINT, SIGHUP}) std::raise(signal);
+              Yield();
+            }),
+            "0");
+}
+
+TEST(Signals, InterruptBeforeTheRunStopsTheRun) {
+  EXPECT_EQ(EventsOf([] {
+              Start();
+              std::raise(SIGINT);
+              Arm(0.001, [](EventLoopTimerRef, void *) {
+                events += "run ";
+                Yield();
+              });
+              RunApplicationEventLoop();
+            }),
+            "run stop 130");
+}
+
+TEST(EventLoop, OpensAllFoldersAtOnceAndEndsWithTheLastTimer) {
+  const CTemporaryFolder folder;
+  folder.MakeFolder("one");
+  folder.MakeFolder("two");
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(EventsOf([&] {
+              Start();
+              if (!TakeOperands({folder.PathOf("one"), folder.PathOf("two")}, false)) return;
+              Arm(0.2, [](EventLoopTimerRef, void *) { events += "late "; });
+              Arm(0.001, [](EventLoopTimerRef, void *) {
+                Arm(0, [](EventLoopTimerRef, void *) { events += "nested "; });
+                Yield();
+                events += "early ";
+              });
+              RunApplicationEventLoop();
+            }),
+            "open2 early nested late 0");
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
+}
+
+TEST(EventLoop, QuitEndsItWhileATimerWaits) {
+  EXPECT_EQ(EventsOf([] {
+              Start();
+              Arm(0.001, [](EventLoopTimerRef, void *) { std::raise(SIGTERM); });
+              Arm(60, [](EventLoopTimerRef, void *) { events += "too late "; });
+              // The signal arrives while the loop sleeps.
+              std::signal(SIGALRM, [](int) { std::raise(SIGTERM); });
+              alarm(1);
+              RunApplicationEventLoop();
+            }),
+            "quit 143");
+}
+
+TEST(ExitToShell, EndsWithTheStatusOfTheRun) {
+  const auto exitAfter = [](int signal, const std::vector<std::string> &operands) {
+    return RunOnPipe([&]() -> int {
+             StartTerminal(true);
+             (void)TakeOperands(operands, false);
+             if (signal != 0) std::raise(signal);
+             ExitToShell();
+           })
+        .status;
+  };
+  EXPECT_EQ(exitAfter(0, {}), 0);
+  EXPECT_EQ(exitAfter(0, {"/nowhere at all"}), 1);
+  EXPECT_EQ(exitAfter(SIGINT, {"/nowhere at all"}), 130);
+}
+
+TEST(StandardStreams, StatusIsNeverWrittenIntoAFileOfTheUser) {
+  const CTemporaryFolder folder;
+  folder.WriteFile("precious", "kept");
+  const auto session = RunOnPipe([&] {
+    close(STDERR_FILENO);
+    StartTerminal(false);
+    const int file = open(folder.PathOf("precious").c_str(), O_RDWR);
+    ReportProblem("nobody reads this");
+    return file > STDERR_FILENO ? 0 : 1;
+  });
+  EXPECT_EQ(session.status, 0);
+  EXPECT_EQ(folder.ReadFile("precious"), "kept");
+}
