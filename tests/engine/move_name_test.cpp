@@ -2,6 +2,7 @@
 
 #include <regex>
 
+#include "fsutil/item_info.h"
 #include "tests/support/program_test.h"
 
 namespace {
@@ -44,7 +45,8 @@ TEST_F(MoveName, IsNoneWhileTheOwnNameIsFree) {
   const FSRef gone = Ref("top/sub/file");
   files.Remove("top/sub/file");
   files.WriteFile("top/file");
-  EXPECT_FALSE(MakeUniqueMoveName(Ref("top"), gone));
+  ASSERT_TRUE(ItemExists(Ref("top/file")));
+  EXPECT_FALSE(MakeUniqueMoveName(Ref("top"), gone)) << "its own name cannot be read";
 }
 
 TEST_F(MoveName, IsDifferentEveryTime) {

@@ -2,6 +2,7 @@
 #include "app/open_documents.h"
 #include "engine/dropped_items.h"
 #include "engine/flatten_run.h"
+#include "platform/common/event_dispatch.h"
 #include "tests/support/commands.h"
 #include "tests/support/program_test.h"
 
@@ -95,17 +96,11 @@ TEST_F(Stopping, StopWhileIdleHasNoEffect) {
 }
 
 TEST_F(Stopping, SecondDropReplacesTheListAndRunsAfterwards) {
+  ASSERT_EQ(AEInstallEventHandler(kCoreEventClass, kAEOpenDocuments, HandleOpenDocuments, 0, false),
+            noErr);
   for (const char *folder : {"three", "four"}) files.WriteFile(std::string(folder) + "/sub/a");
   WhenShown("Moving File: a", [this] {
-    AppleEvent event;
-    AEDescList list;
-    const FSRef three = Ref("three");
-    const FSRef four = Ref("four");
-    ASSERT_EQ(AECreateList(nullptr, 0, false, &list), noErr);
-    ASSERT_EQ(AEPutPtr(&list, 1, typeFSRef, &three, sizeof three), noErr);
-    ASSERT_EQ(AEPutPtr(&list, 2, typeFSRef, &four, sizeof four), noErr);
-    ASSERT_EQ(AEPutParamDesc(&event, keyDirectObject, list), noErr);
-    ASSERT_EQ(HandleOpenDocuments(event, nullptr, 0), noErr);
+    EXPECT_EQ(SendOpenDocuments({Ref("three"), Ref("four")}), noErr);
   });
   Flatten({"one", "two"});
   const std::vector<std::string> firstRun = {"SetWindowTitle \"one\"", "SetWindowTitle \"four\""};
