@@ -105,9 +105,10 @@ std::variant<CommandLine, RequestedText, UsageProblem> ParseCommandLine(
   std::string operation;
   const CLI::Option *const operationOption =
       parser.add_option("--operation", operation)
+          ->type_name("VALUE")
           ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
   std::vector<std::string> assignments;
-  parser.add_option("--set", assignments)->allow_extra_args(false);
+  parser.add_option("--set", assignments)->type_name("VALUE")->allow_extra_args(false);
   std::vector<std::pair<const CLI::Option *, PreferenceKey>> booleans;
   for (const auto &[names, key] : kBooleanOptions)
     booleans.emplace_back(AddFlag(&parser, names), key);

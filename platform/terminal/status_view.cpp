@@ -71,7 +71,7 @@ void EndFolder(std::string_view elapsedTime) {
 }
 
 void ShowLine1(std::string_view text) {
-  if (!view.isBusy) return;
+  if (!view.isBusy || view.line1 == text) return;
   view.line1 = text;
   // While the bar is shown line 1 changes with every file; without it, it announces a phase.
   if (view.isBarShown) return;

@@ -72,7 +72,7 @@ class Window {
 
   void EndFolder() {
     HideControl(Control(5));
-    Say(1, "Collating files...");
+    for (int times = 0; times < 2; ++times) Say(1, "Collating files...");
     HideControl(Control(2));
     ShowControl(Control(4));
     Say(6, "Elapsed time: 0 secs ");
