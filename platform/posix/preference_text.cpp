@@ -6,6 +6,7 @@
 // The library takes for granted, with `assert` or worse, what a malformed file does not keep; it
 // handles each of these cases properly right after the assertion. A broken file must not end the
 // program, so the assertions go, and with them the promises that they make to the optimiser.
+#define TOML_HEADER_ONLY 1
 #define TOML_EXCEPTIONS 0
 #define TOML_ASSERT(condition) static_assert(true)
 #pragma push_macro("NDEBUG")

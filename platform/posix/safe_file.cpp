@@ -129,8 +129,8 @@ CFolderLock::~CFolderLock() {
 int CFolderLock::Take(const std::string &folder) {
   descriptor_ = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (descriptor_ < 0) return errno;
-  constexpr timespec kPause{0, 10'000'000};
-  for (int tries = 20;; --tries) {
+  constexpr timespec kPause{0, 5'000'000};
+  for (int tries = 400;; --tries) {
     if (flock(descriptor_, LOCK_EX | LOCK_NB) == 0) return 0;
     if (HasNoFolderLocks(errno)) return 0;
     if (errno != EWOULDBLOCK && errno != EINTR) return errno;

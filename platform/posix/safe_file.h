@@ -35,7 +35,7 @@ class CFolderLock {
   CFolderLock(const CFolderLock &) = delete;
   CFolderLock &operator=(const CFolderLock &) = delete;
 
-  /// Waits a fifth of a second for the lock at the most (EWOULDBLOCK). A file system that has no
+  /// Waits two seconds for the lock at the most (EWOULDBLOCK). A file system that has no
   /// locks for folders, as some network ones, is used without.
   int Take(const std::string &folder);
 
