@@ -115,14 +115,6 @@ TEST_F(DropTarget, UnreadableItemEndsTheDropWithoutABeep) {
   EXPECT_EQ(Dropped(), -1);
 }
 
-TEST_F(DropTarget, NoItemsAreNotSent) {
-  const FSSpec spec = Spec("folder");
-  EXPECT_EQ(SendOpenDocumentsToSelf(0, &spec), paramErr);
-  EXPECT_EQ(SendOpenDocumentsToSelf(1, nullptr), paramErr);
-  EXPECT_EQ(SendOpenDocumentsToSelf(1, &spec), noErr);
-  EXPECT_EQ(Dropped(), 1);
-}
-
 TEST_F(DropTarget, HandlersComeAndGoTogether) {
   RemoveDropTarget(MainWindow.window);
   EXPECT_EQ(Recorder().Calls(),

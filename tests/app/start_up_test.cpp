@@ -1,6 +1,5 @@
 #include "app/start_up.h"
 
-#include "app/commands.h"
 #include "app/help_links.h"
 #include "app/main_window.h"
 #include "app/open_documents.h"
@@ -23,7 +22,6 @@ class StartUp : public CProgramTest {
 TEST_F(StartUp, TakesItsStepsInOrder) {
   EXPECT_EQ(RunVannerly(), noErr);
   List calls = Recorder().Calls();
-  std::erase(calls, "InstallEventHandler");
   EXPECT_EQ(calls, (List{"RegisterIconRefFromFSRef \"Vnly\" \"APPL\"",
                          "CreateNibReference \"main\"",
                          "SetMenuBarFromNib \"MenuBar\"",
@@ -87,16 +85,6 @@ TEST_F(StartUp, QuitIsNotedAndStillQuits) {
   EXPECT_EQ(RunVannerly(), noErr);
   EXPECT_TRUE(FlattenRun.QuitRequested);
   EXPECT_EQ(Recorder().Calls().back(), "QuitApplicationEventLoop");
-}
-
-TEST_F(StartUp, CommandsAreHandledOrPassedOn) {
-  EXPECT_EQ(SendCommandTo(HandleCommand, FourChars("not!")), noErr);
-  EXPECT_TRUE(FlattenRun.StopRequested);
-  EXPECT_EQ(SendCommandTo(HandleCommand, FourChars("else")), eventNotHandledErr);
-  EXPECT_FALSE(FlattenRun.QuitRequested);
-  EXPECT_EQ(SendCommandTo(HandleCommand, FourChars("pref")), noErr);
-  EXPECT_EQ(Recorder().CallsBeginningWith("CreateWindowFromNib").back(),
-            "CreateWindowFromNib \"PreferencesWindow\"");
 }
 
 TEST_F(StartUp, HelpLinksOpenTheirPages) {

@@ -58,14 +58,6 @@ TEST_F(Collate, NothingIsReplacedOrRenamed) {
                                          {"pdf", "a file that bears the name of an extension"}}));
 }
 
-TEST_F(Collate, LeavesFoldersWithoutExtensionsAlone) {
-  files.MakeFolder("top/one");
-  files.MakeFolder("top/two/a.b");
-  const Contents before = files.Tree();
-  CollateFilesByExtension(Ref("top"));
-  EXPECT_EQ(files.Tree(), before);
-}
-
 TEST_F(Collate, PathsTooLongForItsBufferStay) {
   // A path of more than 2047 bytes, though every name and the folder itself could be reached.
   const std::string level(200, 'x');
@@ -81,27 +73,6 @@ TEST_F(Collate, PathsTooLongForItsBufferStay) {
   }
   CollateFilesByExtension(ref);
   EXPECT_EQ(files.ReadFile(folder + "/a.jpg"), "stays");
-}
-
-TEST_F(Collate, MovesByPathReportFailureAndLeaveTheItem) {
-  files.WriteFile("a", "kept");
-  files.MakeFolder("folder");
-  EXPECT_FALSE(MoveItemToFolderPath(files.PathOf("none"), files.PathOf("folder")));
-  EXPECT_FALSE(MoveItemToFolderPath(files.PathOf("a"), files.PathOf("none")));
-  EXPECT_EQ(files.ReadFile("a"), "kept");
-  EXPECT_TRUE(MoveItemToFolderPath(files.PathOf("a"), files.PathOf("folder")));
-  EXPECT_EQ(files.ReadFile("folder/a"), "kept");
-}
-
-TEST_F(Collate, ListsWithOrWithoutFolders) {
-  files.WriteFile("top/a");
-  files.MakeFolder("top/b");
-  FolderItemList list;
-  EXPECT_EQ(ListFolderItems(Ref("top"), &list, true), noErr);
-  EXPECT_EQ(list.size(), 1u);
-  EXPECT_EQ(ListFolderItems(Ref("top"), &list, false), noErr);
-  EXPECT_EQ(list.size(), 3u);
-  EXPECT_EQ(ListFolderItems(Ref("top/a"), &list, false), dirNFErr);
 }
 
 }  // namespace

@@ -23,11 +23,4 @@ TEST(ElapsedTime, LeavesOutUnitsOfZeroAndEndsWithASpace) {
   }
 }
 
-TEST(ElapsedTime, NeverPassesTheBuffer) {
-  ShortString text;
-  CopyBoundedCString(text, std::string(250, 'x').c_str());
-  FormatElapsedTime(7322, text);
-  EXPECT_EQ(std::string(text), std::string(250, 'x') + "2 hrs");
-}
-
 }  // namespace

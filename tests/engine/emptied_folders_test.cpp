@@ -75,17 +75,4 @@ TEST_F(EmptiedFolders, FirstFailureEndsOneTreeAndNotTheNext) {
             (Contents{{"one/", ""}, {"one/b/", ""}, {"one/b/stuck", "kept"}, {"one/c", "kept"}}));
 }
 
-TEST_F(EmptiedFolders, OnlyFoldersAreTrees) {
-  files.WriteFile("file", "kept");
-  files.MakeFolder("elsewhere/inside");
-  files.MakeSymbolicLink("link", "elsewhere");
-  EXPECT_EQ(DeleteFolderTree(Ref("file")), dirNFErr);
-  EXPECT_EQ(DeleteFolderTree(Ref("link")), dirNFErr);
-  EXPECT_TRUE(files.Exists("file"));
-  EXPECT_TRUE(files.Exists("elsewhere/inside"));
-  const FSRef gone = Ref("elsewhere");
-  files.Remove("elsewhere");
-  EXPECT_EQ(DeleteFolderTree(gone), fnfErr);
-}
-
 }  // namespace

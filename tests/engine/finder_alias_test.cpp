@@ -1,8 +1,5 @@
 #include "engine/finder_alias.h"
 
-#include <cstring>
-
-#include "engine/script_runner.h"
 #include "platform/strings.h"
 #include "tests/support/program_test.h"
 
@@ -33,20 +30,6 @@ TEST_F(FinderAlias, FailsWithoutATrace) {
   EXPECT_FALSE(MakeFinderAlias(Path("A/B/none"), Path("A")));
   EXPECT_FALSE(MakeFinderAlias(Path("A/B/c"), Path("A/none")));
   EXPECT_EQ(files.Tree(), before);
-}
-
-TEST(ScriptRunner, DescribesTextAsPlainUnits) {
-  AEDesc desc;
-  ASSERT_EQ(MakeUnicodeTextDesc(u"a\u20AC", &desc), noErr);
-  EXPECT_EQ(desc.descriptorType, typeUnicodeText);
-  const char16_t units[] = {u'a', u'\u20AC'};
-  ASSERT_EQ(desc.data.size(), sizeof units);
-  EXPECT_EQ(std::memcmp(desc.data.data(), units, sizeof units), 0);
-
-  OSAID script = 7;
-  OpenScriptingComponent();
-  EXPECT_EQ(CompileScriptSource(u"no script at all", &script), OSASyntaxError);
-  EXPECT_EQ(script, kOSANullScript);
 }
 
 }  // namespace

@@ -106,30 +106,6 @@ TEST_F(FolderScan, FolderThatIsGoneLeavesTheCountersAlone) {
   EXPECT_TRUE(Recorder().Calls().empty()) << "no text, no progress bar";
 }
 
-TEST_F(FolderScan, RequestsAreSeenAfterTheItemInHandIsTaken) {
-  MakeFiles("top", 5);
-  for (bool FlattenRunState::*flag :
-       {&FlattenRunState::StopRequested, &FlattenRunState::QuitRequested}) {
-    FlattenRun.*flag = true;
-    EXPECT_EQ(Count("top"), 1);
-    FlattenRun.*flag = false;
-  }
-}
-
-TEST_F(FolderScan, UnknownModeDoesNothingAndNoModeCollects) {
-  MakeFiles("top", 1);
-  const FSRef item = Ref("top/100");
-  FSCatalogInfo info{};
-  FlattenRun.CollectedFiles.count = 1;
-  FlattenRun.CollectedFiles.refs = std::make_unique<FSRef[]>(1);
-  std::int32_t mode = 3;
-  EXPECT_FALSE(ScanItemCallback(false, 1, &info, &item, nullptr, nullptr, &mode));
-  EXPECT_EQ(FlattenRun.CollectedFiles.collected, 0);
-  EXPECT_FALSE(ScanItemCallback(false, 1, &info, &item, nullptr, nullptr, nullptr));
-  EXPECT_EQ(FlattenRun.CollectedFiles.collected, 1);
-  EXPECT_EQ(FSCompareFSRefs(FlattenRun.CollectedFiles.refs[0], item), noErr);
-}
-
 TEST(Progress, WrapsInsteadOfOverflowing) {
   EXPECT_EQ(ProgressValue(ProgressAmount(3), 4), 24575);
   EXPECT_EQ(ProgressValue(ProgressAmount(65538), 65538), 32767);

@@ -116,11 +116,4 @@ TEST_F(FolderWalk, LinksAreItemsAndNeverFollowed) {
             (List{"1a", "2deep", "31", "32", "3loop", "1b", "1c.app", "23", "1d", "1z"}));
 }
 
-TEST_F(FolderWalk, ErrorEndsTheWalkAndIsReturned) {
-  const FSRef gone = Ref("top/a");
-  files.Remove("top/a");
-  EXPECT_EQ(IterateFolderTree(gone, 0, 0, false, false, kDescendAll, NoteVisit, &visits), fnfErr);
-  EXPECT_EQ(visits.items, List{});
-}
-
 }  // namespace

@@ -39,16 +39,4 @@ TEST_F(PackageTest, NamesAndContentsDecide) {
   EXPECT_FALSE(IsApplication(Ref("Tool.APP"))) << "a name alone makes no application";
 }
 
-TEST_F(PackageTest, ItemThatIsGoneIsJudgedByItsName) {
-  files.MakeFolder("Gone.app");
-  files.MakeFolder("gone");
-  const FSRef package = Ref("Gone.app");
-  const FSRef folder = Ref("gone");
-  files.Remove("Gone.app");
-  files.Remove("gone");
-  EXPECT_FALSE(IsPackageOrApplication(package));
-  EXPECT_TRUE(IsPackage(package));
-  EXPECT_FALSE(IsPackage(folder));
-}
-
 }  // namespace

@@ -89,12 +89,6 @@ TEST_F(Stopping, RemovalAndSortingStillRunAfterAStop) {
   EXPECT_EQ(files.Tree("one"), (Contents{{"a", "a"}, {"txt/", ""}, {"txt/x.txt", "x"}}));
 }
 
-TEST_F(Stopping, StopWhileIdleHasNoEffect) {
-  Command("not!");
-  Flatten({"one"});
-  EXPECT_EQ(Moved("one"), 3);
-}
-
 TEST_F(Stopping, SecondDropReplacesTheListAndRunsAfterwards) {
   ASSERT_EQ(AEInstallEventHandler(kCoreEventClass, kAEOpenDocuments, HandleOpenDocuments, 0, false),
             noErr);
@@ -114,13 +108,6 @@ TEST_F(Stopping, SecondDropReplacesTheListAndRunsAfterwards) {
   Recorder().RunEventLoop();
   EXPECT_EQ(Recorder().CallsBeginningWith("SetWindowTitle").size(), 4u);
   EXPECT_TRUE(files.Exists("three/a"));
-}
-
-TEST_F(Stopping, ShorterListEndsTheBusyRunEarly) {
-  WhenShown("Moving File: a", [] { DroppedItemList = {}; });
-  Flatten({"one", "two"});
-  EXPECT_EQ(Moved("one"), 3);
-  EXPECT_EQ(Moved("two"), 0);
 }
 
 }  // namespace

@@ -57,15 +57,6 @@ TEST_F(MoveItem, TakesItsNewNameBesideAnItemOfItsOldOne) {
   EXPECT_EQ(PathOfResult(), folder.PathOf("to/a - new.txt"));
 }
 
-TEST_F(MoveItem, MovesAFolderWithWhatIsInIt) {
-  folder.WriteFile("from/X.app/inside", "kept");
-  ASSERT_EQ(
-      MoveItemWithNewName(Ref("from/X.app"), Ref("to"), u"Y.app", kTextEncodingUnknown, &result),
-      noErr);
-  EXPECT_EQ(folder.ReadFile("to/Y.app/inside"), "kept");
-  EXPECT_FALSE(folder.Exists("from/X.app"));
-}
-
 TEST_F(MoveItem, WithoutANewNameLeavesAClashAlone) {
   const auto before = folder.Tree();
   EXPECT_EQ(Move(std::nullopt), dupFNErr);
@@ -141,16 +132,6 @@ TEST_F(MoveItem, TemporaryNamesWrapAndEndPastTheFreeOne) {
   ASSERT_EQ(FindFreeTemporaryName(&counter, Ref("to/sub"), Ref("to"), &name), noErr);
   EXPECT_EQ(name.View(), u"00000000");
   EXPECT_EQ(counter, 1u);
-}
-
-TEST_F(MoveItem, RefusesBeforeAnythingChanges) {
-  EXPECT_EQ(
-      MoveItemWithNewName(Ref("to/sub/a.txt"), Ref("to"), u"b", kTextEncodingUnknown, nullptr),
-      paramErr);
-  const FSRef item = Ref("to/sub/a.txt");
-  folder.Remove("to/sub/a.txt");
-  EXPECT_EQ(MoveItemWithNewName(item, Ref("to"), u"b", kTextEncodingUnknown, &result), fnfErr);
-  EXPECT_EQ(changes, 0);
 }
 
 TEST_F(MoveItem, NeverCrossesVolumes) {

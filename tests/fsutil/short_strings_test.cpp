@@ -21,23 +21,6 @@ TEST(ShortStrings, CutLongTextAt255Characters) {
   EXPECT_EQ(std::string(pascalText + 1, pascalText + 256), longText.substr(0, 255));
 }
 
-TEST(ShortStrings, TakeNoSourceAsNothing) {
-  ShortString text = "before";
-  EXPECT_STREQ(AppendBoundedCString(text, nullptr), "before");
-  EXPECT_STREQ(CopyBoundedCString(text, nullptr), "");
-  ReverseCString(nullptr);
-}
-
-TEST(ShortStrings, ReverseFromBothEnds) {
-  for (const auto &[before, after] :
-       {std::pair{"", ""}, {"a", "a"}, {"ab", "ba"}, {"abc", "cba"}}) {
-    ShortString text;
-    CopyBoundedCString(text, before);
-    ReverseCString(text);
-    EXPECT_STREQ(text, after);
-  }
-}
-
 TEST(ShortStrings, WriteNumbersInDecimal) {
   for (const auto &[value, digits] : {std::pair{0, "0"},
                                       {7, "7"},
