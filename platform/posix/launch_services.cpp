@@ -6,9 +6,12 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <string>
 #include <string_view>
 
 #include "platform/posix/descriptor.h"
+#include "platform/posix/finder_info.h"
 #include "platform/posix/item_location.h"
 #include "platform/posix/package_types.h"
 #include "platform/posix/property_list.h"
@@ -23,15 +26,23 @@ bool IsExecutableFile(const struct stat &status) {
   return S_ISREG(status.st_mode) && (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0;
 }
 
-/// What the link `name` in `folder` leads to, provided that the way never leaves the folder: an
-/// absolute link, "..", above the folder or another volume is refused by the kernel. Nothing is
-/// opened for reading. A kernel that cannot promise this finds nothing.
-bool StatLinkedInside(int folder, const char *name, struct stat *status) {
+/// Whether something could not be opened for want of descriptors or memory, which says nothing of
+/// what it is. Such a folder is taken for a package: kept whole, it loses nothing.
+bool IsExhaustion(int error) {
+  return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
+/// Whether the link `name` in `folder` leads to an executable file, on a way that never leaves the
+/// folder: an absolute link, a way above the folder or into another volume is refused by the
+/// kernel. Nothing is opened for reading. A kernel that cannot promise this finds nothing.
+bool LeadsToExecutableInside(int folder, const char *name) {
   open_how how{};
   how.flags = O_PATH | O_CLOEXEC;
   how.resolve = RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS | RESOLVE_NO_XDEV;
   const CDescriptor item(static_cast<int>(syscall(SYS_openat2, folder, name, &how, sizeof how)));
-  return item.IsOpen() && fstat(item.Get(), status) == 0;
+  if (!item.IsOpen()) return IsExhaustion(errno);
+  struct stat status;
+  return fstat(item.Get(), &status) == 0 && IsExecutableFile(status);
 }
 
 /// Whether `folder` holds an executable `AppRun`. Often that is a link to the program proper,
@@ -40,8 +51,8 @@ bool HasAppRun(int folder) {
   constexpr const char *kAppRun = "AppRun";
   struct stat status;
   if (fstatat(folder, kAppRun, &status, AT_SYMLINK_NOFOLLOW) != 0) return false;
-  if (S_ISLNK(status.st_mode) && !StatLinkedInside(folder, kAppRun, &status)) return false;
-  return IsExecutableFile(status);
+  return S_ISLNK(status.st_mode) ? LeadsToExecutableInside(folder, kAppRun)
+                                 : IsExecutableFile(status);
 }
 
 /// The content of a regular file that is open as a place only (O_PATH); empty when it cannot be
@@ -59,10 +70,11 @@ std::string ReadFileAtPlace(int place) {
 std::uint32_t BundleFlags(int folder) {
   const CDescriptor contents(
       openat(folder, "Contents", O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-  if (!contents.IsOpen()) return 0;
+  if (!contents.IsOpen()) return IsExhaustion(errno) ? kLSItemInfoIsPackage : 0;
   const CDescriptor place(openat(contents.Get(), "Info.plist", O_PATH | O_NOFOLLOW | O_CLOEXEC));
+  if (!place.IsOpen()) return IsExhaustion(errno) ? kLSItemInfoIsPackage : 0;
   struct stat status;
-  if (!place.IsOpen() || fstat(place.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return 0;
+  if (fstat(place.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return 0;
   const bool isApplication =
       StringInPropertyList(ReadFileAtPlace(place.Get()), "CFBundlePackageType") == "APPL";
   return kLSItemInfoIsPackage | (isApplication ? kLSItemInfoIsApplication : 0);
@@ -76,13 +88,17 @@ bool HasRegisteredExtension(const FSRef &item) {
   return extension && IsPackageType(*extension);
 }
 
-bool HasBundleBit(const FSRef &item) {
-  FSCatalogInfo info;
-  if (FSGetCatalogInfo(item, kFSCatInfoFinderInfo, &info, nullptr, nullptr, nullptr) != noErr) {
-    return false;
+/// Whether the bundle bit is set. A folder is opened for that, which costs a third of what asking
+/// for it by name does; one that may not be read is asked by name.
+bool HasBundleBit(const FSRef &item, int folder) {
+  FinderInfo information{};
+  const CDescriptor readable(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (readable.IsOpen()) {
+    information = ReadFinderInfo(readable.Get());
+  } else if (ItemLocation location; LocateItem(item, &location) == noErr) {
+    information = ReadFinderInfo(location);
   }
-  const auto flags = static_cast<std::uint16_t>(info.finderInfo[8] << 8 | info.finderInfo[9]);
-  return (flags & kHasBundle) != 0;
+  return ((information[8] << 8 | information[9]) & kHasBundle) != 0;
 }
 
 }  // namespace
@@ -102,8 +118,9 @@ OSStatus LSCopyItemInfoForRef(const FSRef &item, LSRequestedInfo /*whichInfo*/,
   if (error != noErr) return error;
   std::uint32_t flags = kLSItemInfoIsContainer | BundleFlags(folder);
   if (HasAppRun(folder)) flags |= kLSItemInfoIsApplication;
-  // The borrowed descriptor is used up; what costs most comes last, and only while it matters.
-  if ((flags & kLSItemInfoIsPackage) == 0 && (HasRegisteredExtension(item) || HasBundleBit(item))) {
+  // What costs most comes last, and only while it matters.
+  if ((flags & kLSItemInfoIsPackage) == 0 &&
+      (HasRegisteredExtension(item) || HasBundleBit(item, folder))) {
     flags |= kLSItemInfoIsPackage;
   }
   info->flags = flags;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <plist/plist.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
@@ -129,6 +130,19 @@ TEST_F(LaunchServices, DocumentPackagesAreToldByTypeOrBundleBit) {
                      information.size(), 0),
             0);
   EXPECT_EQ(FlagsOf("bit"), kPackage);
+}
+
+TEST_F(LaunchServices, AFolderThatCannotBeLookedIntoIsKeptWhole) {
+  folder_.WriteFile("app/Contents/Info.plist", PropertyList("APPL", false));
+  EXPECT_EQ(FlagsOf("app"), kBundledApplication);
+  rlimit limit{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+  rlimit none = limit;
+  none.rlim_cur = 0;
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  const std::uint32_t flags = FlagsOf("app");
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+  EXPECT_EQ(flags, kPackage);
 }
 
 TEST_F(LaunchServices, AVanishedItemIsAnError) {
