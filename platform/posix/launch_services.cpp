@@ -20,7 +20,7 @@
 
 namespace {
 
-constexpr std::size_t kLargestPropertyList = 1024 * 1024;
+constexpr std::size_t kLargestPropertyList = std::size_t{1024} * 1024;
 
 bool IsExecutableFile(const struct stat &status) {
   return S_ISREG(status.st_mode) && (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0;

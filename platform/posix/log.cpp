@@ -31,16 +31,6 @@ std::string Harmless(std::string_view text) {
   return line;
 }
 
-std::string Formatted(const char *format, std::va_list arguments) {
-  std::va_list again;
-  va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, arguments);
-  std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-  (void)std::vsnprintf(text.data(), text.size() + 1, format, again);
-  va_end(again);
-  return text;
-}
-
 }  // namespace
 
 void WriteToSystemLog(std::string_view line) {
@@ -54,7 +44,11 @@ void WriteToSystemLog(std::string_view line) {
 void NSLog(const char *format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  const std::string text = Formatted(format, arguments);
+  const int length = std::vsnprintf(nullptr, 0, format, arguments);
+  va_end(arguments);
+  std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
+  va_start(arguments, format);
+  (void)std::vsnprintf(text.data(), text.size() + 1, format, arguments);
   va_end(arguments);
   WriteToSystemLog(text);
   if (isatty(STDERR_FILENO) == 1) {

@@ -14,7 +14,7 @@
 namespace {
 
 constexpr std::string_view kFileName = "package-types";
-constexpr std::size_t kLargestFile = 1024 * 1024;
+constexpr std::size_t kLargestFile = std::size_t{1024} * 1024;
 
 /// The text with differences of case taken away.
 std::u16string Folded(std::u16string_view text) {

@@ -10,7 +10,7 @@
 namespace {
 
 /// More than anybody's preferences; what is larger is something else.
-constexpr std::size_t kLargestFile = 64 * 1024;
+constexpr std::size_t kLargestFile = std::size_t{64} * 1024;
 
 std::int64_t Nanoseconds(const timespec &time) {
   return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;

@@ -27,7 +27,7 @@ bool NSWorkspace::performFileOperation(std::string_view operation, const std::st
   if (FSPathMakeRef(destination.c_str(), &folder, &isFolder) != noErr || !isFolder) return false;
   for (const std::string &name : files) {
     if (!IsItemName(name)) return false;
-    const std::string path = source.ends_with('/') ? source + name : source + '/' + name;
+    const std::string path = std::string(source).append("/").append(name);
     FSRef item;
     if (FSPathMakeRef(path.c_str(), &item, nullptr) != noErr) return false;
     if (FSMoveObject(item, folder, &item) != noErr) return false;
