@@ -35,10 +35,11 @@ def other_disk(delay=None, noFlags=False, refusals=None):
 
 class CliCase(unittest.TestCase):
     maxDiff = None
+    where = None  # the folder in which the temporary one is made; none for the usual
 
     def setUp(self):
         os.umask(0o022)
-        self.place = os.path.realpath(tempfile.mkdtemp(prefix="vannerly-cli-"))
+        self.place = os.path.realpath(tempfile.mkdtemp(prefix="vannerly-cli-", dir=self.where))
         # rm goes as deep as it takes; shutil.rmtree does not.
         self.addCleanup(subprocess.run, ["rm", "-rf", "--", self.place], check=False)
         self.home = self.path("home")
@@ -73,12 +74,13 @@ class CliCase(unittest.TestCase):
 
     def tree(self, folder):
         """Everything below `folder`: path -> content, or what else the item is. A UUID in a name
-        is written as UUID."""
+        is written as UUID; no two names may differ by that alone."""
         found = {}
         for parent, folders, files in os.walk(folder):
             for name in folders + files:
                 path = os.path.join(parent, name)
                 key = UUID.sub("UUID", os.path.relpath(path, folder))
+                self.assertNotIn(key, found, "two names differ by their UUIDs alone")
                 mode = os.lstat(path).st_mode
                 if stat.S_ISLNK(mode):
                     found[key] = "-> " + os.readlink(path)
@@ -91,16 +93,20 @@ class CliCase(unittest.TestCase):
                     found[key] = {stat.S_IFIFO: "pipe", stat.S_IFSOCK: "socket"}[stat.S_IFMT(mode)]
         return found
 
-    def hashes(self, folder):
-        """The contents of all files below, sorted, whatever their names."""
+    def contents(self, folder):
+        """The contents of all files below, whatever their names, in no order."""
         found = []
         for parent, _, files in os.walk(folder):
-            for name in files:
-                path = os.path.join(parent, name)
-                if os.path.isfile(path) and not os.path.islink(path):
+            for path in (os.path.join(parent, name) for name in files):
+                if stat.S_ISREG(os.lstat(path).st_mode):
                     with open(path, "rb") as file:
-                        found.append(hashlib.sha256(file.read()).hexdigest())
-        return sorted(found)
+                        found.append(file.read().decode(errors="surrogateescape"))
+        return found
+
+    def hashes(self, folder):
+        """What tells all files' contents from those of other files, sorted."""
+        return sorted(hashlib.sha256(content.encode(errors="surrogateescape")).hexdigest()
+                      for content in self.contents(folder))
 
     # Runs --------------------------------------------------------------------------------------
 
@@ -136,6 +142,15 @@ def powerless():
     if os.geteuid() != 0:
         return []
     return ["setpriv", "--inh-caps=-all", "--bounding-set=-all", "--no-new-privs"]
+
+
+def fast_place():
+    """Where a hundred thousand files are made soonest: in memory when there is room."""
+    try:
+        room = os.statvfs("/dev/shm")
+    except OSError:
+        return None
+    return "/dev/shm" if room.f_bavail * room.f_frsize > 1 << 30 else None
 
 
 def few_descriptors():

@@ -103,8 +103,8 @@ class Mounts(CliCase):
         self.run_mounted(
             "mount -t tmpfs -o size=256k,nr_inodes=40 none drop\nmkdir -p drop/a/b\n"
             "for i in 1 2 3 4 5 6 7 8 9; do echo $i > drop/a/$i.x$i; echo b$i > drop/a/b/$i.x$i; done\n"
-            "cat /dev/zero > drop/a/full 2>/dev/null || true; : > drop/a/full.size\n"
-            "while : > drop/a/b/fill$n.y 2>/dev/null; do n=x$n; done",
+            "cat /dev/zero > drop/a/full 2>/dev/null || true\n"
+            "while true > drop/a/b/fill$n.y; do n=x$n; done 2>/dev/null",
             "--aggregate-files-when-done", "drop", after=f"cp -a drop {look}")
         contents = [content for name, content in self.tree(look).items()
                     if ".x" in name and content != "folder"]
@@ -130,7 +130,7 @@ class NoRenameWithoutReplacing(CliCase):
                     self.write("drop/three/Y.app/AppRun", "run", 0o755)
                     os.mkfifo(drop + "/three/pipe")
                     os.mkfifo(drop + "/one/pipe")
-                    os.symlink("nowhere", drop + "/three/c")
+                    os.symlink("nowhere", drop + "/three/d.txt")
                     os.symlink("nowhere", drop + "/three/link")
                     os.link(drop + "/c", drop + "/one/two/c")
                     self.run_cli(*options, "drop", environment=environment)

@@ -188,6 +188,16 @@ def spread_preferences(preferences, rnd, config):
     return options
 
 
+def usual_place():
+    """Memory when its files can carry Finder information too, as it is much faster."""
+    try:
+        with tempfile.NamedTemporaryFile(dir="/dev/shm") as file:
+            os.setxattr(file.name, FINDER_INFO, bytes(32))
+        return "/dev/shm"
+    except OSError:
+        return tempfile.gettempdir()
+
+
 # The comparison --------------------------------------------------------------------------------
 
 def uuids_in(node):
@@ -233,7 +243,7 @@ def check_case(case, preferences, batch, disk, totals):
     return good
 
 
-def run_batch(program, seeds, batch, place, totals):
+def run_batch(program, preload, seeds, batch, place, totals):
     place = os.path.realpath(place)
     preferences, rnd = preferences_of(batch)
     config = os.path.join(place, "config")
@@ -245,6 +255,8 @@ def run_batch(program, seeds, batch, place, totals):
     environment = {**os.environ, "HOME": os.path.join(config, "home"),
                    "XDG_CONFIG_HOME": os.path.join(config, "user"),
                    "XDG_CONFIG_DIRS": os.path.join(config, "system")}
+    if preload:
+        environment["LD_PRELOAD"] = os.path.abspath(preload)
     arguments = [os.fsencode(o) for o in options] + [b"--"] + [case.operand for case in cases]
     done = subprocess.run([os.fsencode(program)] + arguments, cwd=place, env=environment,
                           stdin=subprocess.DEVNULL, capture_output=True, timeout=300, check=False)
@@ -267,6 +279,8 @@ def main():
     parser.add_argument("--trees", type=int, default=3072, help="how many trees")
     parser.add_argument("--seed", type=int, default=0, help="seed of the first tree")
     parser.add_argument("--stop-after", type=int, default=3, help="batches with differences")
+    parser.add_argument("--place", default=usual_place(), help="the folder in which to work")
+    parser.add_argument("--preload", help="a library to load before the program")
     parser.add_argument("--keep", action="store_true", help="leave the folders of differences")
     arguments = parser.parse_args()
     os.umask(0o022)
@@ -274,8 +288,8 @@ def main():
     seeds = range(arguments.seed, arguments.seed + arguments.trees)
     for batch in range(seeds[0] // BATCH, seeds[-1] // BATCH + 1):
         ofBatch = [s for s in seeds if s // BATCH == batch]
-        place = tempfile.mkdtemp(prefix="vannerly-model-")
-        good = run_batch(os.path.abspath(arguments.program), ofBatch, batch, place, totals)
+        place = tempfile.mkdtemp(prefix="vannerly-model-", dir=arguments.place)
+        good = run_batch(os.path.abspath(arguments.program), arguments.preload, ofBatch, batch, place, totals)
         if not good:
             differing += 1
         if good or not arguments.keep:
