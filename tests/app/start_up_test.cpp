@@ -16,7 +16,11 @@ using List = std::vector<std::string>;
 
 class StartUp : public CProgramTest {
  protected:
-  StartUp() { MainWindow = {}; }
+  // The program builds its window itself here.
+  StartUp() {
+    ResetRecorder();
+    MainWindow = {};
+  }
 };
 
 TEST_F(StartUp, TakesItsStepsInOrder) {

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <regex>
 #include <set>
 
 #include "platform/common/timers.h"
@@ -29,10 +28,9 @@ class FlattenRunTest : public CProgramTest {
 
   /// What lies below, with each identifier in a name as "U".
   Contents TreeWithoutIdentifiers(std::string_view folder) const {
-    static const std::regex kUUID("[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}");
     Contents tree;
     for (const auto &[path, content] : files.Tree(folder)) {
-      tree[std::regex_replace(path, kUUID, "U")] = content;
+      tree[WithoutIdentifiers(path)] = content;
     }
     return tree;
   }

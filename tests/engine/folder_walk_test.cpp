@@ -21,7 +21,8 @@ bool NoteVisit(bool, std::uint32_t level, const FSCatalogInfo *, const FSRef *re
                const FSSpec *spec, const HFSUniStr255 *name, void *userData) {
   auto &visits = *static_cast<Visits *>(userData);
   std::string text;
-  for (const char16_t unit : CopyItemName(*ref).value().View()) text += static_cast<char>(unit);
+  const HFSUniStr255 itemName = CopyItemName(*ref).value();
+  for (const char16_t unit : itemName.View()) text += static_cast<char>(unit);
   visits.items.push_back(std::to_string(level) + text);
   if ((spec != nullptr) != visits.wantSpec || (name != nullptr) != visits.wantName) {
     visits.outputsAsAsked = false;

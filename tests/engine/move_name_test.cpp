@@ -1,7 +1,5 @@
 #include "engine/move_name.h"
 
-#include <regex>
-
 #include "fsutil/item_info.h"
 #include "tests/support/program_test.h"
 
@@ -20,8 +18,7 @@ class MoveName : public CProgramTest {
     for (const char16_t unit : *found) {
       text += unit < 0x80 ? std::string(1, static_cast<char>(unit)) : "?";
     }
-    static const std::regex kUUID("[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}");
-    return std::regex_replace(text, kUUID, "U");
+    return WithoutIdentifiers(text);
   }
 };
 
