@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <memory>
-#include <ranges>
 
 #include "platform/apple_events.h"
 #include "platform/common/carbon_event.h"
@@ -27,10 +26,10 @@ namespace {
 OSStatus SendToTarget(EventTargetRef target, EventRef event) {
   // A handler may close the window to which the target belongs, so the list is a copy.
   const std::vector<Handler> handlers = target->handlers;
-  for (const Handler &handler : std::views::reverse(handlers)) {
-    if (handler.type.eventClass != event->eventClass || handler.type.eventKind != event->eventKind)
-      continue;
-    const OSStatus status = handler.procedure(nullptr, event, handler.userData);
+  for (auto handler = handlers.rbegin(); handler != handlers.rend(); ++handler) {
+    const auto &[eventClass, eventKind] = handler->type;
+    if (eventClass != event->eventClass || eventKind != event->eventKind) continue;
+    const OSStatus status = handler->procedure(nullptr, event, handler->userData);
     if (status != eventNotHandledErr) return status;
   }
   return eventNotHandledErr;

@@ -44,7 +44,7 @@ bool TakeOperands(const std::vector<std::string> &operands, bool isForced) {
       folders.push_back(folder);
     } else {
       hasUnusableOperand = true;
-      ReportProblem(operand + ": " + problem);
+      ReportProblem(std::string(operand).append(": ").append(problem));
     }
   }
   const bool isAnyLeft = !folders.empty();
