@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
 #include <utility>
 
 namespace {
@@ -66,11 +65,7 @@ SplitArguments Split(const std::vector<std::string> &arguments) {
 std::optional<std::int16_t> ParseOperation(std::string_view text) {
   if (text == "move") return std::int16_t{1};
   if (text == "alias") return std::int16_t{2};
-  std::int16_t number = 0;
-  const char *end = text.data() + text.size();
-  const auto [parsed, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc{} || parsed != end) return std::nullopt;
-  return number;
+  return ParsePreferenceNumber(text);
 }
 
 struct BooleanOption {

@@ -1,6 +1,7 @@
 #include "prefs/preference_settings.h"
 
 #include <algorithm>
+#include <charconv>
 
 #include "prefs/preferences.h"
 
@@ -39,9 +40,17 @@ std::optional<PreferenceAssignment> ParsePreferenceAssignment(std::string_view t
     *problem = std::string(name) + " must be true or false";
     return std::nullopt;
   }
-  if (value == "1" || value == "2") {
-    return PreferenceAssignment{*key, static_cast<std::int64_t>(value[0] - '0')};
+  if (const auto number = ParsePreferenceNumber(value)) {
+    return PreferenceAssignment{*key, std::int64_t{*number}};
   }
-  *problem = std::string(name) + " must be 1 or 2";
+  *problem = std::string(name) + " must be a number from -32768 to 32767";
   return std::nullopt;
+}
+
+std::optional<std::int16_t> ParsePreferenceNumber(std::string_view text) {
+  std::int16_t number = 0;
+  const char *end = text.data() + text.size();
+  const auto [parsed, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc{} || parsed != end) return std::nullopt;
+  return number;
 }

@@ -25,7 +25,10 @@ struct PreferenceAssignment {
   CFPreferenceValue value;
 };
 
-/// Understands "KEY=VALUE": a key as it is spelled in the table; "true" or "false" for a Boolean, 1
-/// or 2 for `Operation`. Otherwise answers none and says in `problem` what is wrong.
+/// Understands "KEY=VALUE": a key as it is spelled in the table; "true" or "false" for a Boolean, a
+/// number for `Operation`. Otherwise answers none and says in `problem` what is wrong.
 std::optional<PreferenceAssignment> ParsePreferenceAssignment(std::string_view text,
                                                               std::string *problem);
+
+/// A number that a preference can hold: from -32768 to 32767, in decimal. None for anything else.
+std::optional<std::int16_t> ParsePreferenceNumber(std::string_view text);

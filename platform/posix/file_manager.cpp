@@ -15,25 +15,6 @@
 
 namespace {
 
-/// The item whose existence was seen last. Its name may be asked for again without another look at
-/// the disk: the steps that handle one file ask for it several times within microseconds.
-FSRef lastSeenItem = {};
-
-bool WasSeenLast(const FSRef &ref) {
-  return std::equal(std::begin(ref.hidden), std::end(ref.hidden), std::begin(lastSeenItem.hidden));
-}
-
-void ForgetSeenItem() {
-  lastSeenItem = {};
-}
-
-OSErr SeeItem(const FSRef &ref, ItemStatus *status, ItemLocation *location) {
-  ForgetSeenItem();
-  const OSErr error = ReadItemStatus(ref, status, location);
-  if (error == noErr) lastSeenItem = ref;
-  return error;
-}
-
 void FillFinderInfo(const ItemLocation &location, FSCatalogInfo *info) {
   const FinderInfo finderInfo = ReadFinderInfo(location);
   std::copy_n(finderInfo.begin(), 16, info->finderInfo);
@@ -66,11 +47,12 @@ OSErr FSGetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, FSCatalo
   const bool wantsStatus = (whichInfo & kFSCatInfoNodeFlags) != 0 || wantsFinderInfo;
   const bool wantsNothing =
       whichInfo == kFSCatInfoNone && name == nullptr && spec == nullptr && parent == nullptr;
-  const bool wantsName = name != nullptr || spec != nullptr;
-  if (wantsStatus || wantsNothing || (wantsName && !WasSeenLast(ref))) {
+  const bool wantsFolderName =
+      (name != nullptr || spec != nullptr) && item.kind != ItemKind::kOther;
+  if (wantsStatus || wantsNothing || wantsFolderName) {
     ItemStatus status;
     ItemLocation location;
-    if (OSErr error = SeeItem(ref, &status, &location); error != noErr) return error;
+    if (OSErr error = ReadItemStatus(ref, &status, &location); error != noErr) return error;
     if (wantsFinderInfo) FillFinderInfo(location, info);
     if (wantsStatus) {
       info->nodeFlags =
@@ -91,7 +73,7 @@ OSErr FSSetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, const FS
   if (whichInfo != kFSCatInfoNodeFlags) return paramErr;
   ItemStatus status;
   ItemLocation location;
-  if (OSErr error = SeeItem(ref, &status, &location); error != noErr) return error;
+  if (OSErr error = ReadItemStatus(ref, &status, &location); error != noErr) return error;
   if ((info.nodeFlags & kFSNodeLockedMask) != 0 || !status.IsLocked()) return noErr;
   if (!status.IsFolder() && status.linkCount > 1) return permErr;
   if (status.isImmutable) {
@@ -133,7 +115,6 @@ OSErr FSCreateDirectoryUnicode(const FSRef &parent, std::u16string_view name, FS
 }
 
 OSErr FSDeleteObject(const FSRef &ref) {
-  ForgetSeenItem();
   ItemLocation location;
   bool isFolder = ReferenceIn(ref).kind == ItemKind::kFolder;
   if (ReferenceIn(ref).kind == ItemKind::kUnknown) {
@@ -148,7 +129,6 @@ OSErr FSDeleteObject(const FSRef &ref) {
 }
 
 OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
-  ForgetSeenItem();
   const ItemReference &item = ReferenceIn(ref);
   if (item.folder == 0) return paramErr;
   FolderIndex folder = 0;
@@ -165,7 +145,6 @@ OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
 
 OSErr FSRenameUnicode(const FSRef &ref, std::u16string_view name, TextEncoding /*hint*/,
                       FSRef *result) {
-  ForgetSeenItem();
   std::string bytes;
   if (OSErr error = NameToDisk(name, &bytes); error != noErr) return error;
   ItemLocation location;

@@ -41,7 +41,6 @@ struct FolderTable {
   std::unordered_map<Identity, FolderIndex, IdentityHash> byIdentity;
   std::array<Slot, 64> slots;
   std::uint64_t useCount = 0;
-  FolderIndex lastUsed = 0;
 
   FolderTable() {
     entries.reserve(256);
@@ -55,7 +54,6 @@ struct FolderTable {
   int Use(FolderIndex folder) {
     Slot &slot = slots[static_cast<std::size_t>(entries[folder].slot)];
     slot.lastUse = ++useCount;
-    lastUsed = folder;
     return slot.descriptor;
   }
 
@@ -63,7 +61,6 @@ struct FolderTable {
     if (slot.folder == 0) return;
     close(slot.descriptor);
     entries[slot.folder].slot = -1;
-    if (lastUsed == slot.folder) lastUsed = 0;
     slot = Slot();
   }
 
@@ -138,20 +135,21 @@ OSErr OpenFromParent(FolderIndex folder, int parent, int *descriptor, FolderInde
   return noErr;
 }
 
-/// On the way up from a deep folder its parent is one step away, where the way down from the root
-/// would be as long as the folder is deep.
-bool OpenFromLastUsedChild(FolderIndex folder, int *descriptor, FolderIndex keepOpen) {
+/// On the way up from a deep folder its parent is one step away from a folder that is still open,
+/// where the way down from the root would be as long as the folder is deep.
+bool OpenFromOpenChild(FolderIndex folder, int *descriptor, FolderIndex keepOpen) {
   FolderTable &table = Table();
-  const FolderIndex child = table.lastUsed;
-  if (child == 0 || child == folder || table.entries[child].parent != folder) return false;
-  const int opened = OpenAt(table.Use(child), "..", O_PATH, child, keepOpen);
-  if (opened < 0) return false;
-  if (!IsFolder(opened, table.entries[folder])) {
+  for (const Slot &slot : table.slots) {
+    if (slot.folder == 0 || table.entries[slot.folder].parent != folder) continue;
+    const int opened = OpenAt(slot.descriptor, "..", O_PATH, slot.folder, keepOpen);
+    if (opened < 0) return false;
+    if (IsFolder(opened, table.entries[folder])) {
+      *descriptor = table.Keep(folder, opened, keepOpen);
+      return true;
+    }
     close(opened);
-    return false;
   }
-  *descriptor = table.Keep(folder, opened, keepOpen);
-  return true;
+  return false;
 }
 
 OSErr OpenRoot(int flags, int *descriptor, FolderIndex keepOpen) {
@@ -174,7 +172,7 @@ OSErr OpenTableFolder(FolderIndex folder, int *descriptor, FolderIndex keepOpen)
     *descriptor = table.Use(folder);
     return noErr;
   }
-  if (OpenFromLastUsedChild(folder, descriptor, keepOpen)) return noErr;
+  if (folder != kRootFolder && OpenFromOpenChild(folder, descriptor, keepOpen)) return noErr;
 
   std::vector<FolderIndex> closed;  // from `folder` up to below the first one that is open
   FolderIndex above = folder;

@@ -67,17 +67,17 @@ TEST_F(Preferences, ListingSaysWhatIsInEffectAndWhereItComesFrom) {
 
 TEST_F(Preferences, AssignmentsAreTakenOnlyWhenTheyAreRight) {
   std::string problem;
-  const auto number = ParsePreferenceAssignment("Operation=2", &problem);
+  const auto number = ParsePreferenceAssignment("Operation=-7", &problem);
   ASSERT_TRUE(number);
   EXPECT_EQ(number->key.name, "Operation");
-  EXPECT_EQ(number->value, CFPreferenceValue(std::int64_t{2}));
+  EXPECT_EQ(number->value, CFPreferenceValue(std::int64_t{-7}));
   const auto boolean = ParsePreferenceAssignment("RenameDuplicates=false", &problem);
   ASSERT_TRUE(boolean);
   EXPECT_EQ(boolean->key.name, "RenameDuplicates");
   EXPECT_EQ(boolean->value, CFPreferenceValue(false));
 
-  for (const char *wrong : {"", "Operation", "=1", "operation=1", "Operation=", "Operation=3",
-                            "Operation=12", "Operation=true", "QuitWhenDone=1",
+  for (const char *wrong : {"", "Operation", "=1", "operation=1", "Operation=", "Operation=3x",
+                            "Operation=32768", "Operation=true", "QuitWhenDone=1",
                             "QuitWhenDone=", "DeleteEmptiedFolders=True", "Unknown=true"}) {
     problem.clear();
     EXPECT_FALSE(ParsePreferenceAssignment(wrong, &problem)) << wrong;
