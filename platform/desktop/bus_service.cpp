@@ -1,0 +1,98 @@
+#include "platform/desktop/bus_service.h"
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+
+#include "platform/desktop/commands.h"
+#include "platform/desktop/documents.h"
+#include "platform/desktop/event_loop.h"
+#include "platform/processes.h"
+
+namespace {
+
+constexpr char kName[] = "com.brenmoor.Vannerly";
+constexpr char kPath[] = "/com/brenmoor/Vannerly";
+constexpr char kInterface[] = "org.freedesktop.Application";
+constexpr int kMillisecondsToAnswer = 10000;
+
+/// The token by which the desktop lets a window come to the front; the platform plug-in takes it
+/// from the environment.
+void UseActivationToken(const QVariantMap &platformData) {
+  const QByteArray token = platformData.value(QStringLiteral("activation-token")).toByteArray();
+  if (!token.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", token);
+}
+
+/// The tokens that this start was given.
+QVariantMap OwnPlatformData() {
+  QVariantMap data;
+  for (const auto &[variable, key] : {std::pair("XDG_ACTIVATION_TOKEN", "activation-token"),
+                                      std::pair("DESKTOP_STARTUP_ID", "desktop-startup-id")}) {
+    if (qEnvironmentVariableIsSet(variable))
+      data.insert(QLatin1String(key), qEnvironmentVariable(variable));
+  }
+  return data;
+}
+
+bool HandOver(QDBusConnection &bus, const QStringList &uris) {
+  QDBusMessage call = QDBusMessage::createMethodCall(
+      QLatin1String(kName), QLatin1String(kPath), QLatin1String(kInterface),
+      uris.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
+  if (!uris.isEmpty()) call << uris;
+  call << OwnPlatformData();
+  return bus.call(call, QDBus::Block, kMillisecondsToAnswer).type() == QDBusMessage::ReplyMessage;
+}
+
+}  // namespace
+
+bool BusService::IsTooLate() const {
+  if (!IsQuitting()) return false;
+  sendErrorReply(QDBusError::Failed, QStringLiteral("Vannerly is about to quit"));
+  return true;
+}
+
+void BusService::Activate(const QVariantMap &platformData) {
+  if (IsTooLate()) return;
+  UseActivationToken(platformData);
+  (void)SetFrontProcess({0, kCurrentProcess});
+}
+
+void BusService::Open(const QStringList &uris, const QVariantMap &platformData) {
+  if (IsTooLate()) return;
+  UseActivationToken(platformData);
+  OpenUris(uris);
+}
+
+void BusService::ActivateAction(const QString &action, const QVariantList &,
+                                const QVariantMap &platformData) {
+  if (IsTooLate()) return;
+  UseActivationToken(platformData);
+  if (action == QLatin1String("preferences")) {
+    (void)SetFrontProcess({0, kCurrentProcess});
+    GiveCommand(nullptr, kHICommandPreferences);
+  } else if (action == QLatin1String("quit")) {
+    GiveCommand(nullptr, kHICommandQuit);
+  } else {
+    sendErrorReply(QDBusError::InvalidArgs, QStringLiteral("There is no such action"));
+  }
+}
+
+BusOutcome ClaimBusName(const QStringList &uris) {
+  QDBusConnection bus = QDBusConnection::sessionBus();
+  if (!bus.isConnected()) return BusOutcome::kIsFirst;
+  // There before the name is: a call to the name must find it.
+  bus.registerObject(QLatin1String(kPath), new BusService(qApp), QDBusConnection::ExportAllSlots);
+  // A Vannerly that ends while it is being asked leaves the name to this one.
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    if (bus.registerService(QLatin1String(kName))) return BusOutcome::kIsFirst;
+    if (HandOver(bus, uris)) return BusOutcome::kHandedOver;
+  }
+  return bus.registerService(QLatin1String(kName)) ? BusOutcome::kIsFirst
+                                                   : BusOutcome::kDoesNotAnswer;
+}
+
+void ReleaseBusName() {
+  QDBusConnection bus = QDBusConnection::sessionBus();
+  if (bus.isConnected()) (void)bus.unregisterService(QLatin1String(kName));
+}

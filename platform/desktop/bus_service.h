@@ -1,0 +1,41 @@
+/// The program on the session bus: one Vannerly a session, which the desktop can ask to open
+/// folders.
+#pragma once
+
+#include <QDBusContext>
+#include <QObject>
+#include <QStringList>
+#include <QVariantMap>
+
+/// Answers org.freedesktop.Application, as the Desktop Entry Specification has it.
+class BusService final : public QObject, protected QDBusContext {
+  Q_OBJECT
+  Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+
+ public:
+  using QObject::QObject;
+
+ public Q_SLOTS:
+  void Activate(const QVariantMap &platformData);
+  void Open(const QStringList &uris, const QVariantMap &platformData);
+  void ActivateAction(const QString &action, const QVariantList &parameter,
+                      const QVariantMap &platformData);
+
+ private:
+  /// Answers an error to a call that comes too late, so that the caller does it itself.
+  bool IsTooLate() const;
+};
+
+/// What became of the attempt to be the one Vannerly of the session.
+enum class BusOutcome {
+  kIsFirst,       ///< it is, or there is no session bus
+  kHandedOver,    ///< another one is, and has taken the folders
+  kDoesNotAnswer  ///< another one is, but took nothing in the time that it had
+};
+
+/// Takes the program's name on the session bus. When another Vannerly has it, hands `uris` over to
+/// that one, or brings it to the front when there are none.
+BusOutcome ClaimBusName(const QStringList &uris);
+
+/// Gives the name up: from now on a new start is a program of its own.
+void ReleaseBusName();

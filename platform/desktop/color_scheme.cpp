@@ -1,0 +1,87 @@
+#include "platform/desktop/color_scheme.h"
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QPalette>
+#include <QStyle>
+#include <QStyleFactory>
+
+namespace {
+
+constexpr char kService[] = "org.freedesktop.portal.Desktop";
+constexpr char kPath[] = "/org/freedesktop/portal/desktop";
+constexpr char kInterface[] = "org.freedesktop.portal.Settings";
+constexpr char kGroup[] = "org.freedesktop.appearance";
+constexpr char kKey[] = "color-scheme";
+constexpr uint kPreferDark = 1;
+constexpr int kMillisecondsForPortal = 250;
+
+QPalette DarkPalette() {
+  const QColor window(0x2b, 0x2d, 0x30);
+  const QColor base(0x1f, 0x21, 0x23);
+  const QColor text(0xe8, 0xe8, 0xe8);
+  const QColor faint(0x8c, 0x90, 0x94);
+  const QColor accent(0x4f, 0xb3, 0xac);
+  QPalette palette(text, window.lighter(125), window.lighter(160), window.darker(160),
+                   window.lighter(130), text, Qt::white, base, window);
+  palette.setColor(QPalette::AlternateBase, window);
+  palette.setColor(QPalette::ToolTipBase, base);
+  palette.setColor(QPalette::ToolTipText, text);
+  palette.setColor(QPalette::PlaceholderText, faint);
+  palette.setColor(QPalette::Highlight, accent);
+  palette.setColor(QPalette::HighlightedText, base);
+  palette.setColor(QPalette::Link, accent);
+  for (const QPalette::ColorRole role :
+       {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+    palette.setColor(QPalette::Disabled, role, faint);
+  }
+  return palette;
+}
+
+bool IsDark(const QPalette &palette) {
+  return palette.color(QPalette::Window).lightness() <
+         palette.color(QPalette::WindowText).lightness();
+}
+
+}  // namespace
+
+ColorScheme::ColorScheme(QObject *parent) : QObject(parent) {
+  QDBusConnection bus = QDBusConnection::sessionBus();
+  if (!bus.isConnected()) return;
+  // The bindings compare the slot's name as it stands: no blanks in it.
+  // clang-format off
+  bus.connect(QLatin1String(kService), QLatin1String(kPath), QLatin1String(kInterface),
+              QStringLiteral("SettingChanged"), this, SLOT(Change(QString,QString,QDBusVariant)));
+  // clang-format on
+  // Asked only where it runs already: to start it would hold up the window.
+  if (!bus.interface()->isServiceRegistered(QLatin1String(kService))) return;
+  QDBusMessage call =
+      QDBusMessage::createMethodCall(QLatin1String(kService), QLatin1String(kPath),
+                                     QLatin1String(kInterface), QStringLiteral("Read"));
+  call << QLatin1String(kGroup) << QLatin1String(kKey);
+  const QDBusReply<QDBusVariant> reply = bus.call(call, QDBus::Block, kMillisecondsForPortal);
+  if (reply.isValid()) Apply(reply.value().variant());
+}
+
+void ColorScheme::Change(const QString &group, const QString &key, const QDBusVariant &value) {
+  if (group == QLatin1String(kGroup) && key == QLatin1String(kKey)) Apply(value.variant());
+}
+
+void ColorScheme::Apply(const QVariant &scheme) {
+  // The portal's first call wraps its answer twice.
+  const QVariant plain =
+      scheme.canConvert<QDBusVariant>() ? scheme.value<QDBusVariant>().variant() : scheme;
+  const bool wantsDark = plain.toUInt() == kPreferDark;
+  if (wantsDark && !IsDark(QApplication::palette())) {
+    // A style of a theme made for light colours would not mix with dark ones.
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QApplication::setPalette(DarkPalette());
+    isDarkOurs_ = true;
+  } else if (!wantsDark && isDarkOurs_) {
+    QApplication::setPalette(QPalette());
+    isDarkOurs_ = false;
+  }
+}

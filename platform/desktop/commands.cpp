@@ -1,0 +1,70 @@
+#include "platform/desktop/commands.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QFileDialog>
+#include <QMessageBox>
+#include <QPointer>
+
+#include "platform/desktop/documents.h"
+#include "platform/desktop/window.h"
+
+namespace {
+
+QWidget *Parent() {
+  const WindowRef window = MainDesktopWindow();
+  return window != nullptr ? window->widget : nullptr;
+}
+
+void BringUp(QWidget &window) {
+  window.show();
+  window.raise();
+  window.activateWindow();
+}
+
+/// Both boxes are shown beside the event loop, never in one of their own: a run goes on behind
+/// them, and its Stop button can be pressed.
+void ChooseFolder() {
+  static QPointer<QFileDialog> chooser;
+  if (chooser == nullptr) {
+    chooser = new QFileDialog(Parent(), QObject::tr("Flatten Folder"));
+    chooser->setAttribute(Qt::WA_DeleteOnClose);
+    chooser->setFileMode(QFileDialog::Directory);
+    chooser->setOption(QFileDialog::ShowDirsOnly);
+    chooser->setLabelText(QFileDialog::Accept, QObject::tr("&Flatten"));
+    QObject::connect(chooser, &QFileDialog::filesSelected, [](const QStringList &folders) {
+      QStringList uris;
+      for (const QString &folder : folders)
+        uris.append(QString::fromStdString(UriFromPath(QFile::encodeName(folder).toStdString())));
+      OpenUris(uris);
+    });
+  }
+  BringUp(*chooser);
+}
+
+void ShowAboutBox() {
+  static QPointer<QMessageBox> box;
+  if (box == nullptr) {
+    box = new QMessageBox(Parent());
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setModal(false);
+    box->setWindowTitle(QObject::tr("About Vannerly"));
+    box->setIconPixmap(QApplication::windowIcon().pixmap(64));
+    box->setTextFormat(Qt::PlainText);
+    box->setText(QObject::tr("Vannerly %1").arg(QCoreApplication::applicationVersion()));
+    box->setInformativeText(
+        QObject::tr("Flattens folders: every file below a folder is moved up into it.\n\n"
+                    "© the Vannerly authors. Free software under the MIT licence, without any "
+                    "warranty."));
+    box->setStandardButtons(QMessageBox::Close);
+  }
+  BringUp(*box);
+}
+
+}  // namespace
+
+void GiveCommand(EventTargetRef target, OSType commandID) {
+  if (SendCommand(target, commandID) != eventNotHandledErr) return;
+  if (commandID == kHICommandOpen) ChooseFolder();
+  if (commandID == kHICommandAbout) ShowAboutBox();
+}

@@ -1,0 +1,141 @@
+#include "platform/desktop/desktop.h"
+
+#include <QApplication>
+#include <QTimer>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "platform/common/event_dispatch.h"
+#include "platform/desktop/bus_service.h"
+#include "platform/desktop/color_scheme.h"
+#include "platform/desktop/documents.h"
+#include "platform/desktop/plain_text.h"
+#include "platform/desktop/quit_signals.h"
+#include "platform/preferences.h"
+
+namespace {
+
+constexpr int kWrongUsage = 2;
+
+constexpr char kHelp[] =
+    "Usage: vannerly [FOLDER...]\n"
+    "\n"
+    "Opens the window and flattens the folders: every file below a folder is moved up into it.\n"
+    "When Vannerly is open already, the folders go to the one that is.\n"
+    "\n"
+    "  --help      print this and exit\n"
+    "  --version   print the version and exit\n"
+    "  --          take everything after it for a folder\n";
+
+void Report(const std::string &problem) {
+  const QByteArray line = OneLine(QString::fromLocal8Bit(problem)).toLocal8Bit();
+  (void)std::fprintf(stderr, "vannerly: %s\n", line.constData());
+}
+
+/// While Qt looks for a display: what it has to say ends in an abort, so one line of ours takes the
+/// place of all of it.
+void HandleMessageBeforeDisplay(QtMsgType type, const QMessageLogContext &, const QString &) {
+  if (type != QtFatalMsg) return;
+  Report("cannot open a display; vannerly-cli does the same on a terminal");
+  std::_Exit(EXIT_FAILURE);
+}
+
+struct CommandLine {
+  std::vector<std::string> operands;
+  std::optional<int> exitStatus;
+};
+
+CommandLine ReadCommandLine(int argc, char **argv) {
+  CommandLine line;
+  bool areOptionsOver = false;
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view argument = argv[i];
+    if (areOptionsOver || !argument.starts_with('-') || argument == "-") {
+      line.operands.emplace_back(argument);
+    } else if (argument == "--") {
+      areOptionsOver = true;
+    } else if (argument == "--help" || argument == "-h") {
+      (void)std::fputs(kHelp, stdout);
+      return {{}, EXIT_SUCCESS};
+    } else if (argument == "--version") {
+      (void)std::puts("vannerly " VANNERLY_VERSION);
+      return {{}, EXIT_SUCCESS};
+    } else {
+      Report("unknown option " + std::string(argument) + " (see --help)");
+      return {{}, kWrongUsage};
+    }
+  }
+  return line;
+}
+
+std::unique_ptr<QApplication> application;
+
+void StartQt(char **argv) {
+  // The command line is read above; an operand must never be taken for an option of Qt's.
+  static char *ownName[] = {argv[0], nullptr};
+  static int count = argv[0] != nullptr ? 1 : 0;
+  const QtMessageHandler handler = qInstallMessageHandler(HandleMessageBeforeDisplay);
+  application = std::make_unique<QApplication>(count, ownName);
+  qInstallMessageHandler(handler);
+  QApplication::setApplicationVersion(QStringLiteral(VANNERLY_VERSION));
+  QApplication::setDesktopFileName(QStringLiteral("com.brenmoor.Vannerly"));
+  // The event loop ends when the Quit command says so, not when a window is hidden.
+  QApplication::setQuitOnLastWindowClosed(false);
+}
+
+/// The operands that could be let in; the others are reported.
+std::vector<ItemAtDoor> LetOperandsIn(const std::vector<std::string> &operands) {
+  std::vector<ItemAtDoor> items;
+  for (const std::string &operand : operands) {
+    ItemAtDoor item = LetInOperand(operand);
+    if (item.item) {
+      items.push_back(std::move(item));
+    } else {
+      Report(operand + ": " + item.reason);
+    }
+  }
+  return items;
+}
+
+void OpenWhenLoopRuns(const std::vector<ItemAtDoor> &items) {
+  std::vector<FSRef> refs;
+  for (const ItemAtDoor &item : items) refs.push_back(*item.item);
+  if (refs.empty()) return;
+  QTimer::singleShot(0, qApp, [refs] { (void)SendOpenDocuments(refs); });
+}
+
+}  // namespace
+
+std::optional<int> OpenDesktop(int argc, char **argv) {
+  const CommandLine commandLine = ReadCommandLine(argc, argv);
+  if (commandLine.exitStatus) return commandLine.exitStatus;
+  StartQt(argv);
+
+  const std::vector<ItemAtDoor> items = LetOperandsIn(commandLine.operands);
+  QStringList uris;
+  for (const ItemAtDoor &item : items) uris.append(QString::fromStdString(UriFromPath(item.path)));
+  switch (ClaimBusName(uris)) {
+    case BusOutcome::kHandedOver:
+      CloseDesktop();
+      return EXIT_SUCCESS;
+    case BusOutcome::kDoesNotAnswer:
+      Report("the Vannerly that is open does not answer");
+      CloseDesktop();
+      return EXIT_FAILURE;
+    case BusOutcome::kIsFirst:
+      break;
+  }
+  CatchQuitSignals();
+  new ColorScheme(qApp);  // Belongs to the application.
+  PreferencesSetProblemHandler([](const std::string &problem) { Report(problem); });
+  OpenWhenLoopRuns(items);
+  return std::nullopt;
+}
+
+void CloseDesktop() {
+  (void)CFPreferencesAppSynchronize();
+  application.reset();
+}

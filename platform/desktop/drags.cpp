@@ -1,0 +1,189 @@
+#include "platform/drags.h"
+
+#include <QMimeData>
+#include <QPainter>
+#include <algorithm>
+#include <cstring>
+
+#include "platform/desktop/documents.h"
+#include "platform/desktop/drop_site.h"
+#include "platform/desktop/window.h"
+
+namespace {
+
+constexpr OSType kFolderType = FourChars("fold");
+constexpr OSType kFolderCreator = FourChars("MACS");
+
+/// The frame that says that a drop would be taken. Lies over everything and takes no event.
+class DragFrame final : public QWidget {
+ public:
+  explicit DragFrame(QWidget *parent) : QWidget(parent) {
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    setAttribute(Qt::WA_NoSystemBackground);
+  }
+
+ protected:
+  void paintEvent(QPaintEvent *) override {
+    constexpr int kWidth = 3;
+    QPainter painter(this);
+    const QColor color = palette().color(QPalette::Highlight);
+    const QRect whole = rect();
+    painter.fillRect(whole.x(), whole.y(), whole.width(), kWidth, color);
+    painter.fillRect(whole.x(), whole.bottom() + 1 - kWidth, whole.width(), kWidth, color);
+    painter.fillRect(whole.x(), whole.y(), kWidth, whole.height(), color);
+    painter.fillRect(whole.right() + 1 - kWidth, whole.y(), kWidth, whole.height(), color);
+  }
+};
+
+std::optional<HFSFlavor> FlavorOf(const FSRef &item) {
+  HFSFlavor flavor{};
+  FSCatalogInfo info{};
+  if (FSGetCatalogInfo(item, kFSCatInfoNodeFlags, &info, nullptr, &flavor.fileSpec, nullptr) !=
+      noErr)
+    return std::nullopt;
+  if (info.nodeFlags & kFSNodeIsDirectoryMask) {
+    flavor.fileType = kFolderType;
+    flavor.fileCreator = kFolderCreator;
+  }
+  return flavor;
+}
+
+}  // namespace
+
+bool DropSite::Handle(QEvent *event) {
+  switch (event->type()) {
+    case QEvent::DragEnter:
+      Enter(*static_cast<QDragEnterEvent *>(event)->mimeData());
+      break;
+    case QEvent::DragMove:
+      Track(kDragTrackingInWindow);
+      break;
+    case QEvent::DragLeave:
+      Leave();
+      return true;
+    case QEvent::Drop:
+      Leave();
+      if (isAcceptable_ && receive != nullptr)
+        isAcceptable_ = receive(window_, receiveRefCon, &drag_) == noErr;
+      break;
+    default:
+      return false;
+  }
+  auto *drop = static_cast<QDropEvent *>(event);
+  if (isAcceptable_) {
+    // The sender must never think that its files are its own to remove after a move.
+    drop->setDropAction(drop->possibleActions() & Qt::CopyAction ? Qt::CopyAction : Qt::LinkAction);
+    drop->accept();
+  } else {
+    drop->ignore();
+  }
+  return true;
+}
+
+void DropSite::Enter(const QMimeData &data) {
+  if (isInside_) Leave();
+  isInside_ = true;
+  drag_.window = window_;
+  drag_.items.clear();
+  for (const std::optional<FSRef> &item : ItemsOfDrag(data))
+    drag_.items.push_back(item ? FlavorOf(*item) : std::nullopt);
+  isAcceptable_ = tracking != nullptr &&
+                  tracking(kDragTrackingEnterHandler, window_, trackingRefCon, &drag_) == noErr;
+  Track(kDragTrackingEnterWindow);
+}
+
+void DropSite::Leave() {
+  if (!isInside_) return;
+  isInside_ = false;
+  Track(kDragTrackingLeaveWindow);
+  Track(kDragTrackingLeaveHandler);
+}
+
+void DropSite::Track(DragTrackingMessage message) {
+  if (tracking != nullptr) (void)tracking(message, window_, trackingRefCon, &drag_);
+}
+
+void DropSite::ShowFrame(const Rect &bounds, bool inside) {
+  constexpr int kOutside = 3;
+  if (frame_ == nullptr) frame_ = new DragFrame(content_);
+  const int margin = inside ? 0 : kOutside;
+  frame_->setGeometry(
+      QRect(QPoint(bounds.left, bounds.top), QPoint(bounds.right - 1, bounds.bottom - 1))
+          .adjusted(-margin, -margin, margin, margin));
+  frame_->raise();
+  frame_->show();
+}
+
+void DropSite::HideFrame() {
+  if (frame_ != nullptr) frame_->hide();
+}
+
+OSErr InstallTrackingHandler(DragTrackingHandlerUPP handler, WindowRef window, void *refCon) {
+  if (window == nullptr || handler == nullptr) return paramErr;
+  window->dropSite.tracking = handler;
+  window->dropSite.trackingRefCon = refCon;
+  return noErr;
+}
+
+OSErr InstallReceiveHandler(DragReceiveHandlerUPP handler, WindowRef window, void *refCon) {
+  if (window == nullptr || handler == nullptr) return paramErr;
+  window->dropSite.receive = handler;
+  window->dropSite.receiveRefCon = refCon;
+  window->widget->setAcceptDrops(true);
+  return noErr;
+}
+
+OSErr RemoveTrackingHandler(DragTrackingHandlerUPP handler, WindowRef window) {
+  if (window == nullptr || window->dropSite.tracking != handler) return paramErr;
+  window->dropSite.tracking = nullptr;
+  return noErr;
+}
+
+OSErr RemoveReceiveHandler(DragReceiveHandlerUPP handler, WindowRef window) {
+  if (window == nullptr || window->dropSite.receive != handler) return paramErr;
+  window->dropSite.receive = nullptr;
+  window->widget->setAcceptDrops(false);
+  return noErr;
+}
+
+OSErr CountDragItems(DragRef drag, std::uint16_t *count) {
+  if (drag == nullptr) return paramErr;
+  *count = static_cast<std::uint16_t>(std::min<std::size_t>(drag->items.size(), UINT16_MAX));
+  return noErr;
+}
+
+OSErr GetDragItemReferenceNumber(DragRef drag, std::uint16_t index, DragItemRef *item) {
+  if (drag == nullptr || index < 1 || index > drag->items.size()) return paramErr;
+  *item = index;
+  return noErr;
+}
+
+OSErr GetFlavorFlags(DragRef drag, DragItemRef item, FlavorType type, FlavorFlags *flags) {
+  if (drag == nullptr || item < 1 || item > drag->items.size()) return paramErr;
+  if (type != flavorTypeHFS || !drag->items[item - 1]) return badDragFlavorErr;
+  *flags = 0;
+  return noErr;
+}
+
+OSErr GetFlavorData(DragRef drag, DragItemRef item, FlavorType type, void *data, std::size_t *size,
+                    std::size_t offset) {
+  FlavorFlags flags = 0;
+  if (const OSErr error = GetFlavorFlags(drag, item, type, &flags); error != noErr) return error;
+  if (offset > sizeof(HFSFlavor)) return paramErr;
+  *size = std::min(*size, sizeof(HFSFlavor) - offset);
+  const auto *flavor = reinterpret_cast<const std::uint8_t *>(&*drag->items[item - 1]);
+  std::memcpy(data, flavor + offset, *size);
+  return noErr;
+}
+
+OSErr ShowDragHilite(DragRef drag, RgnHandle region, bool inside) {
+  if (drag == nullptr || region == nullptr) return paramErr;
+  drag->window->dropSite.ShowFrame(region->bounds, inside);
+  return noErr;
+}
+
+OSErr HideDragHilite(DragRef drag) {
+  if (drag == nullptr) return paramErr;
+  drag->window->dropSite.HideFrame();
+  return noErr;
+}

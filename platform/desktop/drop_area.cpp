@@ -1,0 +1,53 @@
+#include "platform/desktop/drop_area.h"
+
+#include <QApplication>
+#include <QPainter>
+
+namespace {
+
+constexpr int kIconSize = 96;
+constexpr int kTextMargin = 22;
+constexpr double kCornerRadius = 14;
+
+}  // namespace
+
+DropArea::DropArea(QWidget *parent) : QAbstractButton(parent) {
+  setFocusPolicy(Qt::StrongFocus);
+  setCursor(Qt::PointingHandCursor);
+  setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+}
+
+QSize DropArea::sizeHint() const {
+  return {360, 220};
+}
+
+void DropArea::enterEvent(QEnterEvent *) {
+  update();
+}
+
+void DropArea::leaveEvent(QEvent *) {
+  update();
+}
+
+void DropArea::paintEvent(QPaintEvent *) {
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+
+  const bool standsOut = hasFocus() || underMouse() || isDown();
+  QColor line = palette().color(standsOut ? QPalette::Highlight : QPalette::PlaceholderText);
+  QColor ground = palette().color(QPalette::Highlight);
+  ground.setAlphaF(isDown() ? 0.16F : underMouse() ? 0.08F : 0.03F);
+  painter.setPen(QPen(line, standsOut ? 2.5 : 2, Qt::CustomDashLine));
+  QPen pen = painter.pen();
+  pen.setDashPattern({4, 3});
+  painter.setPen(pen);
+  painter.setBrush(ground);
+  painter.drawRoundedRect(rect().toRectF().adjusted(2, 2, -2, -2), kCornerRadius, kCornerRadius);
+
+  // The status line lies over the middle.
+  const int size = std::min(kIconSize, height() * 2 / 5);
+  QApplication::windowIcon().paint(&painter, (width() - size) / 2, height() / 2 - size, size, size);
+  painter.setPen(palette().color(QPalette::PlaceholderText));
+  painter.drawText(rect().adjusted(0, 0, 0, -kTextMargin),
+                   Qt::AlignHCenter | Qt::AlignBottom | Qt::TextSingleLine, text());
+}

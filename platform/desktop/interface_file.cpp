@@ -1,0 +1,45 @@
+#include "platform/desktop/interface_file.h"
+
+#include <QFile>
+#include <QUiLoader>
+#include <QVariant>
+
+#include "platform/desktop/busy_indicator.h"
+#include "platform/desktop/drop_area.h"
+#include "platform/desktop/proxy_icon.h"
+#include "platform/desktop/status_line.h"
+
+namespace {
+
+/// Knows the program's own widgets besides those of Qt.
+class Loader final : public QUiLoader {
+ public:
+  Loader() {
+    clearPluginPaths();  // No widget comes from a plug-in; looking for them costs a start-up time.
+  }
+
+  QWidget *createWidget(const QString &className, QWidget *parent, const QString &name) override {
+    QWidget *widget = nullptr;
+    if (className == QLatin1String("StatusLine")) widget = new StatusLine(parent);
+    if (className == QLatin1String("BusyIndicator")) widget = new BusyIndicator(parent);
+    if (className == QLatin1String("DropArea")) widget = new DropArea(parent);
+    if (className == QLatin1String("ProxyIcon")) widget = new ProxyIcon(parent);
+    if (widget == nullptr) return QUiLoader::createWidget(className, parent, name);
+    widget->setObjectName(name);
+    return widget;
+  }
+};
+
+}  // namespace
+
+OSType CodeProperty(const QObject &object, const char *name) {
+  const QByteArray text = object.property(name).toString().toLatin1();
+  if (text.size() != 4) return 0;
+  return FourChars({text[0], text[1], text[2], text[3], '\0'});
+}
+
+QWidget *LoadWidget(const QString &path) {
+  QFile file(path);
+  if (!file.open(QIODevice::ReadOnly)) return nullptr;
+  return Loader().load(&file);
+}

@@ -1,0 +1,17 @@
+/// Texts from outside (names above all) made fit to be shown as they are.
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <span>
+#include <string_view>
+
+/// Mac Roman bytes as text.
+QString TextFromMacRoman(std::span<const std::uint8_t> bytes);
+
+/// The text with a blank for each character that would break the line or turn its direction around,
+/// and the replacement character for each half of a pair.
+QString OneLine(QStringView text);
+
+/// The same for a menu item or a button, where "&" would underline the character after it.
+QString LabelText(const QString &text);

@@ -1,0 +1,26 @@
+#include "platform/processes.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "platform/desktop/window.h"
+#include "platform/preferences.h"
+
+OSErr SetFrontProcess(const ProcessSerialNumber &process) {
+  if (process.highLongOfPSN != 0 || process.lowLongOfPSN != kCurrentProcess) return paramErr;
+  const WindowRef window = MainDesktopWindow();
+  if (window == nullptr || !window->widget->isVisible()) return noErr;
+  QWidget *widget = window->widget;
+  if (widget->isMinimized()) widget->setWindowState(widget->windowState() & ~Qt::WindowMinimized);
+  widget->raise();
+  widget->activateWindow();
+  return noErr;
+}
+
+void ExitToShell() {
+  (void)CFPreferencesAppSynchronize();
+  (void)std::fflush(nullptr);
+  _exit(EXIT_SUCCESS);
+}

@@ -1,0 +1,45 @@
+#include "platform/desktop/quit_signals.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <QApplication>
+#include <QSocketNotifier>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+
+#include "platform/desktop/commands.h"
+
+namespace {
+
+int wakeUp = -1;
+
+void NoteSignal(int) {
+  const int savedError = errno;
+  const std::uint64_t one = 1;
+  (void)!write(wakeUp, &one, sizeof one);
+  errno = savedError;
+}
+
+}  // namespace
+
+void CatchQuitSignals() {
+  wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+  if (wakeUp < 0) return;
+  auto *notifier = new QSocketNotifier(wakeUp, QSocketNotifier::Read, qApp);
+  QObject::connect(notifier, &QSocketNotifier::activated, notifier, [] {
+    std::uint64_t count;
+    (void)!read(wakeUp, &count, sizeof count);
+    GiveCommand(nullptr, kHICommandQuit);
+  });
+
+  struct sigaction action {};
+  action.sa_handler = NoteSignal;
+  action.sa_flags = SA_RESTART;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction before;
+    if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN)
+      (void)sigaction(signal, &action, nullptr);
+  }
+}

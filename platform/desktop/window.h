@@ -1,0 +1,33 @@
+/// A window of the interface file, as the platform's window calls see it.
+#pragma once
+
+#include <QWidget>
+#include <memory>
+#include <vector>
+
+#include "platform/desktop/controls_of_window.h"
+#include "platform/desktop/drop_site.h"
+#include "platform/windows.h"
+
+/// Belongs to its widget and goes with it. Turns what the window is asked to do (close, take a
+/// drop) into commands and into calls of the drag handlers.
+struct OpaqueWindow final : QObject {
+  /// `widget` has just been loaded from an interface file.
+  explicit OpaqueWindow(QWidget *widget);
+  ~OpaqueWindow() override;
+
+  bool eventFilter(QObject *watched, QEvent *event) override;
+
+  /// The window without its menu bar, in coordinates of the screen.
+  QRect ContentBounds() const;
+
+  QWidget *widget;
+  QWidget *content;  ///< what lies below the menu bar
+  EventTargetRef target;
+  std::vector<std::unique_ptr<OpaqueControl>> controls;
+  DropSite dropSite;
+  bool isSheet = false;
+};
+
+/// The window that is neither a sheet nor disposed of; none before it is made.
+WindowRef MainDesktopWindow();

@@ -1,0 +1,206 @@
+#include "platform/windows.h"
+
+#include <QApplication>
+#include <QDialog>
+#include <QMainWindow>
+#include <QPointer>
+#include <QThread>
+#include <climits>
+#include <memory>
+
+#include "platform/desktop/control_drawing.h"
+#include "platform/desktop/interface_file.h"
+#include "platform/desktop/menu_bar.h"
+#include "platform/desktop/plain_text.h"
+#include "platform/desktop/proxy_icon.h"
+#include "platform/desktop/window.h"
+#include "platform/posix/resource_files.h"
+
+/// An interface file is a folder of resources with one file for each menu bar and window.
+struct OpaqueNib {
+  std::string name;
+};
+
+namespace {
+
+QPointer<OpaqueWindow> mainWindow;
+WindowRef portWindow = nullptr;
+
+/// The widget of that name in the interface file; none when the file has none.
+QWidget *LoadFromNib(IBNibRef nib, std::string_view name) {
+  if (nib == nullptr) return nullptr;
+  const auto path = FindResourceFile(nib->name + "/" + std::string(name) + ".ui");
+  return path ? LoadWidget(QString::fromStdString(*path)) : nullptr;
+}
+
+ProxyIcon *ProxyIconOf(WindowRef window) {
+  return window != nullptr ? window->widget->findChild<ProxyIcon *>() : nullptr;
+}
+
+CGrafPtr PortOf(WindowRef window) {
+  return reinterpret_cast<CGrafPtr>(window);
+}
+
+}  // namespace
+
+WindowRef MainDesktopWindow() {
+  return mainWindow;
+}
+
+OSStatus CreateNibReference(std::string_view name, IBNibRef *nib) {
+  if (!FindResourceFile(name)) return kIBCarbonRuntimeCantFindNibFile;
+  *nib = std::make_unique<OpaqueNib>(OpaqueNib{std::string(name)}).release();
+  return noErr;
+}
+
+OSStatus SetMenuBarFromNib(IBNibRef nib, std::string_view name) {
+  QWidget *widget = LoadFromNib(nib, name);
+  if (widget == nullptr) return kIBCarbonRuntimeCantFindObject;
+  auto *bar = qobject_cast<QMenuBar *>(widget);
+  if (bar == nullptr) {
+    widget->deleteLater();
+    return kIBCarbonRuntimeObjectNotOfRequestedType;
+  }
+  InstallMenuBar(bar);
+  return noErr;
+}
+
+OSStatus CreateWindowFromNib(IBNibRef nib, std::string_view name, WindowRef *window) {
+  QWidget *widget = LoadFromNib(nib, name);
+  if (widget == nullptr) return kIBCarbonRuntimeCantFindObject;
+  auto *created = new OpaqueWindow(widget);  // Belongs to the widget.
+  if (auto *main = qobject_cast<QMainWindow *>(widget)) {
+    if (QMenuBar *bar = MenuBarToShow()) main->setMenuBar(bar);
+    mainWindow = created;
+  }
+  *window = created;
+  return noErr;
+}
+
+void DisposeNibReference(IBNibRef nib) {
+  std::unique_ptr<OpaqueNib>{nib}.reset();
+}
+
+void ShowWindow(WindowRef window) {
+  if (window != nullptr) window->widget->show();
+}
+
+void HideWindow(WindowRef window) {
+  if (window != nullptr) window->widget->hide();
+}
+
+void DisposeWindow(WindowRef window) {
+  if (window == nullptr) return;
+  if (portWindow == window) portWindow = nullptr;
+  window->widget->hide();
+  // Not at once: one of the window's own buttons may have led here.
+  window->widget->deleteLater();
+}
+
+void BringToFront(WindowRef window) {
+  if (window != nullptr) window->widget->raise();
+}
+
+OSStatus SetWindowTitleWithCFString(WindowRef window, const std::u16string &title) {
+  if (window == nullptr) return paramErr;
+  // "[*]" would be taken for the place of the modified mark; doubled it stands for itself.
+  window->widget->setWindowTitle(OneLine(QString::fromStdU16String(title))
+                                     .replace(QLatin1String("[*]"), QLatin1String("[*][*]")));
+  return noErr;
+}
+
+OSStatus SetWindowProxyFSSpec(WindowRef window, const FSSpec &item) {
+  ProxyIcon *icon = ProxyIconOf(window);
+  if (icon == nullptr) return paramErr;
+  FSRef ref;
+  if (const OSErr error = FSpMakeFSRef(item, &ref); error != noErr) return error;
+  std::string path(PATH_MAX, '\0');
+  if (const OSStatus status =
+          FSRefMakePath(ref, path.data(), static_cast<std::uint32_t>(path.size()));
+      status != noErr)
+    return status;
+  icon->SetItem(path.c_str());
+  return noErr;
+}
+
+OSStatus SetWindowModified(WindowRef window, bool modified) {
+  if (window == nullptr) return paramErr;
+  window->widget->setWindowModified(modified);
+  if (ProxyIcon *icon = ProxyIconOf(window)) icon->SetModified(modified);
+  return noErr;
+}
+
+OSStatus TransitionWindow(WindowRef window, WindowTransitionEffect effect,
+                          WindowTransitionAction action, const Rect *) {
+  if (window == nullptr || effect != kWindowFadeTransitionEffect ||
+      action != kWindowHideTransitionAction)
+    return paramErr;
+  constexpr int kSteps = 15;
+  constexpr unsigned long kMillisecondsPerStep = 20;
+  DrawChangedControls();
+  // Drawn by hand: nothing that arrives meanwhile may be taken and then lost with the window.
+  for (int step = kSteps; step >= 0; --step) {
+    window->widget->setWindowOpacity(static_cast<double>(step) / kSteps);
+    window->widget->repaint();
+    QThread::msleep(kMillisecondsPerStep);
+  }
+  window->widget->hide();
+  window->widget->setWindowOpacity(1);
+  return noErr;
+}
+
+OSStatus GetWindowBounds(WindowRef window, std::uint16_t regionCode, Rect *bounds) {
+  if (window == nullptr || regionCode != kWindowContentRgn) return paramErr;
+  const QRect content = window->ContentBounds();
+  bounds->top = static_cast<std::int16_t>(content.top());
+  bounds->left = static_cast<std::int16_t>(content.left());
+  bounds->bottom = static_cast<std::int16_t>(content.top() + content.height());
+  bounds->right = static_cast<std::int16_t>(content.left() + content.width());
+  return noErr;
+}
+
+void GetPort(CGrafPtr *port) {
+  *port = PortOf(portWindow);
+}
+
+void SetPort(CGrafPtr port) {
+  portWindow = reinterpret_cast<WindowRef>(port);
+}
+
+void SetPortWindowPort(WindowRef window) {
+  if (window != nullptr) portWindow = window;
+}
+
+void GlobalToLocal(Point *point) {
+  if (portWindow == nullptr) return;
+  const QPoint origin = portWindow->ContentBounds().topLeft();
+  point->h = static_cast<std::int16_t>(point->h - origin.x());
+  point->v = static_cast<std::int16_t>(point->v - origin.y());
+}
+
+OSStatus ShowSheetWindow(WindowRef sheet, WindowRef parent) {
+  if (sheet == nullptr || parent == nullptr) return paramErr;
+  sheet->isSheet = true;
+  QWidget *widget = sheet->widget;
+  if (widget->parentWidget() != parent->widget) {
+    // A dialog of the window: it stays above it and goes with it. Not modal, because the Stop
+    // button, drops and the closing of the window must go on working while it is open.
+    widget->setParent(parent->widget, Qt::Dialog);
+    widget->setWindowModality(Qt::NonModal);
+  }
+  DrawChangedControls();
+  widget->show();
+  widget->raise();
+  widget->activateWindow();
+  return noErr;
+}
+
+OSStatus HideSheetWindow(WindowRef sheet) {
+  if (sheet == nullptr) return paramErr;
+  sheet->widget->hide();
+  return noErr;
+}
+
+EventTargetRef GetWindowEventTarget(WindowRef window) {
+  return window != nullptr ? window->target : nullptr;
+}
