@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDBusMessage>
 #include <QDBusReply>
 #include <QPalette>
 #include <QStyle>
@@ -51,11 +50,8 @@ bool IsDark(const QPalette &palette) {
 ColorScheme::ColorScheme(QObject *parent) : QObject(parent) {
   QDBusConnection bus = QDBusConnection::sessionBus();
   if (!bus.isConnected()) return;
-  // The bindings compare the slot's name as it stands: no blanks in it.
-  // clang-format off
-  bus.connect(QLatin1String(kService), QLatin1String(kPath), QLatin1String(kInterface),
-              QStringLiteral("SettingChanged"), this, SLOT(Change(QString,QString,QDBusVariant)));
-  // clang-format on
+  bus.connect(QString(), QLatin1String(kPath), QLatin1String(kInterface),
+              QStringLiteral("SettingChanged"), this, SLOT(Change(QDBusMessage)));
   // Asked only where it runs already: to start it would hold up the window.
   if (!bus.interface()->isServiceRegistered(QLatin1String(kService))) return;
   QDBusMessage call =
@@ -66,22 +62,25 @@ ColorScheme::ColorScheme(QObject *parent) : QObject(parent) {
   if (reply.isValid()) Apply(reply.value().variant());
 }
 
-void ColorScheme::Change(const QString &group, const QString &key, const QDBusVariant &value) {
-  if (group == QLatin1String(kGroup) && key == QLatin1String(kKey)) Apply(value.variant());
+void ColorScheme::Change(const QDBusMessage &signal) {
+  const QVariantList values = signal.arguments();  // group, key, value
+  if (values.size() == 3 && values[0] == QLatin1String(kGroup) && values[1] == QLatin1String(kKey))
+    Apply(values[2]);
 }
 
 void ColorScheme::Apply(const QVariant &scheme) {
-  // The portal's first call wraps its answer twice.
+  // Wrapped once in the signal, twice in the answer to a call.
   const QVariant plain =
       scheme.canConvert<QDBusVariant>() ? scheme.value<QDBusVariant>().variant() : scheme;
   const bool wantsDark = plain.toUInt() == kPreferDark;
   if (wantsDark && !IsDark(QApplication::palette())) {
+    light_ = QApplication::palette();
     // A style of a theme made for light colours would not mix with dark ones.
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     QApplication::setPalette(DarkPalette());
     isDarkOurs_ = true;
   } else if (!wantsDark && isDarkOurs_) {
-    QApplication::setPalette(QPalette());
+    QApplication::setPalette(light_);
     isDarkOurs_ = false;
   }
 }

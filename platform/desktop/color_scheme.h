@@ -1,8 +1,9 @@
 /// Light or dark, as the user has asked the desktop for.
 #pragma once
 
-#include <QDBusVariant>
+#include <QDBusMessage>
 #include <QObject>
+#include <QPalette>
 
 /// Follows the desktop's setting where the platform theme does not do so by itself: asks the
 /// settings portal, and listens to it while the program runs.
@@ -13,10 +14,11 @@ class ColorScheme final : public QObject {
   explicit ColorScheme(QObject *parent);
 
  private Q_SLOTS:
-  void Change(const QString &group, const QString &key, const QDBusVariant &value);
+  void Change(const QDBusMessage &signal);
 
  private:
   void Apply(const QVariant &scheme);
 
   bool isDarkOurs_ = false;  ///< the dark colours are this class's doing
+  QPalette light_;           ///< the colours before they were
 };
