@@ -94,10 +94,9 @@ struct FSCatalogInfo {
 /// specification and the folder that holds the item where these outputs are given. A root folder's
 /// parent is the folder itself.
 ///
-/// The node flags and the Finder information are read from the item, as are a folder's name and,
-/// when nothing is asked for, the mere existence of an item: fnfErr when it is gone. All else is
-/// what the reference remembers, at no cost, so that of a million files none is looked at in vain:
-/// the call that acts on one that is gone will say so.
+/// Fails with fnfErr when the item no longer exists, except that the volume, the node ID, the text
+/// encoding and the parent may be answered from what the reference remembers, and that the name of
+/// the item looked at last may be answered again without a second look.
 OSErr FSGetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, FSCatalogInfo *info,
                        HFSUniStr255 *name, FSSpec *spec, FSRef *parent);
 

@@ -15,6 +15,25 @@
 
 namespace {
 
+/// The item that was looked at last, unless something was changed since. Its name may be asked for
+/// again without another look at the disk: the steps that handle one file ask for it several times
+/// within microseconds.
+FSRef lastSeenItem = {};
+
+bool WasSeenLast(const FSRef &ref) {
+  return std::equal(std::begin(ref.hidden), std::end(ref.hidden), std::begin(lastSeenItem.hidden));
+}
+
+OSErr SeeItem(const FSRef &ref, ItemStatus *status, ItemLocation *location) {
+  const OSErr error = ReadItemStatus(ref, status, location);
+  lastSeenItem = error == noErr ? ref : FSRef{};
+  return error;
+}
+
+void ForgetSeenItem() {
+  lastSeenItem = {};
+}
+
 void FillFinderInfo(const ItemLocation &location, FSCatalogInfo *info) {
   const FinderInfo finderInfo = ReadFinderInfo(location);
   std::copy_n(finderInfo.begin(), 16, info->finderInfo);
@@ -47,12 +66,11 @@ OSErr FSGetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, FSCatalo
   const bool wantsStatus = (whichInfo & kFSCatInfoNodeFlags) != 0 || wantsFinderInfo;
   const bool wantsNothing =
       whichInfo == kFSCatInfoNone && name == nullptr && spec == nullptr && parent == nullptr;
-  const bool wantsFolderName =
-      (name != nullptr || spec != nullptr) && item.kind != ItemKind::kOther;
-  if (wantsStatus || wantsNothing || wantsFolderName) {
+  const bool wantsName = name != nullptr || spec != nullptr;
+  if (wantsStatus || wantsNothing || (wantsName && !WasSeenLast(ref))) {
     ItemStatus status;
     ItemLocation location;
-    if (OSErr error = ReadItemStatus(ref, &status, &location); error != noErr) return error;
+    if (OSErr error = SeeItem(ref, &status, &location); error != noErr) return error;
     if (wantsFinderInfo) FillFinderInfo(location, info);
     if (wantsStatus) {
       info->nodeFlags =
@@ -115,6 +133,7 @@ OSErr FSCreateDirectoryUnicode(const FSRef &parent, std::u16string_view name, FS
 }
 
 OSErr FSDeleteObject(const FSRef &ref) {
+  ForgetSeenItem();
   ItemLocation location;
   bool isFolder = ReferenceIn(ref).kind == ItemKind::kFolder;
   if (ReferenceIn(ref).kind == ItemKind::kUnknown) {
@@ -129,6 +148,7 @@ OSErr FSDeleteObject(const FSRef &ref) {
 }
 
 OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
+  ForgetSeenItem();
   const ItemReference &item = ReferenceIn(ref);
   if (item.folder == 0) return paramErr;
   FolderIndex folder = 0;
@@ -145,6 +165,7 @@ OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
 
 OSErr FSRenameUnicode(const FSRef &ref, std::u16string_view name, TextEncoding /*hint*/,
                       FSRef *result) {
+  ForgetSeenItem();
   std::string bytes;
   if (OSErr error = NameToDisk(name, &bytes); error != noErr) return error;
   ItemLocation location;

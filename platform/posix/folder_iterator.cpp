@@ -91,6 +91,8 @@ struct FolderIterator {
 
 namespace {
 
+std::uint64_t listingCount = 0;
+
 OSErr OpenAndList(const FSRef &container, FolderIterator *iterator) {
   const ItemReference &reference = ReferenceIn(container);
   if (reference.folder == 0) return paramErr;
@@ -143,7 +145,12 @@ void FolderIteratorCloser::operator()(FolderIterator *iterator) const {
   delete iterator;
 }
 
+std::uint64_t FolderListingCount() {
+  return listingCount;
+}
+
 OSErr FSOpenIterator(const FSRef &container, FSIteratorFlags flags, FSIterator *iterator) {
+  ++listingCount;
   try {
     FSIterator opened(new FolderIterator);
     opened->flags = flags;

@@ -1,10 +1,11 @@
 #include "platform/posix/folder_table.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <unordered_map>
@@ -36,10 +37,20 @@ struct Slot {
   std::uint64_t lastUse = 0;
 };
 
+constexpr std::size_t kFewestSlots = 4;
+constexpr std::size_t kMostSlots = 64;
+
+/// A quarter of what the process may open: the rest of the program needs descriptors too.
+std::size_t SlotsWithinLimit() {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return kFewestSlots;
+  return std::clamp<std::size_t>(limit.rlim_cur / 4, kFewestSlots, kMostSlots);
+}
+
 struct FolderTable {
   std::vector<FolderEntry> entries;
   std::unordered_map<Identity, FolderIndex, IdentityHash> byIdentity;
-  std::array<Slot, 64> slots;
+  std::vector<Slot> slots = std::vector<Slot>(SlotsWithinLimit());
   std::uint64_t useCount = 0;
 
   FolderTable() {

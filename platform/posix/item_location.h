@@ -29,3 +29,7 @@ std::string_view NameOnDisk(const FSRef &item);
 
 /// Whether the item is known, without asking the disk, not to be a folder.
 bool IsKnownPlainItem(const FSRef &item);
+
+/// How many folders have been listed in this process. While it stands still, what was found out
+/// about an item just now is still good for the next step of the same work.
+std::uint64_t FolderListingCount();

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -101,14 +102,19 @@ bool HasBundleBit(const FSRef &item, int folder) {
   return ((information[8] << 8 | information[9]) & kHasBundle) != 0;
 }
 
-}  // namespace
+struct LastAnswer {
+  FSRef item{};
+  std::uint64_t listingCount = 0;
+  LSItemInfoRecord info{};
+  OSStatus status = noErr;
+};
 
-OSStatus LSCopyItemInfoForRef(const FSRef &item, LSRequestedInfo /*whichInfo*/,
-                              LSItemInfoRecord *info) {
-  if (IsKnownPlainItem(item)) {
-    info->flags = kLSItemInfoIsPlainFile;
-    return noErr;
-  }
+bool IsSameReference(const FSRef &first, const FSRef &second) {
+  return std::memcmp(first.hidden, second.hidden, sizeof first.hidden) == 0;
+}
+
+/// Looks at an item that may be a folder.
+OSStatus ReadItemInfo(const FSRef &item, LSItemInfoRecord *info) {
   int folder = -1;
   const OSErr error = OpenFolder(item, &folder);
   if (error == dirNFErr) {
@@ -125,6 +131,27 @@ OSStatus LSCopyItemInfoForRef(const FSRef &item, LSRequestedInfo /*whichInfo*/,
   }
   info->flags = flags;
   return noErr;
+}
+
+}  // namespace
+
+OSStatus LSCopyItemInfoForRef(const FSRef &item, LSRequestedInfo /*whichInfo*/,
+                              LSItemInfoRecord *info) {
+  if (IsKnownPlainItem(item)) {
+    info->flags = kLSItemInfoIsPlainFile;
+    return noErr;
+  }
+  // A scan asks twice in a row, whether to take a folder as one item and whether to enter it. Both
+  // must have the same answer, whatever happens to the folder in between: otherwise it would be
+  // taken and taken apart.
+  static LastAnswer last;
+  if (last.listingCount != FolderListingCount() || !IsSameReference(last.item, item)) {
+    last.status = ReadItemInfo(item, &last.info);
+    last.item = item;
+    last.listingCount = FolderListingCount();
+  }
+  if (last.status == noErr) *info = last.info;
+  return last.status;
 }
 
 OSStatus LSCopyDisplayNameForRef(const FSRef &item, std::u16string *displayName) {
