@@ -135,6 +135,7 @@ TEST_F(LaunchServices, DocumentPackagesAreToldByTypeOrBundleBit) {
 TEST_F(LaunchServices, AFolderThatCannotBeLookedIntoIsKeptWhole) {
   folder_.WriteFile("app/Contents/Info.plist", PropertyList("APPL", false));
   folder_.WriteFile("other/Contents/Info.plist", PropertyList("APPL", false));
+  EXPECT_EQ(FlagsOf("app"), kBundledApplication);
   EXPECT_EQ(FlagsOf("other"), kBundledApplication);
   rlimit limit{};
   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
