@@ -1,0 +1,190 @@
+#!/usr/bin/env python3
+"""The ways in: drags, the session bus, the command line, the folder chooser."""
+
+import os
+import subprocess
+import time
+import unittest
+
+from desktop_case import DesktopCase, run, wait_until
+
+OBJECT = ("--session", "--dest", "com.brenmoor.Vannerly", "--object-path",
+          "/com/brenmoor/Vannerly", "--method")
+
+
+def call(method, *arguments):
+    return subprocess.run(["gdbus", "call", *OBJECT, f"org.freedesktop.Application.{method}",
+                           *arguments], check=False, text=True, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT)
+
+
+class Drags(DesktopCase):
+    def drag(self, kind, text):
+        """Drags from another program's window and holds over this one's middle."""
+        source = subprocess.Popen([os.environ["VANNERLY_DRAG_SOURCE"], kind, text], text=True,
+                                  stdout=subprocess.PIPE)
+        self.processes.append(source)
+        wait_until(lambda: run("xdotool", "search", "--onlyvisible", "--name", "drag source"),
+                   "no drag source")
+        time.sleep(0.3)
+        left, top, width, height = self.content()
+        self.pointer(30, 30, "mousedown", "1")
+        for x, y in ((34, 34), (60, 60), (left + 40, top + 40), (left + width // 2 - 3,
+                     top + height // 2), (left + width // 2, top + height // 2)):
+            self.pointer(x, y)
+            time.sleep(0.15)
+        return source
+
+    def drop(self, source):
+        """Lets go; answers the action that the source was told of (0 none, 1 copy, 2 move)."""
+        time.sleep(0.2)
+        run("xdotool", "mouseup", "1")
+        return int(source.stdout.readline())
+
+    def content(self):
+        place = self.find("Vannerly|drop.*", "frame").get_extents(0)
+        bar = self.find(".*", "menu bar").get_extents(0)
+        return place.x, place.y + bar.height, place.width, place.height - bar.height
+
+    def frame_colors(self):
+        """The colours of the pixels from the content's left edge inwards, at half its height."""
+        left, top, _, height = self.content()
+        pixels = subprocess.run(
+            ["import", "-window", "root", "-crop", f"8x1+{left}+{top + height // 4}", "-depth", "8",
+             "rgb:-"], check=True, stdout=subprocess.PIPE).stdout
+        return [pixels[i:i + 3] for i in range(0, 24, 3)]
+
+    def open_idle(self):
+        self.open_window()
+        self.wait_until_idle()
+        return self.frame_colors()
+
+    def test_folder_is_framed_and_flattened(self):
+        plain = self.open_idle()
+        drop = self.make_folder()
+        other = self.make_folder("drop é \udcff 100%")
+        uris = "# a comment\r\nfile://%s\r\nfile://localhost%s\r\n" % (
+            drop, other.replace("%", "%25").replace(" ", "%20").replace("\udcff", "%FF"))
+        source = self.drag("text/uri-list", uris)
+        framed = wait_until(lambda: (now := self.frame_colors()) != plain and now, "no frame")
+        self.assertEqual(framed[:2], plain[:2], "the frame is not inset by two pixels")
+        self.assertNotEqual(framed[2], plain[2])
+        self.assertEqual(framed[2], framed[3], "the frame is thinner than two pixels")
+        # Never told of a move, after which a file manager might remove what it has dragged.
+        self.assertEqual(self.drop(source), 1)
+        wait_until(lambda: self.moved(drop) == 4 and self.moved(other) == 4, "not flattened")
+        self.assertComplete(drop, 4)
+        self.wait_until_idle()
+        self.pointer(5, 500)
+        wait_until(lambda: self.frame_colors() == plain, "the frame stays")
+        self.quit()
+
+    def test_what_is_no_file_here_is_refused(self):
+        home = os.environ["HOME"]
+        for kind, text in (("text/plain", self.make_folder()),
+                           ("text/uri-list", "http://brenmoor.example/\r\n"),
+                           ("text/uri-list", "file://elsewhere.example/tmp\r\n"),
+                           ("text/uri-list", f"file://{self.place}/missing\r\n"),
+                           ("text/uri-list", f"file://{home}\r\nfile:///\r\n")):
+            with self.subTest(text):
+                plain = self.open_idle()
+                source = self.drag(kind, text)
+                time.sleep(0.3)
+                self.assertEqual(self.frame_colors(), plain, "a frame that promises a drop")
+                self.assertEqual(self.drop(source), 0)
+                self.wait_until_idle()
+                self.assertIsNone(self.find("Elapsed time: .*"))
+                self.quit()
+                source.kill()
+                source.wait()
+
+
+class Doors(DesktopCase):
+    def test_second_start_hands_over(self):
+        first = self.open_window()
+        byte = self.make_folder("caf\udce9 #1")
+        link = os.path.join(self.place, "link")
+        os.symlink(self.make_folder("behind the link"), link)
+        os.chdir(self.place)
+        errors = self.finish(self.start(os.path.basename(byte), "link", "missing"))
+        self.assertEqual(errors, "vannerly: missing: No such file or directory\n")
+        wait_until(lambda: self.moved(byte) == 4 and self.moved(link) == 4, "not flattened")
+        self.assertTrue(os.path.islink(link))
+        self.finish(self.start())
+        self.assertIsNone(first.poll())
+        self.quit()
+
+    def test_bus_calls(self):
+        self.open_window()
+        drop = self.make_folder()
+        self.assertEqual(call("Open", f"['http://brenmoor.example/', 'file://{drop}']", "{}")
+                         .returncode, 0)
+        wait_until(lambda: self.moved(drop) == 4, "not flattened")
+        self.assertEqual(call("Activate", "{'activation-token': <'token'>}").returncode, 0)
+        self.assertEqual(call("ActivateAction", "preferences", "[]", "{}").returncode, 0)
+        self.wait_for("Preferences")
+        self.assertNotEqual(call("ActivateAction", "format-disk", "[]", "{}").returncode, 0)
+        self.assertEqual(call("ActivateAction", "quit", "[]", "{}").returncode, 0)
+        self.finish(self.process)
+
+    def test_second_drop_during_a_run_waits_for_its_end(self):
+        slow, other = self.make_folder("slow", 150), self.make_folder("other")
+        self.open_window(slow, delay=20)
+        wait_until(lambda: self.moved(slow) > 5, "the run does not start")
+        self.finish(self.start(other))
+        self.assertEqual(self.moved(other), 0, "one run inside the other")
+        wait_until(lambda: self.moved(other) == 4, "the second drop is lost")
+        self.assertEqual(self.moved(slow), 150, "the first run was cut short")
+        self.wait_until_idle()
+        self.quit()
+
+    def test_second_drop_replaces_the_rest_of_the_first(self):
+        slow, rest = self.make_folder("slow", 100), self.make_folder("rest")
+        new, last = self.make_folder("new"), self.make_folder("last")
+        self.open_window(slow, rest, delay=20)
+        wait_until(lambda: self.moved(slow) > 5, "the run does not start")
+        self.finish(self.start(new, last))
+        wait_until(lambda: self.moved(new) == 4, "the new list is not begun from its first item")
+        self.wait_until_idle()
+        self.assertEqual((self.moved(slow), self.moved(rest), self.moved(last)), (100, 0, 4))
+        self.quit()
+
+    def test_operands(self):
+        link = os.path.join(self.place, "link")
+        os.symlink(self.make_folder(), link)
+        dash = self.make_folder("-style")
+        os.chdir(self.place)
+        file = os.path.join(self.place, "file")
+        with open(file, "w", encoding="utf-8"):
+            pass
+        uri = "file://" + self.make_folder("by address")
+        self.open_window(file, "sftp://host/folder", uri, os.environ["HOME"], "--", link, "-style")
+        wait_until(lambda: self.moved(dash) == 4, "not flattened")
+        self.assertEqual(self.moved(link), 4)
+        self.assertEqual(self.moved(uri[7:]), 4)
+        self.assertEqual(self.quit().splitlines(), [
+            "vannerly: sftp://host/folder: Not a folder on this machine",
+            f"vannerly: {os.environ['HOME']}: Your home folder is not flattened"])
+
+    def test_folder_chooser(self):
+        drop = self.make_folder()
+        self.open_window()
+        for way in (lambda: self.key("ctrl+o"), lambda: self.click("Choose a folder to flatten"),
+                    lambda: self.key("space")):
+            self.wait_until_idle()
+            way()
+            self.wait_for("Flatten Folder")
+            self.key("Escape")
+            wait_until(lambda: self.find("Flatten Folder") is None, "Esc does not close it")
+            run("xdotool", "windowactivate", "--sync", self.window)
+        self.key("ctrl+o")
+        self.wait_for("Flatten Folder")
+        run("xdotool", "type", drop)
+        self.key("Return")
+        wait_until(lambda: self.moved(drop) == 4, "not flattened")
+        self.wait_until_idle()
+        self.quit()
+
+
+if __name__ == "__main__":
+    unittest.main()

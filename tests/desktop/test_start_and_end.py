@@ -1,0 +1,106 @@
+#!/usr/bin/env python3
+"""Starting where something is missing, and ending."""
+
+import os
+import shutil
+import signal
+import subprocess
+import unittest
+
+from desktop_case import PROGRAM, RESOURCES, DesktopCase, run, wait_until
+
+NO_DISPLAY = "vannerly: cannot open a display; vannerly-cli does the same on a terminal\n"
+
+
+class Start(DesktopCase):
+    def test_no_display(self):
+        for change in ({"DISPLAY": None}, {"DISPLAY": ":4711"}, {"QT_QPA_PLATFORM": "nonsense"},
+                       {"DISPLAY": None, "WAYLAND_DISPLAY": "wayland-0"}):
+            with self.subTest(change):
+                environment = {**os.environ, **{k: v for k, v in change.items() if v}}
+                for name in change:
+                    if change[name] is None:
+                        del environment[name]
+                drop = self.make_folder()
+                ended = subprocess.run([PROGRAM, drop], env=environment, text=True, check=False,
+                                       stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+                self.assertEqual((ended.returncode, ended.stdout, ended.stderr),
+                                 (1, "", NO_DISPLAY))
+                self.assertEqual(self.moved(drop), 0)
+
+    def test_no_session_bus(self):
+        drop = self.make_folder()
+        self.open_window(drop, environment={"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nowhere"})
+        wait_until(lambda: self.moved(drop) == 4, "not flattened")
+        self.quit()
+
+    def test_wrong_usage_and_questions(self):
+        for argument, status in (("--frobnicate", 2), ("--help", 0), ("--version", 0)):
+            ended = subprocess.run([PROGRAM, argument], env={**os.environ, "DISPLAY": ""},
+                                   check=False, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            self.assertEqual(ended.returncode, status)
+            self.assertEqual(bool(ended.stderr), status != 0)
+
+    def with_resources(self, change):
+        """The words before a command that let it find other resources; `change` gets a copy."""
+        resources = os.path.join(self.place, "resources")
+        shutil.copytree(RESOURCES, resources)
+        change(os.path.join(resources, "main"))
+        script = 'mount --bind "$0" "$1" && shift && exec "$@"'
+        before = ["unshare", "--mount", "sh", "-c", script, resources, os.path.realpath(RESOURCES)]
+        if os.geteuid() != 0:
+            before[1:1] = ["--user", "--map-root-user"]
+        if subprocess.run([*before, "true"], check=False).returncode != 0:
+            self.skipTest("no name space of its own to be had")
+        return before
+
+    def test_interface_file_missing(self):
+        for missing in ("", "MenuBar.ui", "MainWindow.ui"):
+            with self.subTest(missing):
+                before = self.with_resources(
+                    lambda main: run("rm", "-r", os.path.join(main, missing)))
+                errors = self.finish(self.start(before=before), 1)
+                self.assertRegex(errors, r"\Avannerly: .*\(error -\d+\)\n\Z")
+                shutil.rmtree(os.path.join(self.place, "resources"))
+
+    def test_controls_missing_from_the_interface_file(self):
+        def strip(main):
+            for name in ("MainWindow.ui", "PreferencesWindow.ui"):
+                path = os.path.join(main, name)
+                with open(path, encoding="utf-8") as file:
+                    lines = [line for line in file if '"controlID"' not in line]
+                with open(path, "w", encoding="utf-8") as file:
+                    file.writelines(lines)
+
+        drop = self.make_folder()
+        self.open_window(drop, before=self.with_resources(strip))
+        wait_until(lambda: self.moved(drop) == 4, "not flattened")
+        self.key("ctrl+comma")
+        self.wait_for("Preferences")
+        self.click("Quit Vannerly .*", "check box")
+        self.click("OK", "push button")
+        self.assertEqual(self.quit(), "")
+
+
+class End(DesktopCase):
+    def test_signals_stop_before_the_next_file(self):
+        for number in (signal.SIGTERM, signal.SIGHUP, signal.SIGINT):
+            with self.subTest(number):
+                drop = self.make_folder(number.name, 200)
+                self.open_window(drop, delay=20)
+                wait_until(lambda: self.moved(drop) > 5, "the run does not start")
+                self.process.send_signal(number)
+                self.finish(self.process)
+                self.assertLess(self.moved(drop), 200)
+                self.assertComplete(drop, 200)
+
+    def test_quit_when_done(self):
+        self.write_preferences("QuitWhenDone = true\n")
+        drop = self.make_folder()
+        self.open_window(drop)
+        self.finish(self.process)
+        self.assertEqual(self.moved(drop), 4)
+
+
+if __name__ == "__main__":
+    unittest.main()

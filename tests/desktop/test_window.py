@@ -1,0 +1,216 @@
+#!/usr/bin/env python3
+"""The window during a run and between runs, as its user meets it."""
+
+import os
+import re
+import subprocess
+import time
+import unittest
+
+from desktop_case import TEMPORARY, Atspi, DesktopCase, run, wait_until
+
+FILES = 3000
+SLOW = 20  # ms a rename takes longer: a run of a minute, of which no test waits for the end
+
+
+class Window(DesktopCase):
+    def start_slow_run(self, folder="drop"):
+        drop = self.make_folder(folder, FILES)
+        self.open_window(drop, delay=SLOW)
+        wait_until(lambda: self.moved(drop) > 10, "the run does not start")
+        return drop
+
+    def opened(self):
+        path = os.path.join(TEMPORARY, "opened")
+        wait_until(lambda: os.path.exists(path), "nothing was opened")
+        with open(path, encoding="utf-8") as file:
+            return file.read().splitlines()
+
+    def test_stop_with_the_mouse(self):
+        drop = self.start_slow_run()
+        self.assertIsNone(self.find("Choose a folder to flatten"), "idle during a run")
+        self.wait_for(r"\(\d+ of 3000\)")
+        self.wait_for(r"Moving File: \d+\.txt")
+        self.click("Stop", "push button")
+        time.sleep(0.5)
+        stopped_at = self.moved(drop)
+        self.wait_until_idle()
+        self.assertEqual(self.moved(drop), stopped_at, "half a second later it still goes on")
+        self.wait_for("Elapsed time: .*")
+        self.assertIsNone(self.find("Stop", "push button"), "a Stop button with nothing to stop")
+        self.assertLess(self.moved(drop), FILES)
+        self.assertComplete(drop, FILES)
+        self.quit()
+
+    def test_stop_with_the_keyboard_and_beside_the_sheet(self):
+        drop = self.start_slow_run()
+        self.key("ctrl+comma")
+        self.wait_for("Preferences")
+        sheet = run("xdotool", "search", "--onlyvisible", "--name", "^Preferences$").split()[0]
+        run("xdotool", "windowmove", "--sync", sheet, "0", "0")
+        run("xdotool", "windowmove", "--sync", self.window, "660", "100")
+        self.click("Stop", "push button")
+        self.wait_until_idle()
+        self.assertLess(self.moved(drop), FILES)
+        self.quit()
+
+        drop = self.start_slow_run("other")
+        self.key("Escape")
+        self.wait_until_idle()
+        self.assertLess(self.moved(drop), FILES)
+        self.assertComplete(drop, FILES)
+        self.quit()
+
+    def test_a_preference_changed_during_the_run_counts_within_it(self):
+        drop = self.start_slow_run()
+        self.key("ctrl+comma")
+        run("xdotool", "search", "--sync", "--onlyvisible", "--name", "^Preferences$",
+            "windowactivate", "--sync")
+        time.sleep(1)
+        # Aliases are no renames: with them the rest of the run is over in a moment.
+        for mnemonic in ("alt+s", "alt+l", "Return"):
+            self.key(mnemonic)
+            time.sleep(0.3)
+        wait_until(lambda: self.find("Preferences", "dialog") is None, "the sheet stays open")
+        self.wait_until_idle()
+        sorted_items = [os.path.join(drop, "txt", name) for name in
+                        os.listdir(os.path.join(drop, "txt"))]
+        aliases = sum(map(os.path.islink, sorted_items))
+        self.assertGreater(aliases, 0, "no alias: the run went on with the old value")
+        self.assertGreater(len(sorted_items) - aliases, 10, "the run did not begin by moving")
+        self.assertComplete(drop, FILES)
+        self.assertEqual(self.quit(), "")
+        with open(os.path.join(TEMPORARY, "config/vannerly/preferences.toml"),
+                  encoding="utf-8") as file:
+            self.assertRegex(file.read(), r"Operation = 2")
+
+    def test_sheet_shows_what_is_stored_and_cancel_keeps_changes(self):
+        self.write_preferences("RenameDuplicates = false\nOperation = 2\n")
+        self.open_window()
+        self.key("ctrl+comma")
+        self.wait_for("Preferences")
+
+        def is_checked(name):
+            return self.wait_for(name).get_state_set().contains(Atspi.StateType.CHECKED)
+
+        self.assertFalse(is_checked("Rename a file .*"))
+        self.assertTrue(is_checked("Leave it where it is .*"))
+        # The one that deletes says so in as many words.
+        self.wait_for(r"Delete the sub-folders for good, with every file still in them.*")
+        self.key("alt+q")
+        wait_until(lambda: is_checked("Quit Vannerly .*"), "the mnemonic does nothing")
+        self.key("Escape")
+        wait_until(lambda: self.find("Preferences", "dialog") is None, "Esc does not close it")
+        self.key("ctrl+comma")
+        self.assertTrue(is_checked("Quit Vannerly .*"), "Cancel is no revert")
+        self.quit()
+
+    def test_closing_the_window_stops_before_the_next_file(self):
+        drop = self.start_slow_run()
+        self.key("alt+F4")
+        self.finish(self.process)
+        self.assertLess(self.moved(drop), FILES)
+        self.assertComplete(drop, FILES)
+
+    def test_quit_by_key_from_the_sheet(self):
+        self.open_window()
+        self.key("ctrl+comma")
+        self.wait_for("Preferences")
+        self.key("ctrl+q")
+        self.finish(self.process)
+
+    def test_help_links_and_about(self):
+        self.open_window()
+        self.key("alt+h", "Return")
+        wait_until(lambda: len(self.opened()) == 1, "no page")
+        self.key("alt+h", "Down", "Return")
+        wait_until(lambda: len(self.opened()) == 2, "no second page")
+        store, product = self.opened()
+        self.assertRegex(store, r"^https://brenmoor\.example/")
+        self.assertRegex(product, r"^http://brenmoor\.example/")
+        self.key("alt+h", "Up", "Return")
+        self.wait_for(r"Vannerly \d+\.\d+\.\d+")
+        self.quit()
+
+    def test_hostile_name_is_shown_as_it_is_and_moves_nothing(self):
+        name = "a[*]b <b>&lt; &Tom " + "x" * 200
+        self.open_window()
+        before = run("xdotool", "getwindowgeometry", self.window)
+        self.start(self.make_folder(name))
+        wait_until(lambda: self.find("Elapsed time: .*"), "no run")
+        self.assertEqual(run("xdotool", "getwindowname", self.window).strip(), name)
+        self.assertEqual(run("xdotool", "getwindowgeometry", self.window), before)
+        # A line break in a name, and bytes that are no text.
+        folder = self.make_folder("new\nline \udcff")
+        self.start(folder)
+        wait_until(lambda: self.find(r".*/new line .*"), "the row does not show the folder")
+        self.click(r".*/new line .*")
+        wait_until(lambda: self.opened()[-1].endswith("/new%0Aline%20%FF"), self.opened())
+        self.quit()
+
+    def test_proxy_icon_dragged_onto_the_window(self):
+        drop = self.make_folder()
+        self.open_window(drop)
+        self.wait_for("Elapsed time: .*")
+        os.rename(os.path.join(drop, "0.txt"), os.path.join(drop, "sub0", "0.txt"))
+        x, y = self.center(self.wait_for(re.escape(drop)))
+        self.pointer(x, y, "mousedown", "1")
+        for step in range(1, 9):
+            self.pointer(x + step, y + 20 * step)
+            time.sleep(0.05)
+        run("xdotool", "mouseup", "1")
+        wait_until(lambda: self.moved(drop) == 4, "the dragged folder is not flattened")
+        self.wait_until_idle()
+        self.quit()
+
+    def test_idle_window_sleeps(self):
+        self.open_window(self.make_folder())
+        self.wait_for("Elapsed time: .*")
+        # Nobody looks any more, and what follows a run is over.
+        self.pointer(1199, 899)
+        time.sleep(2)
+
+        def switches():
+            total = 0
+            for task in os.listdir(f"/proc/{self.process.pid}/task"):
+                with open(f"/proc/{self.process.pid}/task/{task}/status", encoding="utf-8") as file:
+                    total += int(re.search(r"^voluntary_ctxt_switches:\s*(\d+)", file.read(),
+                                           re.M)[1])
+            return total
+
+        before = switches()
+        time.sleep(3)
+        self.assertLessEqual(switches() - before, 3, "an idle window wakes up")
+        self.quit()
+
+    def test_light_and_dark_and_large(self):
+        def brightness():
+            corner = subprocess.run(
+                ["import", "-window", self.window, "-crop", "1x1+5+350", "-depth", "8", "rgb:-"],
+                check=True, stdout=subprocess.PIPE).stdout
+            return sum(corner[:3]) / 3
+
+        portal = self.start_settings_portal()
+        self.open_window()
+        wait_until(lambda: brightness() < 90, "not dark though the desktop is")
+        portal.stdin.write("2\n")
+        portal.stdin.flush()
+        wait_until(lambda: brightness() > 160, "does not follow the desktop to light")
+        self.quit()
+        self.open_window(environment={"QT_SCALE_FACTOR": "2"})
+        geometry = run("xdotool", "getwindowgeometry", self.window)
+        self.assertRegex(geometry, r"Geometry: 1040x720")
+        self.quit()
+
+    def start_settings_portal(self):
+        """A stand-in for the desktop's settings: dark, until it reads another number."""
+        portal = subprocess.Popen(
+            ["/usr/bin/python3", os.path.join(os.path.dirname(__file__), "settings_portal.py")],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        self.processes.append(portal)
+        portal.stdout.readline()
+        return portal
+
+
+if __name__ == "__main__":
+    unittest.main()
