@@ -77,14 +77,22 @@ bool CollectFiles() {
   return files.collected == files.count;
 }
 
-// The result of the move is not examined: a file that cannot be moved stays where it is.
+// A file that cannot be moved stays where it is.
 void MoveFileUp(const FSRef &file) {
   FSRef parent;
   if (GetParentFolderRef(file, &parent) != noErr) return;
   if (FSCompareFSRefs(FlattenRun.droppedFolder, parent) == noErr) return;
+  const bool renamesDuplicates = GetRenameDuplicates();
   std::optional<std::u16string> newName;
-  if (GetRenameDuplicates()) newName = MakeUniqueMoveName(FlattenRun.droppedFolder, file);
+  if (renamesDuplicates) newName = MakeUniqueMoveName(FlattenRun.droppedFolder, file);
   FSRef newRef;
+  const OSErr error =
+      MoveItemWithNewName(file, FlattenRun.droppedFolder, newName, kTextEncodingUnknown, &newRef);
+  if (error != dupFNErr || !renamesDuplicates || newName) return;
+  // Another program has taken the name since it was found free: left behind, the file could be
+  // deleted with its folder.
+  newName = MakeUniqueMoveName(FlattenRun.droppedFolder, file);
+  if (!newName) return;
   (void)MoveItemWithNewName(file, FlattenRun.droppedFolder, newName, kTextEncodingUnknown, &newRef);
 }
 

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <string>
 
 #include "platform/posix/disk_names.h"
@@ -11,6 +12,7 @@
 #include "platform/posix/folder_table.h"
 #include "platform/posix/item_location.h"
 #include "platform/posix/item_status.h"
+#include "platform/posix/name_filter.h"
 #include "platform/posix/tree_changes.h"
 
 namespace {
@@ -44,6 +46,14 @@ std::uint32_t NodeIDOf(const ItemReference &item) {
   if (item.folder == kRootFolder && item.NameView() == "/") return fsRtDirID;
   // Numbers below 16 are the volume's own; an inode number must not pass for one of them.
   return 16 + static_cast<std::uint32_t>(item.inode % (UINT32_MAX - 16));
+}
+
+/// Renames within a volume and notes that the name is taken now, by this item or, after dupFNErr,
+/// by another.
+int RenameAndNote(int from, const char *oldName, FolderIndex folder, int to, const char *newName) {
+  const int error = RenameWithoutReplacing(from, oldName, to, newName);
+  if (error == 0 || error == EEXIST) NoteNameInFolder(folder, newName);
+  return error;
 }
 
 /// The reference to the item that now stands under `name` in the folder.
@@ -109,6 +119,7 @@ OSErr FSMakeFSRefUnicode(const FSRef &parent, std::u16string_view name, TextEnco
   FolderIndex folder = 0;
   int descriptor = -1;
   if (OSErr error = FindTableFolder(parent, &folder, &descriptor); error != noErr) return error;
+  if (IsNameKnownToBeFree(folder, descriptor, bytes)) return fnfErr;
   ItemStatus status;
   if (int error = ReadItemStatus(descriptor, bytes.c_str(), &status); error != 0) {
     return ErrorFromErrno(error);
@@ -126,9 +137,11 @@ OSErr PBMakeFSRefUnicodeSync(const FSRefParam &param) {
 OSErr FSCreateDirectoryUnicode(const FSRef &parent, std::u16string_view name, FSRef *result) {
   std::string bytes;
   if (OSErr error = NameToDisk(name, &bytes); error != noErr) return error;
+  FolderIndex folder = 0;
   int descriptor = -1;
-  if (OSErr error = OpenFolder(parent, &descriptor); error != noErr) return error;
+  if (OSErr error = FindTableFolder(parent, &folder, &descriptor); error != noErr) return error;
   if (int error = MakeFolder(descriptor, bytes.c_str()); error != 0) return ErrorFromErrno(error);
+  NoteNameInFolder(folder, bytes);
   return FSMakeFSRefUnicode(parent, name, kTextEncodingUnknown, result);
 }
 
@@ -156,7 +169,7 @@ OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
   if (OSErr error = FindTableFolder(destination, &folder, &to); error != noErr) return error;
   int from = -1;
   if (OSErr error = OpenTableFolder(item.folder, &from, folder); error != noErr) return error;
-  if (int error = RenameWithoutReplacing(from, item.Name(), to, item.Name()); error != 0) {
+  if (int error = RenameAndNote(from, item.Name(), folder, to, item.Name()); error != 0) {
     return ErrorFromErrno(error);
   }
   *result = RefAtNewPlace(ref, folder, item.NameView());
@@ -170,8 +183,8 @@ OSErr FSRenameUnicode(const FSRef &ref, std::u16string_view name, TextEncoding /
   if (OSErr error = NameToDisk(name, &bytes); error != noErr) return error;
   ItemLocation location;
   if (OSErr error = LocateItem(ref, &location); error != noErr) return error;
-  if (int error =
-          RenameWithoutReplacing(location.folder, location.name, location.folder, bytes.c_str());
+  if (int error = RenameAndNote(location.folder, location.name, ReferenceIn(ref).folder,
+                                location.folder, bytes.c_str());
       error != 0) {
     return ErrorFromErrno(error);
   }

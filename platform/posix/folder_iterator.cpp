@@ -1,13 +1,11 @@
-#include <dirent.h>
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstring>
 #include <new>
 
+#include "platform/posix/directory_listing.h"
 #include "platform/posix/disk_names.h"
 #include "platform/posix/errors.h"
 #include "platform/posix/folder_table.h"
@@ -52,11 +50,9 @@ struct FolderIterator {
     return {text.data() + item.nameStart, item.nameLength};
   }
 
-  void Add(const struct dirent64 &entry) {
-    const std::string_view name(entry.d_name);
-    if (name == "." || name == "..") return;
+  void Add(std::string_view name, unsigned char type) {
     items.push_back({SortKey(name), static_cast<std::uint32_t>(text.size()),
-                     static_cast<std::uint8_t>(name.size()), KindFromListing(entry.d_type)});
+                     static_cast<std::uint8_t>(name.size()), KindFromListing(type)});
     text.insert(text.end(), name.begin(), name.end());
     text.push_back('\0');
   }
@@ -70,22 +66,11 @@ struct FolderIterator {
     }
   }
 
-  /// Reads all names of the folder behind `descriptor`, whose position is at its start.
   OSErr List(int descriptor) {
-    alignas(struct dirent64) static std::array<char, 65536> buffer;
-    for (;;) {
-      const ssize_t size = getdents64(descriptor, buffer.data(), buffer.size());
-      if (size < 0 && errno == EINTR) continue;
-      if (size < 0) return ErrorFromErrno(errno);
-      if (size == 0) break;
-      for (ssize_t at = 0; at < size;) {
-        const auto *entry = reinterpret_cast<const struct dirent64 *>(buffer.data() + at);
-        Add(*entry);
-        at += entry->d_reclen;
-      }
-    }
-    Sort();
-    return noErr;
+    const int error = VisitDirectory(
+        descriptor, [this](std::string_view name, unsigned char type) { Add(name, type); });
+    if (error == 0) Sort();
+    return ErrorFromErrno(error);
   }
 };
 

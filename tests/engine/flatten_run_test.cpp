@@ -270,6 +270,19 @@ TEST_F(FlattenRunTest, FileThatIsGoneIsSkippedButTheCounterGoesOn) {
   EXPECT_EQ(TextsOfLine(2)[3], "(2 of 2)");
 }
 
+TEST_F(FlattenRunTest, NameTakenByAnotherProgramMeanwhileIsResolved) {
+  // More files than lookups that are made before the program relies on what it knows of the folder.
+  for (int i = 10; i < 60; ++i) files.WriteFile("top/sub/" + std::to_string(i), "ours");
+  Recorder().AtEachYield([&](int) {
+    if (Recorder().Control(1).text == "Moving File: 58") files.WriteFile("top/59", "theirs");
+  });
+  Flatten({"top"});
+  Contents tree = TreeWithoutIdentifiers("top");
+  EXPECT_EQ(tree["59"], "theirs");
+  EXPECT_EQ(tree["59 - U"], "ours");
+  EXPECT_EQ(tree.size(), 52U);
+}
+
 TEST_F(FlattenRunTest, FailingMovesLoseNothing) {
   MakeClash();
   const Contents before = files.Tree();

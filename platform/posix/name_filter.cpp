@@ -1,0 +1,121 @@
+#include "platform/posix/name_filter.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <new>
+#include <vector>
+
+#include "platform/posix/descriptor.h"
+#include "platform/posix/directory_listing.h"
+#include "platform/posix/item_location.h"
+
+namespace {
+
+/// A set of 32-bit hashes in one block: open addressing, at most three quarters full.
+class CHashSet {
+ public:
+  void Clear() {
+    slots_.assign(kSmallest, 0);
+    count_ = 0;
+  }
+
+  void Insert(std::uint32_t hash) {
+    if (4 * (count_ + 1) > 3 * slots_.size()) Grow();
+    std::uint32_t &slot = *Find(hash);
+    if (slot == 0) ++count_;
+    slot = hash;
+  }
+
+  bool Contains(std::uint32_t hash) { return *Find(hash) == hash; }
+
+ private:
+  static constexpr std::size_t kSmallest = 1024;
+
+  std::uint32_t *Find(std::uint32_t hash) {
+    const std::size_t mask = slots_.size() - 1;
+    std::size_t at = hash & mask;
+    while (slots_[at] != 0 && slots_[at] != hash) at = (at + 1) & mask;
+    return &slots_[at];
+  }
+
+  void Grow() {
+    std::vector<std::uint32_t> old(2 * slots_.size(), 0);
+    old.swap(slots_);
+    for (const std::uint32_t hash : old) {
+      if (hash != 0) *Find(hash) = hash;
+    }
+  }
+
+  std::vector<std::uint32_t> slots_ = std::vector<std::uint32_t>(kSmallest, 0);
+  std::size_t count_ = 0;
+};
+
+/// Lookups in one folder before it is listed: for fewer the listing would cost more than it saves.
+constexpr int kLookupsBeforeListing = 16;
+
+struct NameFilter {
+  FolderIndex folder = 0;
+  std::uint64_t listingCount = 0;
+  int lookups = 0;
+  bool isListed = false;
+  CHashSet names;
+};
+NameFilter filter;
+
+std::uint32_t HashOf(std::string_view name) {
+  // 0 stands for an empty slot.
+  return std::max<std::uint32_t>(static_cast<std::uint32_t>(std::hash<std::string_view>{}(name)),
+                                 1);
+}
+
+bool IsCurrent() {
+  return filter.listingCount == FolderListingCount();
+}
+
+void StartAnew(FolderIndex folder) {
+  filter.folder = folder;
+  filter.listingCount = FolderListingCount();
+  filter.lookups = 0;
+  filter.isListed = false;
+}
+
+bool ListNames(int descriptor) {
+  const CDescriptor readable(openat(descriptor, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!readable.IsOpen()) return false;
+  try {
+    filter.names.Clear();
+    return VisitDirectory(readable.Get(), [](std::string_view name, unsigned char) {
+             filter.names.Insert(HashOf(name));
+           }) == 0;
+  } catch (const std::bad_alloc &) {
+    return false;
+  }
+}
+
+}  // namespace
+
+bool IsNameKnownToBeFree(FolderIndex folder, int descriptor, std::string_view name) {
+  // The folder looked into first keeps the filter: it is the one that everything is moved into.
+  if (!IsCurrent()) StartAnew(folder);
+  if (folder != filter.folder) return false;
+  if (!filter.isListed) {
+    if (++filter.lookups % kLookupsBeforeListing != 0) return false;
+    filter.isListed = ListNames(descriptor);
+    if (!filter.isListed) return false;
+  }
+  return !filter.names.Contains(HashOf(name));
+}
+
+void NoteNameInFolder(FolderIndex folder, std::string_view name) {
+  if (!IsCurrent() || folder != filter.folder || !filter.isListed) return;
+  try {
+    filter.names.Insert(HashOf(name));
+  } catch (const std::bad_alloc &) {
+    // Without this name the filter would say too much.
+    filter.isListed = false;
+  }
+}
