@@ -21,7 +21,7 @@ struct FolderWalkState {
   FSCatalogInfoBitmap whichInfo;  ///< always with kFSCatInfoNodeFlags
   FSCatalogInfo catalogInfo;      ///< of the item just read
   FSRef ref;                      ///< the folder to enter, then each item as it is read
-  FSSpec spec;
+  FSSpec spec{};
   FSSpec *specPtr;  ///< `&spec` if specifications are wanted, else null
   HFSUniStr255 name;
   HFSUniStr255 *namePtr;  ///< `&name` if names are wanted, else null

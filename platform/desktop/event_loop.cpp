@@ -10,6 +10,7 @@
 #include "platform/desktop/bus_service.h"
 #include "platform/desktop/control_drawing.h"
 #include "platform/events.h"
+#include "platform/posix/folder_descriptors.h"
 
 namespace {
 
@@ -52,6 +53,8 @@ class WakeUp {
     isFiring = true;
     FireDueTimers(TimerClock::now());
     isFiring = false;
+    // A program that waits keeps no volume from being unmounted.
+    CloseFolderDescriptors();
   }
 
   QTimer timer_;

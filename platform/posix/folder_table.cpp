@@ -75,18 +75,15 @@ struct FolderTable {
     slot = Slot();
   }
 
-  /// A slot without a descriptor: the one used longest ago gives its own up, but never
-  /// `keepOpen`'s.
+  /// A slot without a descriptor: where none is free, the one used longest ago gives its own up,
+  /// but never `keepOpen`'s.
   Slot &FreeSlot(FolderIndex keepOpen) {
-    Slot *oldest = nullptr;
-    for (Slot &slot : slots) {
-      if (slot.folder == 0) return slot;
-      if (slot.folder != keepOpen && (oldest == nullptr || slot.lastUse < oldest->lastUse)) {
-        oldest = &slot;
-      }
-    }
-    Close(*oldest);
-    return *oldest;
+    Slot &slot = *std::ranges::min_element(slots, {}, [keepOpen](const Slot &candidate) {
+      if (candidate.folder == 0) return std::uint64_t{0};
+      return candidate.folder == keepOpen ? UINT64_MAX : candidate.lastUse;
+    });
+    Close(slot);
+    return slot;
   }
 
   int Keep(FolderIndex folder, int descriptor, FolderIndex keepOpen) {
