@@ -95,8 +95,8 @@ struct FSCatalogInfo {
 /// parent is the folder itself.
 ///
 /// Fails with fnfErr when the item no longer exists, except that the volume, the node ID, the text
-/// encoding and the parent may be answered from what the reference remembers, and that the name of
-/// the item looked at last may be answered again without a second look.
+/// encoding and the parent may be answered from what the reference remembers, and the name too
+/// while the item's folder has not changed since it was listed.
 OSErr FSGetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, FSCatalogInfo *info,
                        HFSUniStr255 *name, FSSpec *spec, FSRef *parent);
 

@@ -26,6 +26,13 @@ bool WasSeenLast(const FSRef &ref) {
   return std::equal(std::begin(ref.hidden), std::end(ref.hidden), std::begin(lastSeenItem.hidden));
 }
 
+/// Whether the item need not be looked at to know that it exists.
+bool IsKnownToExist(const FSRef &ref) {
+  const ItemReference &item = ReferenceIn(ref);
+  const bool isFromListing = item.inode == 0;
+  return WasSeenLast(ref) || (isFromListing && HasListingHeld(item.folder));
+}
+
 OSErr SeeItem(const FSRef &ref, ItemStatus *status, ItemLocation *location) {
   const OSErr error = ReadItemStatus(ref, status, location);
   lastSeenItem = error == noErr ? ref : FSRef{};
@@ -77,7 +84,7 @@ OSErr FSGetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, FSCatalo
   const bool wantsNothing =
       whichInfo == kFSCatInfoNone && name == nullptr && spec == nullptr && parent == nullptr;
   const bool wantsName = name != nullptr || spec != nullptr;
-  if (wantsStatus || wantsNothing || (wantsName && !WasSeenLast(ref))) {
+  if (wantsStatus || wantsNothing || (wantsName && !IsKnownToExist(ref))) {
     ItemStatus status;
     ItemLocation location;
     if (OSErr error = SeeItem(ref, &status, &location); error != noErr) return error;

@@ -16,8 +16,8 @@ namespace {
 
 /// One listed item; its name stands in the iterator's text.
 struct ListedItem {
-  std::uint64_t sortKey;  ///< the first eight bytes of the name, so that most comparisons need no
-                          ///< look at the text
+  std::uint64_t sortKey;  ///< eight bytes of the name, so that most comparisons need no look at the
+                          ///< text
   std::uint32_t nameStart;
   std::uint8_t nameLength;
   ItemKind kind;
@@ -51,13 +51,29 @@ struct FolderIterator {
   }
 
   void Add(std::string_view name, unsigned char type) {
-    items.push_back({SortKey(name), static_cast<std::uint32_t>(text.size()),
+    items.push_back({0, static_cast<std::uint32_t>(text.size()),
                      static_cast<std::uint8_t>(name.size()), KindFromListing(type)});
     text.insert(text.end(), name.begin(), name.end());
     text.push_back('\0');
   }
 
+  /// How many bytes all names begin with alike: names in a large folder often differ only after
+  /// "document " or "IMG_".
+  std::size_t CommonPrefixLength() const {
+    const std::string_view first = NameOf(items.front());
+    std::size_t length = first.size();
+    for (const ListedItem &item : items) {
+      const std::string_view name = NameOf(item);
+      length = std::min(length, name.size());
+      while (!name.starts_with(first.substr(0, length))) --length;
+    }
+    return length;
+  }
+
   void Sort() {
+    if (items.empty()) return;
+    const std::size_t prefixLength = CommonPrefixLength();
+    for (ListedItem &item : items) item.sortKey = SortKey(NameOf(item).substr(prefixLength));
     const auto isBefore = [this](const ListedItem &a, const ListedItem &b) {
       return a.sortKey != b.sortKey ? a.sortKey < b.sortKey : NameOf(a) < NameOf(b);
     };
@@ -99,6 +115,7 @@ OSErr OpenAndList(const FSRef &container, FolderIterator *iterator) {
     }
     if (status.isMountPoint || status.device != EntryOf(reference.folder).device) return fBsyErr;
   }
+  NoteListing(iterator->folder, descriptor);
   iterator->listingError = iterator->List(descriptor);
   return noErr;
 }

@@ -7,12 +7,13 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <ctime>
 #include <unordered_map>
 #include <vector>
 
 #include "platform/posix/errors.h"
 #include "platform/posix/folder_descriptors.h"
+#include "platform/posix/item_location.h"
 
 namespace {
 
@@ -160,6 +161,22 @@ bool OpenFromOpenChild(FolderIndex folder, int *descriptor, FolderIndex keepOpen
   return false;
 }
 
+std::int64_t Nanoseconds(const timespec &time) {
+  return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+}
+
+/// When an open folder was last modified; 0 when that is so recent that the next change might not
+/// show.
+std::int64_t SettledState(int descriptor) {
+  constexpr std::int64_t kSeveralTicks = 50'000'000;
+  struct stat status;
+  timespec now{};
+  if (fstat(descriptor, &status) != 0) return 0;
+  (void)clock_gettime(CLOCK_REALTIME_COARSE, &now);
+  const std::int64_t modified = Nanoseconds(status.st_mtim);
+  return Nanoseconds(now) - modified > kSeveralTicks ? modified : 0;
+}
+
 OSErr OpenRoot(int flags, int *descriptor, FolderIndex keepOpen) {
   const int opened = OpenAt(AT_FDCWD, "/", flags, 0, keepOpen);
   if (opened < 0) return ErrorFromErrno(errno);
@@ -243,6 +260,24 @@ OSErr EnterRootForListing(FolderIndex *folder, int *descriptor) {
   CloseFolder(kRootFolder);
   *folder = kRootFolder;
   return OpenRoot(O_RDONLY, descriptor, 0);
+}
+
+void NoteListing(FolderIndex folder, int descriptor) {
+  Table().entries[folder].listedState = SettledState(descriptor);
+}
+
+bool HasListingHeld(FolderIndex folder) {
+  const FolderEntry &entry = EntryOf(folder);
+  if (entry.listedState == 0) return false;
+  if (entry.trustedListing == FolderListingCount()) return true;
+  int descriptor = -1;
+  if (OpenTableFolder(folder, &descriptor) != noErr) return false;
+  struct stat status;
+  if (fstat(descriptor, &status) != 0 || Nanoseconds(status.st_mtim) != entry.listedState) {
+    return false;
+  }
+  Table().entries[folder].trustedListing = FolderListingCount();
+  return true;
 }
 
 FSRef RefOfFolder(FolderIndex folder) {

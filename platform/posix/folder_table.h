@@ -19,9 +19,13 @@ struct FolderEntry {
   FolderIndex parent;
   const char *name;  ///< kept for the life of the process
   std::uint8_t nameLength;
-  std::int16_t slot;  ///< where its descriptor is kept; -1 while it is not open
+  std::int16_t slot = -1;  ///< where its descriptor is kept; -1 while it is not open
   dev_t device;
   ino_t inode;
+  std::int64_t listedState =
+      0;  ///< when it was last modified as it was listed, in nanoseconds; 0: unknown
+  std::uint64_t trustedListing =
+      0;  ///< the listing count at which its listing was found to hold still
 };
 
 /// The entry of a folder that is in the table; the reference holds until a folder is added.
@@ -41,6 +45,15 @@ OSErr EnterFolder(FolderIndex parent, const char *name, int openFlags,
 
 /// The same for the root folder, for listing it.
 OSErr EnterRootForListing(FolderIndex *folder, int *descriptor);
+
+/// Notes the state of a folder that is about to be listed.
+void NoteListing(FolderIndex folder, int descriptor);
+
+/// Whether the names listed of a folder were still all there when the work in hand came to it
+/// first. Costs one look at the folder and none at its items. Not known, and therefore false, of a
+/// folder that was modified just before it was listed, as another change within the same tick of
+/// the clock would not show.
+bool HasListingHeld(FolderIndex folder);
 
 /// The folder's own reference.
 FSRef RefOfFolder(FolderIndex folder);
