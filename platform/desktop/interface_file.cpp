@@ -1,5 +1,6 @@
 #include "platform/desktop/interface_file.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QUiLoader>
 #include <QVariant>
@@ -14,10 +15,6 @@ namespace {
 /// Knows the program's own widgets besides those of Qt.
 class Loader final : public QUiLoader {
  public:
-  Loader() {
-    clearPluginPaths();  // No widget comes from a plug-in; looking for them costs a start-up time.
-  }
-
   QWidget *createWidget(const QString &className, QWidget *parent, const QString &name) override {
     QWidget *widget = nullptr;
     if (className == QLatin1String("StatusLine")) widget = new StatusLine(parent);
@@ -41,5 +38,11 @@ OSType CodeProperty(const QObject &object, const char *name) {
 QWidget *LoadWidget(const QString &path) {
   QFile file(path);
   if (!file.open(QIODevice::ReadOnly)) return nullptr;
-  return Loader().load(&file);
+  // As it is made a loader looks for widgets in Qt's plug-ins, and would load half of Qt Quick for a
+  // window that has nothing from there.
+  const QStringList pluginPaths = QCoreApplication::libraryPaths();
+  QCoreApplication::setLibraryPaths({});
+  Loader loader;
+  QCoreApplication::setLibraryPaths(pluginPaths);
+  return loader.load(&file);
 }
