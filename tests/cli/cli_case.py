@@ -18,19 +18,12 @@ UUID = re.compile(r"[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}")
 IDLE = "Drop a folder on the application or this window to flatten it."
 
 
-def other_disk(delay=None, noFlags=False, refusals=None):
-    """Environment variables that put the library of other_disk.cpp before the program."""
-    variables = {"LD_PRELOAD": os.path.abspath(os.environ["VANNERLY_OTHER_DISK"])}
+def slow_disk(delay):
+    """Environment variables that make every rename take that many microseconds longer."""
     # The sanitizer wants to be the first library; the other one here does not get in its way.
     options = [os.environ.get("ASAN_OPTIONS", ""), "verify_asan_link_order=0"]
-    variables["ASAN_OPTIONS"] = ":".join(o for o in options if o)
-    if delay:
-        variables["OTHER_DISK_DELAY_US"] = str(delay)
-    if noFlags:
-        variables["OTHER_DISK_NO_FLAGS"] = "1"
-    if refusals:
-        variables["OTHER_DISK_REFUSALS"] = refusals
-    return variables
+    return {"LD_PRELOAD": os.path.abspath(os.environ["VANNERLY_OTHER_DISK"]),
+            "ASAN_OPTIONS": ":".join(o for o in options if o), "OTHER_DISK_DELAY_US": str(delay)}
 
 
 class CliCase(unittest.TestCase):
@@ -62,6 +55,10 @@ class CliCase(unittest.TestCase):
         if mode is not None:
             os.chmod(path, mode)
         return path
+
+    def read(self, path):
+        with open(self.path(path), encoding="utf-8") as file:
+            return file.read()
 
     def write_preferences(self, text, where="config"):
         return self.write(f"{where}/vannerly/preferences.toml", text)
@@ -111,9 +108,9 @@ class CliCase(unittest.TestCase):
     # Runs --------------------------------------------------------------------------------------
 
     def start(self, *arguments, environment=None, before=(), **options):
-        options.setdefault("cwd", self.place)
+        options = {"cwd": self.place, "stderr": subprocess.PIPE, **options}
         return subprocess.Popen([*before, PROGRAM, *arguments], stdin=subprocess.DEVNULL,
-                                stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                stdout=subprocess.PIPE,
                                 env={**self.environment, **(environment or {})}, **options)
 
     def run_cli(self, *arguments, status=0, output="", **options):

@@ -7,7 +7,7 @@ import signal
 import time
 import unittest
 
-from cli_case import CliCase, other_disk
+from cli_case import CliCase, slow_disk
 
 FILES = 160
 SLOW = 10_000  # microseconds that a rename takes longer: a folder takes some 3 s
@@ -22,7 +22,7 @@ class Stopping(CliCase):
 
     def stop(self, *arguments, signals, folder="first", status):
         """Sends the signals one by one when a few files of `folder` have been moved."""
-        process = self.start("first", "second", *arguments, environment=other_disk(delay=SLOW))
+        process = self.start("first", "second", *arguments, environment=slow_disk(SLOW))
         deadline = time.monotonic() + 60
         while len(os.listdir(self.path(folder))) < 20:
             self.assertIsNone(process.poll(), "ended before it could be stopped")
@@ -83,18 +83,6 @@ class Stopping(CliCase):
         self.assertEqual(os.listdir(self.path("first")), ["txt"])
         self.assertLess(self.moved("first/txt"), FILES // 2)
         self.assertEqual(self.moved("second/txt"), FILES)
-
-    def test_ignored_signals_stay_ignored(self):
-        """A run started in the background of a script is not stopped by a Ctrl-C in front."""
-        self.make_folders()
-        process = self.start("first", environment=other_disk(delay=SLOW // 4),
-                             preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_IGN))
-        while len(os.listdir(self.path("first"))) < 20:
-            time.sleep(0.01)
-        process.send_signal(signal.SIGINT)
-        self.finish(process, 0)
-        self.assertEqual(self.moved("first"), FILES)
-
 
 if __name__ == "__main__":
     unittest.main()

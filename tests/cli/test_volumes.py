@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Other volumes inside a dropped folder, and volumes that cannot rename without replacing.
+"""Other volumes inside a dropped folder.
 
 The mounts are made in a mount namespace of the program's own. Where the kernel grants none the
 file is skipped as a whole, with exit status 77.
@@ -11,7 +11,7 @@ import subprocess
 import sys
 import unittest
 
-from cli_case import PROGRAM, CliCase, other_disk
+from cli_case import PROGRAM, CliCase
 
 
 def namespace():
@@ -109,38 +109,6 @@ class Mounts(CliCase):
         contents = [content for name, content in self.tree(look).items()
                     if ".x" in name and content != "folder"]
         self.assertCountEqual(contents, [f"{p}{i}\n" for p in ("", "b") for i in range(1, 10)])
-
-
-class NoRenameWithoutReplacing(CliCase):
-    """A file system that knows no flags for renames, as NFS: what can be linked is linked."""
-
-    def test_nothing_is_replaced(self):
-        refusals = self.path("refusals")
-        for options in ((), ("--no-rename-duplicates",),
-                        ("--aggregate-files-when-done", "--delete-emptied-folders")):
-            with self.subTest(options=options):
-                trees = []
-                for number, environment in enumerate(
-                        ({}, other_disk(noFlags=True, refusals=refusals))):
-                    # The same name in two places, as the runs are to be compared.
-                    self.place, place = self.path(f"place{number}"), self.place
-                    drop = self.make_sample()
-                    self.write("drop/one/two/X.app/Contents/Info.plist", "plist")
-                    self.write("drop/X.app/inner", "inner")
-                    self.write("drop/three/Y.app/AppRun", "run", 0o755)
-                    os.mkfifo(drop + "/three/pipe")
-                    os.mkfifo(drop + "/one/pipe")
-                    os.symlink("nowhere", drop + "/three/d.txt")
-                    os.symlink("nowhere", drop + "/three/link")
-                    os.link(drop + "/c", drop + "/one/two/c")
-                    self.run_cli(*options, "drop", environment=environment)
-                    trees.append(self.tree(drop))
-                    self.assertEqual(os.stat(drop + "/c").st_nlink, 2)
-                    subprocess.run(["rm", "-rf", self.place], check=True)
-                    self.place = place
-                self.assertEqual(trees[0], trees[1])
-                self.assertGreater(os.path.getsize(refusals), 0, "the flag was never refused")
-                os.remove(refusals)
 
 
 if __name__ == "__main__":

@@ -23,6 +23,7 @@ from flatten_model import (FILE, FOLDER, LINK, PIPE, SOCKET, UUID, Flattening, N
 from random_trees import TreeMaker
 
 BATCH = 16
+REFUSALS = "renames refused by the disk"
 FINDER_INFO = "user.com.apple.FinderInfo"
 KEYS = {"renameDuplicates": "rename-duplicates", "ignoreApplications": "ignore-applications",
         "deleteEmptiedFolders": "delete-emptied-folders",
@@ -257,9 +258,12 @@ def run_batch(program, preload, seeds, batch, place, totals):
                    "XDG_CONFIG_DIRS": os.path.join(config, "system")}
     if preload:
         environment["LD_PRELOAD"] = os.path.abspath(preload)
+        environment["OTHER_DISK_REFUSALS"] = refusals = os.path.join(config, "refusals")
     arguments = [os.fsencode(o) for o in options] + [b"--"] + [case.operand for case in cases]
     done = subprocess.run([os.fsencode(program)] + arguments, cwd=place, env=environment,
                           stdin=subprocess.DEVNULL, capture_output=True, timeout=300, check=False)
+    if preload and os.path.exists(refusals):
+        totals[REFUSALS] += os.path.getsize(refusals)
     totals["trees"] += len(cases)
     totals["runs of the program"] += 1
     good = True
@@ -285,6 +289,8 @@ def main():
     arguments = parser.parse_args()
     os.umask(0o022)
     start, totals, differing = time.monotonic(), collections.Counter(), 0
+    if arguments.preload:
+        totals[REFUSALS] = 0
     seeds = range(arguments.seed, arguments.seed + arguments.trees)
     for batch in range(seeds[0] // BATCH, seeds[-1] // BATCH + 1):
         ofBatch = [s for s in seeds if s // BATCH == batch]

@@ -14,8 +14,8 @@ ORDINARY = [
 # Names that are also extensions, packages by name, near misses of those, parts of packages.
 TELLING = [
     b"jpg", b"JPG", b"txt", b"gz", b"app", b"Tool.APP", b"X.app", b"Helper.Bundle", b"f.framework",
-    b"p.plugin", b"x.KEXT", b"plugins", b"x.plugins", b"app.d", b"letter.rtfd", b"P.photoslibrary",
-    b"Contents", b"Info.plist", b"AppRun", b"a.app.txt", b".app",
+    b"p.plugin", b"x.KEXT", b"plugins", b"x.plugins", b"app.", b"x.ap", b"app.d", b"letter.rtfd",
+    b"P.photoslibrary", b"Contents", b"Info.plist", b"AppRun", b"a.app.txt", b".app",
 ]
 HOSTILE = [
     b"foo.", b"foo..", b"...", b"..a", b"a..b", b"foo.txt.", b" ", b" .txt", b"a. b", b"a .txt",
