@@ -12,33 +12,6 @@ namespace {
 using EmptiedFolders = CProgramTest;
 using Contents = CTemporaryFolder::Contents;
 
-TEST_F(EmptiedFolders, FoldersGoWithAllThatIsInThemAndPackagesStay) {
-  files.WriteFile("top/file", "kept");
-  files.WriteFile("top/X.app/inside", "kept");
-  files.WriteFile("top/sub/.hidden", "goes");
-  files.WriteFile("top/sub/Y.app/inside", "goes");
-  files.MakeFolder("top/.hidden folder/empty");
-  files.WriteFile("elsewhere/precious", "kept");
-  files.MakeSymbolicLink("top/link to folder", "../elsewhere");
-  files.MakeSymbolicLink("top/sub/link", "../../elsewhere");
-  RemoveEmptiedFolders(Ref("top"));
-  EXPECT_EQ(files.Tree(), (Contents{{"elsewhere/", ""},
-                                    {"elsewhere/precious", "kept"},
-                                    {"top/", ""},
-                                    {"top/X.app/", ""},
-                                    {"top/X.app/inside", "kept"},
-                                    {"top/file", "kept"},
-                                    {"top/link to folder", "-> ../elsewhere"}}));
-  EXPECT_EQ(TextsOfLine(1), std::vector<std::string>{"Deleting emptied folders..."});
-}
-
-TEST_F(EmptiedFolders, DroppedPackageLosesItsInnerFolders) {
-  files.WriteFile("X.app/Contents/inside");
-  files.WriteFile("X.app/file");
-  RemoveEmptiedFolders(Ref("X.app"));
-  EXPECT_EQ(files.Tree("X.app"), (Contents{{"file", ""}}));
-}
-
 TEST_F(EmptiedFolders, LockedItemsAreUnlockedFirst) {
   files.WriteFile("top/sub/locked folder/locked file");
   for (const char *item :

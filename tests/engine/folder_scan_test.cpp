@@ -35,31 +35,6 @@ class FolderScan : public CProgramTest {
   }
 };
 
-TEST_F(FolderScan, FindsEveryItemThatIsNoFolder) {
-  files.WriteFile("top/b");
-  files.WriteFile("top/.hidden");
-  files.WriteFile("top/sub/.DS_Store");
-  files.WriteFile("top/sub/c");
-  files.MakeSymbolicLink("top/sub/link", "/nowhere");
-  files.MakeFolder("top/void/void");
-  EXPECT_EQ(Count("top"), 5);
-  EXPECT_EQ(Collect("top"), u".hidden b .DS_Store c link ");
-  EXPECT_EQ(FlattenRun.CollectedFiles.collected, 5);
-  EXPECT_EQ(Count("top/void"), 0);
-}
-
-TEST_F(FolderScan, PackagesAreWholeOnlyWhileTheyAreIgnored) {
-  files.WriteFile("top/sub/X.app/Contents/1");
-  files.WriteFile("top/sub/X.app/Contents/2");
-  files.WriteFile("top/sub/z.kext");
-  EXPECT_EQ(Count("top"), 2);
-  EXPECT_EQ(Collect("top"), u"X.app z.kext ");
-  EXPECT_EQ(Count("top/sub/X.app"), 0) << "nothing in a package that is dropped itself";
-  SetPreference("IgnoreApplications", false);
-  EXPECT_EQ(Count("top"), 3);
-  EXPECT_EQ(Collect("top"), u"1 2 z.kext ");
-}
-
 TEST_F(FolderScan, YieldsAtEveryHundredthItem) {
   MakeFiles("top", 250);
   EXPECT_EQ(Count("top"), 250);

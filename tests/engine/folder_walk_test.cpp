@@ -1,7 +1,6 @@
 #include "engine/folder_walk.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "fsutil/item_info.h"
 #include "tests/support/program_test.h"
@@ -29,20 +28,6 @@ bool NoteVisit(bool, std::uint32_t level, const FSCatalogInfo *, const FSRef *re
   }
   return text == visits.stopAt;
 }
-
-/// Permissions mean nothing to the superuser, so what is refused is tried as somebody else.
-class CUnprivileged {
- public:
-  CUnprivileged() : user_(geteuid()) {
-    if (user_ == 0) {
-      EXPECT_EQ(seteuid(65534), 0);
-    }
-  }
-  ~CUnprivileged() { EXPECT_EQ(seteuid(user_), 0); }
-
- private:
-  uid_t user_;
-};
 
 class FolderWalk : public CProgramTest {
  protected:
@@ -98,23 +83,6 @@ TEST_F(FolderWalk, StopsOnEveryLevelWhenTheFilterSaysSo) {
   EXPECT_EQ(result, noErr);
   visits.stopAt = "a";
   EXPECT_EQ(Walk("top"), (List{"1a"})) << "a folder at which the walk stops is not entered";
-}
-
-TEST_F(FolderWalk, FolderThatMayNotBeListedCountsAsEmpty) {
-  ASSERT_EQ(chmod(files.PathOf("top/a/deep").c_str(), 0311), 0);
-  {
-    const CUnprivileged nobody;
-    EXPECT_EQ(Walk("top"), (List{"1a", "2deep", "1b", "1c.app", "23", "1d"}));
-    EXPECT_EQ(result, noErr);
-  }
-  ASSERT_EQ(chmod(files.PathOf("top/a/deep").c_str(), 0755), 0);
-}
-
-TEST_F(FolderWalk, LinksAreItemsAndNeverFollowed) {
-  files.MakeSymbolicLink("top/a/deep/loop", "../..");
-  files.MakeSymbolicLink("top/z", "a");
-  EXPECT_EQ(Walk("top"),
-            (List{"1a", "2deep", "31", "32", "3loop", "1b", "1c.app", "23", "1d", "1z"}));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "tests/support/program_test.h"
 
-#include <algorithm>
 #include <cstdlib>
 
 #include "app/main_window.h"
@@ -62,20 +61,4 @@ std::vector<std::string> CProgramTest::TextsOfLine(int line) {
 
 void SetPreference(std::string_view key, const CFPreferenceValue &value) {
   CFPreferencesSetAppValue(key, value);
-}
-
-std::string WithoutIdentifiers(std::string text) {
-  constexpr std::string_view kPattern = "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx";
-  const auto matches = [](char pattern, char character) {
-    constexpr std::string_view kDigits = "0123456789ABCDEF";
-    return pattern == 'x' ? kDigits.find(character) != std::string_view::npos
-                          : character == pattern;
-  };
-  while (true) {
-    const auto found =
-        std::search(text.begin(), text.end(), kPattern.begin(), kPattern.end(),
-                    [&](char character, char pattern) { return matches(pattern, character); });
-    if (found == text.end()) return text;
-    text.replace(found, found + kPattern.size(), "U");
-  }
 }

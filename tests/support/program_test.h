@@ -31,6 +31,3 @@ class CProgramTest : public testing::Test {
 };
 
 void SetPreference(std::string_view key, const CFPreferenceValue &value);
-
-/// `text` with each identifier of 36 characters in it written as "U".
-std::string WithoutIdentifiers(std::string text);

@@ -1,8 +1,7 @@
 /// A folder of its own for a test, removed with everything in it at the end.
 ///
-/// Paths given to the members are relative to the folder and are bytes; they may be longer than any
-/// path the kernel takes, since every component is opened from the one before it. A member that
-/// cannot do its work throws std::system_error, which fails the test.
+/// Paths given to the members are relative to the folder and are bytes. A member that cannot do its
+/// work throws, which fails the test.
 #pragma once
 
 #include <map>
@@ -29,11 +28,6 @@ class CTemporaryFolder {
 
   void MakeSymbolicLink(std::string_view relative, std::string_view target) const;
 
-  /// Makes `levels` folders called `name`, one in the other, below `relative`, and a file with
-  /// `content` at the bottom.
-  void MakeDeepTree(std::string_view relative, int levels, std::string_view name,
-                    std::string_view fileName, std::string_view content) const;
-
   std::string ReadFile(std::string_view relative) const;
 
   /// Whether there is an item, a dangling link included.
@@ -45,7 +39,7 @@ class CTemporaryFolder {
   using Contents = std::map<std::string, std::string>;
   Contents Tree(std::string_view relative = {}) const;
 
-  /// Removes an item and everything in it, also what is read-only or immutable.
+  /// Removes an item and everything in it, also what is read-only.
   void Remove(std::string_view relative) const;
 
  private:

@@ -62,19 +62,6 @@ class FileManager : public testing::Test {
   CTemporaryFolder folder_;
 };
 
-/// Runs `body` in a child that has given its privileges up; its answer is the body's, at most 255.
-template <typename Body>
-int AsAnotherUser(Body body) {
-  const pid_t child = fork();
-  if (child == 0) {
-    if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(255);
-    _exit(body());
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 255;
-}
-
 TEST_F(FileManager, EveryNameOnDiskMakesTheRoundTrip) {
   const std::vector<std::string> names = {"plain.txt",    "caf\xC3\xA9",
                                           "cafe\xCC\x81", "\xF0\x9F\x93\xB7.jpg",
@@ -110,7 +97,7 @@ TEST_F(FileManager, EveryNameOnDiskMakesTheRoundTrip) {
   }
 }
 
-TEST_F(FileManager, IteratorsDeliverItemsInByteOrderWithTheFolderBit) {
+TEST_F(FileManager, IteratorsDeliverItemsInByteOrder) {
   for (const char *name : {"b", "a", "B", "a.txt", "\xFF", "abcdefgh2", "abcdefgh1", ".hidden"}) {
     folder_.WriteFile(name);
   }
@@ -120,18 +107,6 @@ TEST_F(FileManager, IteratorsDeliverItemsInByteOrderWithTheFolderBit) {
   EXPECT_EQ(NamesIn(RefAt(""), kFSIterateFlat),
             (std::vector<std::string>{".hidden", "B", "a", "a.txt", "aa", "abcdefgh1", "abcdefgh2",
                                       "b", "link", "pipe", "\xFF"}));
-
-  FSIterator iterator;
-  ASSERT_EQ(FSOpenIterator(RefAt(""), kFSIterateFlat, &iterator), noErr);
-  std::array<FSCatalogInfo, 20> infos;
-  std::uint32_t actual = 0;
-  EXPECT_EQ(FSGetCatalogInfoBulk(iterator, 20, &actual, nullptr, kFSCatInfoNodeFlags, infos.data(),
-                                 nullptr, nullptr, nullptr),
-            errFSNoMoreItems);
-  ASSERT_EQ(actual, 11u);
-  for (std::uint32_t i = 0; i < actual; ++i) {
-    EXPECT_EQ(infos[i].nodeFlags, i == 4 ? kFSNodeIsDirectoryMask : 0) << i;
-  }
 }
 
 TEST_F(FileManager, MovingNeverReplacesWhetherTheKernelHelpsOrNot) {
@@ -266,55 +241,6 @@ TEST_F(FileManager, APathIsLookedUpAfreshWhenItsFolderWasReplaced) {
   EXPECT_EQ(FSPathMakeRef(folder_.PathOf("photos/a").c_str(), &ref, nullptr), fnfErr);
 }
 
-TEST_F(FileManager, AnyDepthWorksWithFewDescriptors) {
-  folder_.MakeDeepTree("deep", 1500, "level", "bottom.txt", "deep down");
-  rlimit limit{};
-  getrlimit(RLIMIT_NOFILE, &limit);
-  const rlimit few{16, limit.rlim_max};
-  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
-  std::vector<FSRef> chain = {RefAt("deep")};
-  for (;;) {
-    FSIterator iterator;
-    ASSERT_EQ(FSOpenIterator(chain.back(), kFSIterateFlat, &iterator), noErr) << chain.size();
-    FSRef item;
-    std::uint32_t actual = 0;
-    ASSERT_EQ(FSGetCatalogInfoBulk(iterator, 1, &actual, nullptr, kFSCatInfoNone, nullptr, &item,
-                                   nullptr, nullptr),
-              noErr);
-    chain.push_back(item);
-    if (IsKnownPlainItem(item)) break;
-  }
-  ASSERT_EQ(chain.size(), 1502u);
-  std::array<char, 4096> path;
-  EXPECT_EQ(FSRefMakePath(chain.back(), path.data(), path.size()), bdNamErr);
-  CloseFolderDescriptors();
-  FSRef moved;
-  ASSERT_EQ(FSMoveObject(chain.back(), chain.front(), &moved), noErr);
-  EXPECT_EQ(PathOf(moved), folder_.PathOf("deep/bottom.txt"));
-  chain.pop_back();
-  for (; chain.size() > 1; chain.pop_back()) ASSERT_EQ(FSDeleteObject(chain.back()), noErr);
-  setrlimit(RLIMIT_NOFILE, &limit);
-  EXPECT_EQ(folder_.Tree("deep"), (CTemporaryFolder::Contents{{"bottom.txt", "deep down"}}));
-}
-
-TEST_F(FileManager, ARefusalToListIsReportedByTheFirstRead) {
-  folder_.WriteFile("closed/a");
-  chmod(folder_.PathOf("closed").c_str(), 0);
-  const std::string path = folder_.PathOf("closed");
-  EXPECT_EQ(AsAnotherUser([&] {
-              FSRef closed;
-              FSIterator iterator;
-              std::uint32_t actual = 0;
-              if (FSPathMakeRef(path.c_str(), &closed, nullptr) != noErr) return 1;
-              if (FSOpenIterator(closed, kFSIterateFlat, &iterator) != noErr) return 2;
-              return FSGetCatalogInfoBulk(iterator, 1, &actual, nullptr, kFSCatInfoNone, nullptr,
-                                          nullptr, nullptr, nullptr) == afpAccessDenied
-                         ? 0
-                         : 3;
-            }),
-            0);
-}
-
 TEST_F(FileManager, UnlockingGivesTheOwnerWritePermissionButNeverThroughOtherLinks) {
   folder_.WriteFile("alone");
   folder_.WriteFile("linked");
@@ -354,26 +280,6 @@ TEST_F(FileManager, AMountedFolderIsBusyToADeletingIterator) {
     EXPECT_EQ(umount(target.c_str()), 0) << "an idle program must not keep a volume busy";
   }
   EXPECT_EQ(folder_.ReadFile("elsewhere/keep"), "keep");
-}
-
-TEST_F(FileManager, FinderInformationComesFromTheAttributesOfCopies) {
-  std::array<char, 32> bytes{};
-  bytes[8] = 0x40;
-  bytes[16] = 0x11;
-  const char *const attributes[] = {"user.com.apple.FinderInfo", "osx.com.apple.FinderInfo"};
-  folder_.WriteFile("plain");
-  folder_.WriteFile("hidden");
-  // Only the first kind can be written here; the other belongs to a file system's driver.
-  ASSERT_EQ(setxattr(folder_.PathOf("hidden").c_str(), attributes[0], bytes.data(), 32, 0), 0);
-  for (const char *name : {"plain", "hidden"}) {
-    FSCatalogInfo info{};
-    ASSERT_EQ(FSGetCatalogInfo(RefAt(name), kFSCatInfoFinderInfo | kFSCatInfoFinderXInfo, &info,
-                               nullptr, nullptr, nullptr),
-              noErr);
-    const bool isHidden = std::string_view(name) == "hidden";
-    EXPECT_EQ(info.finderInfo[8], isHidden ? 0x40 : 0) << name;
-    EXPECT_EQ(info.extFinderInfo[0], isHidden ? 0x11 : 0) << name;
-  }
 }
 
 TEST_F(FileManager, SpecificationsAndAliasesLeadBackToTheItem) {

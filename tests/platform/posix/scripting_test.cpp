@@ -46,30 +46,6 @@ class Scripting : public testing::Test {
   CTemporaryFolder folder_;
 };
 
-TEST_F(Scripting, AnAliasIsALinkUnderTheNextFreeName) {
-  folder_.WriteFile("top/in/file.txt", "content");
-  folder_.WriteFile("top/in/bad\xFF\n\xCC\x81name", "bytes");
-  folder_.WriteFile("top/file.txt alias 3", "mine");
-  const std::string target = folder_.PathOf("top/in/file.txt");
-  EXPECT_EQ(MakeAlias("top/in/file.txt", "top"), noErr);
-  EXPECT_EQ(MakeAlias("top/in/file.txt", "top/in"), noErr);
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(MakeAlias("top/in/file.txt", "top"), noErr);
-  EXPECT_EQ(MakeAlias("top/in/bad\xFF\n\xCC\x81name", "top"), noErr);
-  EXPECT_EQ(folder_.Tree("top"),
-            (CTemporaryFolder::Contents{
-                {"in/", ""},
-                {"in/file.txt", "content"},
-                {"in/file.txt alias", "-> " + target},
-                {"in/bad\xFF\n\xCC\x81name", "bytes"},
-                {"file.txt", "-> " + target},
-                {"file.txt alias", "-> " + target},
-                {"file.txt alias 2", "-> " + target},
-                {"file.txt alias 3", "mine"},
-                {"file.txt alias 4", "-> " + target},
-                {"bad\xFF\n\xCC\x81name", "-> " + folder_.PathOf("top/in/bad\xFF\n\xCC\x81name")},
-            }));
-}
-
 TEST_F(Scripting, WhatCannotBeMadeIsAScriptError) {
   folder_.WriteFile("a/file");
   folder_.WriteFile("other");
@@ -80,18 +56,6 @@ TEST_F(Scripting, WhatCannotBeMadeIsAScriptError) {
   EXPECT_EQ(MakeAlias("a/file", ""), errOSAScriptError);
   EXPECT_EQ(folder_.Tree(),
             (CTemporaryFolder::Contents{{"a/", ""}, {"a/file", ""}, {"other", ""}}));
-}
-
-TEST_F(Scripting, LiteralsAreReadAsTheLanguageHasThem) {
-  folder_.WriteFile("in/q\"b\\t\tn\nr\r");
-  const std::string in = folder_.PathOf("in/");
-  EXPECT_EQ(Run(Script(in + "q\\\"b\\\\t\\tn\\nr\\r", folder_.Path())), noErr);
-  EXPECT_TRUE(folder_.Exists("q\"b\\t\tn\nr\r"));
-  // As the path stands, without escapes, the quote ends the literal.
-  EXPECT_EQ(Run(Script(in + "q\"b\\t\tn\nr\r", folder_.Path())), OSASyntaxError);
-  for (const char *unknown : {"\\q", "\\0", "\\", "\\u0041"}) {
-    EXPECT_EQ(Run(Script(in + unknown, folder_.Path())), OSASyntaxError) << unknown;
-  }
 }
 
 TEST_F(Scripting, OnlyTheOneCommandCompiles) {
