@@ -38,12 +38,4 @@ TEST(ShortStrings, WriteNumbersInDecimal) {
   }
 }
 
-TEST(ShortStrings, ConvertUnicodeToMacRoman) {
-  ShortString text = "before";
-  EXPECT_STREQ(CopyCFStringToCString(text, u"caf\u00E9"), "caf\x8E");
-  EXPECT_STREQ(CopyCFStringToCString(text, u"cafe\u0301"), "caf\x8E") << "accents are composed";
-  EXPECT_STREQ(CopyCFStringToCString(text, u""), "");
-  EXPECT_EQ(std::string(CopyCFStringToCString(text, std::u16string(300, u'x'))).size(), 255u);
-}
-
 }  // namespace

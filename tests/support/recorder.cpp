@@ -19,15 +19,9 @@ struct OpaqueIcon {};
 struct OpaqueMenu {};
 struct OpaquePort {};
 
-struct OpaqueControl {
-  std::string key;  ///< the name under which it is recorded
-  RecordedControl *state;
-};
-
 struct OpaqueWindow {
   std::string name;
   EventTargetRef target = NewEventTarget();
-  std::map<std::int32_t, OpaqueControl> controls;
   OpaquePort port;
 };
 
@@ -126,8 +120,11 @@ std::vector<std::string> CRecorder::CallsBeginningWith(std::string_view prefix) 
   return matching;
 }
 
-RecordedControl &CRecorder::Control(std::int32_t id, std::string_view window) {
-  return controls_[ControlKey(id, window)];
+OpaqueControl &CRecorder::Control(std::int32_t id, std::string_view window) {
+  const std::string key = ControlKey(id, window);
+  OpaqueControl &control = controls_[key];
+  control.key = key;
+  return control;
 }
 
 OSErr CRecorder::TrackDrag(DragTrackingMessage message, DragRef drag) {
@@ -145,7 +142,6 @@ OSErr CRecorder::DropDrag(DragRef drag) {
 void CRecorder::Yield() {
   const int yield = ++yields_;
   if (atEachYield_) atEachYield_(yield);
-  if (auto action = atYield_.extract(yield)) action.mapped()();
 }
 
 void CRecorder::RunEventLoop() {
@@ -208,7 +204,6 @@ void BringToFront(WindowRef window) {
 OSStatus SetWindowTitleWithCFString(WindowRef window, const std::u16string &title) {
   if (window == nullptr) return paramErr;
   Record("SetWindowTitle", Quoted(Readable(title)));
-  Recorder().windowTitle = title;
   return noErr;
 }
 
@@ -272,52 +267,44 @@ EventTargetRef GetWindowEventTarget(WindowRef window) {
 
 OSStatus GetControlByID(WindowRef window, const ControlID &id, ControlRef *control) {
   if (window == nullptr) return paramErr;
-  const std::string key = ControlKey(id.id, window->name);
-  Record("GetControlByID", key);
+  Record("GetControlByID", ControlKey(id.id, window->name));
   if (id.signature != FourChars("CNTL") || Recorder().missingControls.contains(id.id))
     return paramErr;
-  RecordedControl *state = &Recorder().Control(id.id, window->name);
-  *control = &window->controls.insert({id.id, OpaqueControl{key, state}}).first->second;
+  *control = &Recorder().Control(id.id, window->name);
   return noErr;
 }
 
 void ShowControl(ControlRef control) {
-  if (RecordControlCall("ShowControl", control) == noErr) control->state->shown = true;
+  if (RecordControlCall("ShowControl", control) == noErr) control->shown = true;
 }
 
 void HideControl(ControlRef control) {
-  if (RecordControlCall("HideControl", control) == noErr) control->state->shown = false;
+  if (RecordControlCall("HideControl", control) == noErr) control->shown = false;
 }
 
 OSStatus EnableControl(ControlRef control) {
-  const OSStatus status = RecordControlCall("EnableControl", control);
-  if (status == noErr) control->state->enabled = true;
-  return status;
+  return RecordControlCall("EnableControl", control);
 }
 
 OSStatus DisableControl(ControlRef control) {
-  const OSStatus status = RecordControlCall("DisableControl", control);
-  if (status == noErr) control->state->enabled = false;
-  return status;
+  return RecordControlCall("DisableControl", control);
 }
 
 void SetControlMinimum(ControlRef control, std::int16_t minimum) {
-  if (RecordControlCall("SetControlMinimum", control, std::to_string(minimum)) == noErr)
-    control->state->minimum = minimum;
+  RecordControlCall("SetControlMinimum", control, std::to_string(minimum));
 }
 
 void SetControlMaximum(ControlRef control, std::int16_t maximum) {
-  if (RecordControlCall("SetControlMaximum", control, std::to_string(maximum)) == noErr)
-    control->state->maximum = maximum;
+  RecordControlCall("SetControlMaximum", control, std::to_string(maximum));
 }
 
 void SetControlValue(ControlRef control, std::int16_t value) {
   if (RecordControlCall("SetControlValue", control, std::to_string(value)) == noErr)
-    control->state->value = value;
+    control->value = value;
 }
 
 std::int16_t GetControlValue(ControlRef control) {
-  return control == nullptr ? std::int16_t{0} : control->state->value;
+  return control == nullptr ? std::int16_t{0} : control->value;
 }
 
 OSStatus SetControlData(ControlRef control, ControlPartCode part, OSType tag, std::size_t size,
@@ -325,7 +312,7 @@ OSStatus SetControlData(ControlRef control, ControlPartCode part, OSType tag, st
   if (part != kControlEntireControl || tag != kControlStaticTextTextTag) return paramErr;
   const std::string text(static_cast<const char *>(data), size);
   const OSStatus status = RecordControlCall("SetControlData", control, Quoted(text));
-  if (status == noErr) control->state->text = text;
+  if (status == noErr) control->text = text;
   return status;
 }
 

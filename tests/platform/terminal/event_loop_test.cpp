@@ -147,21 +147,6 @@ TEST(EventLoop, QuitEndsItWhileATimerWaits) {
             "quit 143");
 }
 
-TEST(ExitToShell, EndsWithTheStatusOfTheRun) {
-  const auto exitAfter = [](int signal, const std::vector<std::string> &operands) {
-    return RunOnPipe([&]() -> int {
-             StartTerminal(true);
-             (void)TakeOperands(operands, false);
-             if (signal != 0) std::raise(signal);
-             ExitToShell();
-           })
-        .status;
-  };
-  EXPECT_EQ(exitAfter(0, {}), 0);
-  EXPECT_EQ(exitAfter(0, {"/nowhere at all"}), 1);
-  EXPECT_EQ(exitAfter(SIGINT, {"/nowhere at all"}), 130);
-}
-
 TEST(StandardStreams, StatusIsNeverWrittenIntoAFileOfTheUser) {
   const CTemporaryFolder folder;
   folder.WriteFile("precious", "kept");
