@@ -155,6 +155,15 @@ class DesktopCase(unittest.TestCase):
         run("xdotool", "windowactivate", "--sync", self.window)
         return self.process
 
+    def start_portal(self, script, *arguments):
+        """Starts one of the stand-ins for the desktop's portals, and waits for its name."""
+        portal = subprocess.Popen(
+            ["/usr/bin/python3", os.path.join(os.path.dirname(__file__), script), *arguments],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        self.processes.append(portal)
+        portal.stdout.readline()
+        return portal
+
     def assertRunning(self):
         self.assertIsNone(self.process.poll(), "the program has ended")
 

@@ -1,17 +1,21 @@
-// A program to drag from: drag_source FORMAT TEXT opens a small window that is one draggable thing,
-// TEXT in the format FORMAT.
+// A program to drag from: drag_source FORMAT TEXT [FORMAT TEXT]... opens a small window that is one
+// draggable thing, TEXT in the format FORMAT. A "\0" in TEXT stands for the byte.
 #include <QApplication>
 #include <QDrag>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QWidget>
 #include <cstdio>
+#include <utility>
+#include <vector>
 
 namespace {
 
+using Formats = std::vector<std::pair<QString, QByteArray>>;
+
 class DragSource final : public QWidget {
  public:
-  DragSource(QString format, QByteArray text) : format_(std::move(format)), text_(std::move(text)) {
+  explicit DragSource(Formats formats) : formats_(std::move(formats)) {
     setWindowFlag(Qt::X11BypassWindowManagerHint);
     setGeometry(0, 0, 80, 80);
     setWindowTitle(QStringLiteral("drag source"));
@@ -23,7 +27,7 @@ class DragSource final : public QWidget {
   void mouseMoveEvent(QMouseEvent *event) override {
     if (!(event->buttons() & Qt::LeftButton)) return;
     auto *dragged = new QMimeData;
-    dragged->setData(format_, text_);
+    for (const auto &[format, text] : formats_) dragged->setData(format, text);
     auto *drag = new QDrag(this);
     drag->setMimeData(dragged);
     std::printf("%d\n", static_cast<int>(drag->exec(Qt::CopyAction | Qt::MoveAction)));
@@ -31,17 +35,20 @@ class DragSource final : public QWidget {
   }
 
  private:
-  QString format_;
-  QByteArray text_;
+  Formats formats_;
 };
 
 }  // namespace
 
 int main(int argc, char **argv) {
-  if (argc != 3) return 2;
+  if (argc < 3 || argc % 2 == 0) return 2;
   int count = 1;
   QApplication application(count, argv);
-  DragSource source(QString::fromLocal8Bit(argv[1]), argv[2]);
+  Formats formats;
+  for (int i = 1; i < argc; i += 2)
+    formats.emplace_back(QString::fromLocal8Bit(argv[i]),
+                         QByteArray(argv[i + 1]).replace("\\0", QByteArray(1, '\0')));
+  DragSource source(std::move(formats));
   source.show();
   return QApplication::exec();
 }

@@ -19,21 +19,29 @@ def call(method, *arguments):
 
 
 class Drags(DesktopCase):
-    def drag(self, kind, text):
-        """Drags from another program's window and holds over this one's middle."""
-        source = subprocess.Popen([os.environ["VANNERLY_DRAG_SOURCE"], kind, text], text=True,
+    def drag(self, *formats):
+        """Drags from another program's window and holds over this one's middle; what is dragged is
+        a format, its text, another format, and so on."""
+        source = subprocess.Popen([os.environ["VANNERLY_DRAG_SOURCE"], *formats], text=True,
                                   stdout=subprocess.PIPE)
         self.processes.append(source)
         wait_until(lambda: run("xdotool", "search", "--onlyvisible", "--name", "drag source"),
                    "no drag source")
         time.sleep(0.3)
-        left, top, width, height = self.content()
         self.pointer(30, 30, "mousedown", "1")
-        for x, y in ((34, 34), (60, 60), (left + 40, top + 40), (left + width // 2 - 3,
-                     top + height // 2), (left + width // 2, top + height // 2)):
+        self.pass_over((34, 34), (60, 60))
+        self.enter()
+        return source
+
+    def pass_over(self, *points):
+        for x, y in points:
             self.pointer(x, y)
             time.sleep(0.15)
-        return source
+
+    def enter(self):
+        left, top, width, height = self.content()
+        self.pass_over((left + 40, top + 40), (left + width // 2 - 3, top + height // 2),
+                       (left + width // 2, top + height // 2))
 
     def drop(self, source):
         """Lets go; answers the action that the source was told of (0 none, 1 copy, 2 move)."""
@@ -78,6 +86,52 @@ class Drags(DesktopCase):
         self.pointer(5, 500)
         wait_until(lambda: self.frame_colors() == plain, "the frame stays")
         self.quit()
+
+    def test_files_of_a_sandboxed_program(self):
+        first, second, listed = (self.make_folder(name) for name in ("drop é", "drop 2", "drop 3"))
+        portal = self.start_portal("file_transfer_portal.py", f"both={first}", f"both={second}",
+                                   f"home={os.environ['HOME']}", f"gone={self.place}/missing",
+                                   f"spare={self.place}")
+        plain = self.open_idle()
+        # The list names what only the sandbox sees; the key ends as C programs end their text.
+        source = self.drag("text/uri-list", "file:///app/of/the/sandbox\r\n",
+                           "application/vnd.portal.filetransfer", "both\\0")
+        wait_until(lambda: self.frame_colors() != plain, "no frame")
+        # The portal would not hand them out again to a drag that comes back.
+        self.pass_over((60, 60), (40, 40))
+        wait_until(lambda: self.frame_colors() == plain, "the frame stays")
+        self.enter()
+        self.assertEqual(self.drop(source), 1)
+        wait_until(lambda: self.moved(first) == 4 and self.moved(second) == 4, "not flattened")
+        self.assertComplete(first, 4)
+        self.wait_until_idle()
+        source.kill()
+        source.wait()
+        # A list that can be used is taken at its word, and the transfer left to others.
+        source = self.drag("text/uri-list", f"file://{listed}\r\n",
+                           "application/vnd.portal.files", "spare")
+        self.assertEqual(self.drop(source), 1)
+        wait_until(lambda: self.moved(listed) == 4, "not flattened")
+        self.quit()
+        source.kill()
+        source.wait()
+
+        for key in ("home", "gone", "unknown", "silent", None):
+            with self.subTest(key):
+                if key is None:
+                    portal.kill()
+                    asked = portal.stdout.read().split()
+                    # A silent portal may be asked again while the drag moves about.
+                    self.assertEqual(asked[:5], ["both", "home", "gone", "unknown", "silent"])
+                self.open_idle()
+                source = self.drag("application/vnd.portal.files", key or "both")
+                time.sleep(1.5)
+                self.assertEqual(self.frame_colors(), plain, "a frame that promises a drop")
+                self.assertEqual(self.drop(source), 0)
+                self.wait_until_idle()
+                self.quit()
+                source.kill()
+                source.wait()
 
     def test_what_is_no_file_here_is_refused(self):
         home = os.environ["HOME"]

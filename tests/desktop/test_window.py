@@ -190,7 +190,7 @@ class Window(DesktopCase):
                 check=True, stdout=subprocess.PIPE).stdout
             return sum(corner[:3]) / 3
 
-        portal = self.start_settings_portal()
+        portal = self.start_portal("settings_portal.py")
         self.open_window()
         wait_until(lambda: brightness() < 90, "not dark though the desktop is")
         portal.stdin.write("2\n")
@@ -201,15 +201,6 @@ class Window(DesktopCase):
         geometry = run("xdotool", "getwindowgeometry", self.window)
         self.assertRegex(geometry, r"Geometry: 1040x720")
         self.quit()
-
-    def start_settings_portal(self):
-        """A stand-in for the desktop's settings: dark, until it reads another number."""
-        portal = subprocess.Popen(
-            ["/usr/bin/python3", os.path.join(os.path.dirname(__file__), "settings_portal.py")],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-        self.processes.append(portal)
-        portal.stdout.readline()
-        return portal
 
 
 if __name__ == "__main__":
