@@ -14,6 +14,7 @@
 #include "platform/desktop/documents.h"
 #include "platform/desktop/plain_text.h"
 #include "platform/desktop/quit_signals.h"
+#include "platform/posix/stack_limit.h"
 #include "platform/preferences.h"
 
 namespace {
@@ -112,6 +113,7 @@ void OpenWhenLoopRuns(const std::vector<ItemAtDoor> &items) {
 std::optional<int> OpenDesktop(int argc, char **argv) {
   const CommandLine commandLine = ReadCommandLine(argc, argv);
   if (commandLine.exitStatus) return commandLine.exitStatus;
+  LetStackGrow();
   StartQt(argv);
 
   const std::vector<ItemAtDoor> items = LetOperandsIn(commandLine.operands);

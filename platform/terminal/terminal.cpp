@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "platform/icons.h"
+#include "platform/posix/stack_limit.h"
 #include "platform/preferences.h"
 #include "platform/processes.h"
 #include "platform/terminal/event_loop.h"
@@ -30,6 +31,7 @@ void OpenStandardStreams() {
 }  // namespace
 
 void StartTerminal(bool isQuiet) {
+  LetStackGrow();
   OpenStandardStreams();
   CatchSignals();
   StartStatusView(isQuiet);
