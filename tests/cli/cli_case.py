@@ -4,7 +4,6 @@ VANNERLY_CLI is the path of the program, VANNERLY_OTHER_DISK that of the library
 other_disk.cpp. All names are text; os.fsencode's escapes stand for bytes that are no text.
 """
 
-import hashlib
 import os
 import re
 import resource
@@ -99,11 +98,6 @@ class CliCase(unittest.TestCase):
                     with open(path, "rb") as file:
                         found.append(file.read().decode(errors="surrogateescape"))
         return found
-
-    def hashes(self, folder):
-        """What tells all files' contents from those of other files, sorted."""
-        return sorted(hashlib.sha256(content.encode(errors="surrogateescape")).hexdigest()
-                      for content in self.contents(folder))
 
     # Runs --------------------------------------------------------------------------------------
 

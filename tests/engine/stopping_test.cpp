@@ -13,7 +13,9 @@ using Contents = CTemporaryFolder::Contents;
 /// Each of these acts during the first yield at which a status line shows a text.
 class Stopping : public CProgramTest {
  protected:
-  Stopping() {
+  Stopping() { MakeFolders(); }
+
+  void MakeFolders() const {
     for (const char *folder : {"one", "two"}) {
       for (const char *name : {"a", "b", "c"}) {
         files.WriteFile(std::string(folder) + "/sub/" + name, name);
@@ -61,11 +63,7 @@ TEST_F(Stopping, StopEndsOneFolderAndQuitAll) {
     for (const bool quits : {false, true}) {
       files.Remove("one");
       files.Remove("two");
-      for (const char *folder : {"one", "two"}) {
-        for (const char *name : {"a", "b", "c"}) {
-          files.WriteFile(std::string(folder) + "/sub/" + name, name);
-        }
-      }
+      MakeFolders();
       Recorder().Control(1).text.clear();
       Recorder().Control(6).text.clear();
       FlattenRun.QuitRequested = false;

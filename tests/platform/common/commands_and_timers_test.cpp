@@ -3,6 +3,7 @@
 
 #include "platform/common/event_dispatch.h"
 #include "platform/common/timers.h"
+#include "tests/support/commands.h"
 #include "tests/support/recorder.h"
 
 namespace {
@@ -108,26 +109,15 @@ TEST(Commands, HandlerMayDisposeOfItsOwnTarget) {
 }
 
 TEST(Commands, ParameterIsReadOnlyByItsTypeAndSize) {
-  static int checks;
-  checks = 0;
-  const EventTargetRef target = NewEventTarget();
-  const auto check = [](EventHandlerCallRef, EventRef event, void *) -> OSStatus {
-    char data[32] = "untouched";
-    const OSType name = kEventParamDirectObject;
-    EXPECT_EQ(GetEventParameter(event, name, typeHICommand, sizeof data, data),
-              eventParameterNotFoundErr);
-    EXPECT_EQ(GetEventParameter(event, name, FourChars("TEXT"), sizeof(HICommand), data),
-              eventParameterNotFoundErr);
-    EXPECT_EQ(GetEventParameter(event, FourChars("none"), typeHICommand, sizeof(HICommand), data),
-              eventParameterNotFoundErr);
+  const CarbonEvent event = MakeCommandEvent(FourChars("test"));
+  char data[32] = "untouched";
+  for (const auto &[name, type, size] :
+       {std::tuple{kEventParamDirectObject, typeHICommand, sizeof data},
+        {kEventParamDirectObject, FourChars("TEXT"), sizeof(HICommand)},
+        {FourChars("none"), typeHICommand, sizeof(HICommand)}}) {
+    EXPECT_EQ(GetEventParameter(&event, name, type, size, data), eventParameterNotFoundErr);
     EXPECT_STREQ(data, "untouched");
-    ++checks;
-    return noErr;
-  };
-  ASSERT_EQ(InstallEventHandler(target, check, kCommands, nullptr), noErr);
-  (void)SendCommand(target, FourChars("test"));
-  EXPECT_EQ(checks, 1);
-  DisposeEventTarget(target);
+  }
 }
 
 TEST_F(Timers, FireWhenDueInTheirOrder) {

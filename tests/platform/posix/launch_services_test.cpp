@@ -147,18 +147,6 @@ TEST_F(LaunchServices, AFolderThatCannotBeLookedIntoIsKeptWhole) {
   EXPECT_EQ(flags, kPackage);
 }
 
-TEST_F(LaunchServices, AVanishedItemIsAnError) {
-  folder_.MakeFolder("gone");
-  FSRef ref{};
-  ASSERT_EQ(FSPathMakeRef(folder_.PathOf("gone").c_str(), &ref, nullptr), noErr);
-  std::u16string name;
-  EXPECT_EQ(LSCopyDisplayNameForRef(ref, &name), noErr);
-  EXPECT_EQ(name, u"gone");
-  folder_.Remove("gone");
-  LSItemInfoRecord info{};
-  EXPECT_EQ(LSCopyItemInfoForRef(ref, kLSRequestBasicFlagsOnly, &info), fnfErr);
-}
-
 TEST(PropertyLists, HostileOnesAreRefusedAtOnce) {
   const std::string_view key = "CFBundlePackageType";
   // Objects that each mention the next one twice: 2^60 objects when they are all written out.

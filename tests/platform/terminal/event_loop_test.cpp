@@ -1,10 +1,11 @@
 // Signals as commands, timers, the folders to open, and the exit status.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <functional>
 
 #include "platform/apple_events.h"
 #include "platform/common/timers.h"
@@ -13,7 +14,6 @@
 #include "platform/processes.h"
 #include "platform/terminal/terminal.h"
 #include "platform/windows.h"
-#include "tests/platform/terminal/terminal_session.h"
 #include "tests/support/temporary_folder.h"
 
 namespace {
@@ -52,13 +52,24 @@ void Arm(double delay, EventLoopTimerProc procedure) {
 
 /// Runs `body`, which adds to `events`, in a child; answers them with the exit status behind.
 std::string EventsOf(const std::function<void()> &body) {
-  const auto session = RunOnPipe([&] {
-    events.clear();
+  int ends[2];
+  EXPECT_EQ(pipe(ends), 0);
+  const pid_t child = fork();
+  if (child == 0) {
     body();
-    (void)!write(STDERR_FILENO, events.data(), events.size());
-    return TerminalExitStatus();
-  });
-  return session.output + std::to_string(session.status);
+    (void)!write(ends[1], events.data(), events.size());
+    _exit(TerminalExitStatus());
+  }
+  close(ends[1]);
+  char buffer[200];
+  std::string output;
+  for (ssize_t count; (count = read(ends[0], buffer, sizeof buffer)) > 0;)
+    output.append(buffer, static_cast<std::size_t>(count));
+  close(ends[0]);
+  int status = 0;
+  waitpid(child, &status, 0);
+  return output +
+         (WIFEXITED(status) ? std::to_string(WEXITSTATUS(status)) : "a signal has ended it");
 }
 
 }  // namespace
@@ -150,13 +161,13 @@ TEST(EventLoop, QuitEndsItWhileATimerWaits) {
 TEST(StandardStreams, StatusIsNeverWrittenIntoAFileOfTheUser) {
   const CTemporaryFolder folder;
   folder.WriteFile("precious", "kept");
-  const auto session = RunOnPipe([&] {
-    close(STDERR_FILENO);
-    StartTerminal(false);
-    const int file = open(folder.PathOf("precious").c_str(), O_RDWR);
-    ReportProblem("nobody reads this");
-    return file > STDERR_FILENO ? 0 : 1;
-  });
-  EXPECT_EQ(session.status, 0);
+  EXPECT_EQ(EventsOf([&] {
+              close(STDERR_FILENO);
+              StartTerminal(false);
+              const int file = open(folder.PathOf("precious").c_str(), O_RDWR);
+              ReportProblem("nobody reads this");
+              events = file > STDERR_FILENO ? "another one " : "standard error ";
+            }),
+            "another one 0");
   EXPECT_EQ(folder.ReadFile("precious"), "kept");
 }
