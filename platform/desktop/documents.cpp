@@ -64,6 +64,17 @@ QStringList PathsOfTransfer(const QString &key) {
   return lastPaths;
 }
 
+/// The key under which a file-transfer portal holds the dragged files; empty when none is offered.
+QByteArray KeyOfTransfer(const QMimeData &data) {
+  for (const char *format :
+       {"application/vnd.portal.filetransfer", "application/vnd.portal.files"}) {
+    QByteArray key = data.data(QLatin1String(format));
+    while (key.endsWith('\0')) key.chop(1);
+    if (!key.isEmpty()) return key;
+  }
+  return {};
+}
+
 }  // namespace
 
 std::optional<std::string> LocalPathFromUri(std::string_view uri) {
@@ -124,24 +135,17 @@ ItemAtDoor LetInOperand(const std::string &operand) {
 
 std::vector<std::optional<FSRef>> ItemsOfDrag(const QMimeData &data) {
   std::vector<std::optional<FSRef>> items;
-  bool hasItem = false;
-  const auto add = [&](const std::optional<std::string> &path) {
+  const auto add = [&items](const std::optional<std::string> &path) {
     items.push_back(path ? LetIn(*path).item : std::nullopt);
-    hasItem = hasItem || items.back();
   };
-  for (const std::string &uri : LinesOfUriList(data.data(QStringLiteral("text/uri-list"))))
-    add(LocalPathFromUri(uri));
-  if (hasItem) return items;
-
-  for (const char *format :
-       {"application/vnd.portal.filetransfer", "application/vnd.portal.files"}) {
-    QByteArray key = data.data(QLatin1String(format));
-    while (key.endsWith('\0')) key.chop(1);
-    if (key.isEmpty()) continue;
-    items.clear();
+  // Where the portal is offered only its answer counts: the list beside it may name what stands at
+  // those paths in the source's sandbox, and here they may lead to other folders.
+  if (const QByteArray key = KeyOfTransfer(data); !key.isEmpty()) {
     for (const QString &path : PathsOfTransfer(QString::fromUtf8(key)))
       add(path.toLocal8Bit().toStdString());
-    break;
+  } else {
+    for (const std::string &uri : LinesOfUriList(data.data(QStringLiteral("text/uri-list"))))
+      add(LocalPathFromUri(uri));
   }
   // What is dragged but names no file still counts as an item.
   if (items.empty() && !data.formats().isEmpty()) items.emplace_back();
