@@ -20,21 +20,21 @@ SLOW = 50_000  # microseconds that a rename takes longer: each file is drawn the
 def screen(output, columns=80):
     """The lines that stand on a terminal after `output`. Anything that a well-behaved drawing has no
     need of is an error: another control, a line too wide, one drawn over that has scrolled away."""
-    lines, row, isAtStart = [""], 0, True
+    lines, row, column = [""], 0, 0
     for token in re.findall(r"\x1b\[\d*[A-Z]|[\s\S]", output):
         if token == "\r":
-            isAtStart = True
+            column = 0
         elif token == "\n":
             row += 1
             lines += [""] * (row == len(lines))
-        elif token in ("\x1b[K", "\x1b[J") and isAtStart:
-            lines[row:] = [""] + lines[row + 1:] * (token == "\x1b[K")
+        elif token in ("\x1b[K", "\x1b[J"):
+            lines[row:] = [lines[row][:column]] + lines[row + 1:] * (token == "\x1b[K")
         elif re.fullmatch(r"\x1b\[\d+A", token) and int(token[2:-1]) <= row:
             row -= int(token[2:-1])
         elif token.isprintable():
-            lines[row] = token if isAtStart else lines[row] + token
-            isAtStart = False
-            if len(lines[row]) > columns:
+            lines[row] = lines[row][:column] + token + lines[row][column + 1:]
+            column += 1
+            if column > columns:
                 raise AssertionError(f"too wide: {lines[row]}")
         else:
             raise AssertionError(f"no drawing needs {token!r}")
@@ -93,8 +93,10 @@ class OnTerminal(CliCase):
 
     def test_quiet_run_shows_nothing_but_problems(self):
         self.write('drop/quo"te')
+        self.write("drop/plain")
         arguments = ("--operation=alias", "drop", "a\nb\x1b")
-        self.assertIn("\a", self.run_on_terminal(*arguments, status=1))
+        self.assertEqual(self.run_on_terminal(*arguments, status=1).count("\a"), 1,
+                         "a beep for the alias that could not be made")
         self.assertEqual(self.run_on_terminal("--quiet", *arguments, status=1),
                          "vannerly-cli: a?b?: No such file or directory\r\n")
 

@@ -116,15 +116,6 @@ TEST_F(FlattenRunTest, FoldersAreTakenInTurnAndFilesPassedOver) {
   EXPECT_EQ(Recorder().Calls().back(), "ExitToShell");
 }
 
-TEST_F(FlattenRunTest, AliasThatCannotBeMadeBeepsOnce) {
-  files.WriteFile("top/a", "1");
-  files.WriteFile("top/sub/quo\"te", "2");
-  SetPreference("Operation", std::int64_t{2});
-  Flatten({"top"});
-  EXPECT_TRUE(files.Exists("top/a alias"));
-  EXPECT_EQ(Recorder().CallsBeginningWith("NSBeep").size(), 1u);
-}
-
 TEST_F(FlattenRunTest, PreferencesTakeEffectAtTheNextFile) {
   files.WriteFile("top/sub/a", "1");
   files.WriteFile("top/sub/b", "2");

@@ -9,7 +9,8 @@ LONG = 255
 FOLDER_MODES = (0o755,) * 6 + (0o700, 0o555 if os.geteuid() == 0 else 0o711)
 ORDINARY = [
     b"a.txt", b"b.txt", b"a.jpg", b"b.JPG", b"a.JPG", b"IMG.JPG", b"README", b"Makefile",
-    b"a.tar.gz", b".hidden", b".jpg", b".DS_Store", b".a.txt", b"a", b"b", b"c", b"docs", b"pictures",
+    b"a.tar.gz", b"a.jpgs.jpg", b".hidden", b".jpg", b".DS_Store", b".a.txt", b"a", b"b", b"c", b"docs",
+    b"pictures",
 ]
 # Names that are also extensions, packages by name, near misses of those, parts of packages.
 TELLING = [
