@@ -15,22 +15,6 @@ FSRef RefOf(const std::string &path) {
   return ref;
 }
 
-TEST(FolderItems, ListsMoreThanOneReadInOrder) {
-  const CTemporaryFolder folder;
-  std::vector<std::u16string> expected;
-  for (char16_t letter = u'a'; letter < u'a' + 25; ++letter) {
-    folder.WriteFile(std::string(1, static_cast<char>(letter)));
-    expected.push_back({letter});
-  }
-  std::vector<FSRef> items(3);
-  bool changed = true;
-  ASSERT_EQ(GetFolderItemRefs(RefOf(folder.Path()), &items, &changed), noErr);
-  EXPECT_FALSE(changed);
-  std::vector<std::u16string> names;
-  for (const FSRef &item : items) names.emplace_back(CopyItemName(item).value().View());
-  EXPECT_EQ(names, expected);
-}
-
 TEST(FolderItems, LeavesNothingInTheListOnFailure) {
   const CTemporaryFolder folder;
   folder.WriteFile("file");
