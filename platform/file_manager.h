@@ -91,7 +91,7 @@ struct FSCatalogInfo {
 };
 
 /// Reads what is asked of `ref`: the fields of `whichInfo` into `info`, and the name, the
-/// specification and the folder that holds the item where these outputs are given. A root folder's
+/// FSSpec and the folder that holds the item where these outputs are given. A root folder's
 /// parent is the folder itself.
 ///
 /// Fails with fnfErr when the item no longer exists, except that the volume, the node ID, the text

@@ -3,7 +3,7 @@
 #include "platform/posix/folder_table.h"
 #include "platform/posix/item_status.h"
 
-// A specification holds the folder's place in the table and the name: after a length byte while it
+// An FSSpec holds the folder's place in the table and the name: after a length byte while it
 // fits, else, after a length of 0, the address of the name that is kept.
 
 FSSpec SpecOfItem(const ItemReference &item) {

@@ -28,5 +28,5 @@ OSErr ReadItemStatus(const FSRef &item, ItemStatus *status, ItemLocation *locati
 ItemReference ReferenceToSeenItem(FolderIndex folder, std::string_view name,
                                   const ItemStatus &status);
 
-/// The specification of an item.
+/// The FSSpec of an item.
 FSSpec SpecOfItem(const ItemReference &item);
