@@ -3,8 +3,8 @@
 /// A value is searched for in this order: what was given for this run only, what the program has
 /// set, the user's file, the system's files. The user's file is
 /// `$XDG_CONFIG_HOME/vannerly/preferences.toml` (default `~/.config`), the system's are the same
-/// name under each folder of `$XDG_CONFIG_DIRS` (default `/etc/xdg`), as the XDG Base Directory
-/// Specification orders them.
+/// name under each folder of `$XDG_CONFIG_DIRS` (default `/etc/xdg`), in the order
+/// of freedesktop.org's base directories (XDG).
 ///
 /// A file that cannot be understood counts as empty. That is reported once in the system log and to
 /// the problem handler, and the file is not overwritten without a copy of it being left beside it.

@@ -7,7 +7,8 @@
 #include <QStringList>
 #include <QVariantMap>
 
-/// Answers org.freedesktop.Application, as the Desktop Entry Specification has it.
+/// Answers org.freedesktop.Application, the way in that freedesktop.org gives
+/// desktop entries which are activated over the bus.
 class BusService final : public QObject, protected QDBusContext {
   Q_OBJECT
   Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")

@@ -1,5 +1,6 @@
-/// Where the user's and the administrator's files for the program lie, as the XDG Base Directory
-/// Specification has it. Paths in the environment that are not absolute are ignored.
+/// Where the user's and the administrator's files for the program lie, in the base
+/// directories of freedesktop.org (XDG). Paths in the environment that are not absolute are
+/// ignored.
 #pragma once
 
 #include <string>
