@@ -134,6 +134,8 @@ OSErr FSGetCatalogInfoBulk(const FSIterator &iterator, std::uint32_t maximum, st
                            FSCatalogInfo *infos, FSRef *refs, FSSpec *specs, HFSUniStr255 *names);
 
 /// Finds the item called `name` in the folder `parent`; fnfErr says that the name is free there.
+/// That it is free may be answered from what is known of the folder; when another program has taken
+/// the name meanwhile, a move to it fails with dupFNErr, and the next lookup finds it.
 OSErr FSMakeFSRefUnicode(const FSRef &parent, std::u16string_view name, TextEncoding hint,
                          FSRef *result);
 

@@ -22,10 +22,10 @@ struct FolderEntry {
   std::int16_t slot = -1;  ///< where its descriptor is kept; -1 while it is not open
   dev_t device;
   ino_t inode;
-  std::int64_t listedState =
-      0;  ///< when it was last modified as it was listed, in nanoseconds; 0: unknown
-  std::uint64_t trustedListing =
-      0;  ///< the listing count at which its listing was found to hold still
+  /// When it had last been modified as it was listed, in nanoseconds; 0: unknown.
+  std::int64_t listedState = 0;
+  /// The listing count at which its listing was found to hold.
+  std::uint64_t trustedListing = 0;
 };
 
 /// The entry of a folder that is in the table; the reference holds until a folder is added.
@@ -58,7 +58,7 @@ bool HasListingHeld(FolderIndex folder);
 /// The folder's own reference.
 FSRef RefOfFolder(FolderIndex folder);
 
-/// Closes the descriptor of a folder that is about to be deleted, if it is open.
+/// Closes the folder's descriptor, if it is open.
 void CloseFolder(FolderIndex folder);
 
 /// The table's folder with that identity; 0 when it was never entered.

@@ -1,6 +1,7 @@
 /// The only place from which the program changes the tree: every rename, new folder, removal, link
-/// and permission passes through these calls. Each returns 0 or an `errno` value and changes
-/// nothing on failure.
+/// and permission passes through these calls. Each returns 0 or an `errno` value; after a
+/// failure nothing has changed, save that a file moved by linking can be left under both names when
+/// neither can be removed.
 #pragma once
 
 #include <sys/types.h>
