@@ -57,9 +57,10 @@ std::uint32_t NodeIDOf(const ItemReference &item) {
 
 /// Renames within a volume and notes that the name is taken now, by this item or, after dupFNErr,
 /// by another.
-int RenameAndNote(int from, const char *oldName, FolderIndex folder, int to, const char *newName) {
+int RenameAndNote(const OpenedFolder &from, const char *oldName, const OpenedFolder &to,
+                  const char *newName) {
   const int error = RenameWithoutReplacing(from, oldName, to, newName);
-  if (error == 0 || error == EEXIST) NoteNameInFolder(folder, newName);
+  if (error == 0 || error == EEXIST) NoteNameInFolder(to.index, newName);
   return error;
 }
 
@@ -111,12 +112,13 @@ OSErr FSSetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, const FS
   if (OSErr error = ReadItemStatus(ref, &status, &location); error != noErr) return error;
   if ((info.nodeFlags & kFSNodeLockedMask) != 0 || !status.IsLocked()) return noErr;
   if (!status.IsFolder() && status.linkCount > 1) return permErr;
+  const OpenedFolder folder{location.folder, ReferenceIn(ref).folder};
   if (status.isImmutable) {
-    if (int error = ClearImmutableAttribute(location.folder, location.name); error != 0) {
+    if (int error = ClearImmutableAttribute(folder, location.name); error != 0) {
       return ErrorFromErrno(error);
     }
   }
-  return ErrorFromErrno(AddOwnerWritePermission(location.folder, location.name, status.mode));
+  return ErrorFromErrno(AddOwnerWritePermission(folder, location.name, status.mode));
 }
 
 OSErr FSMakeFSRefUnicode(const FSRef &parent, std::u16string_view name, TextEncoding /*hint*/,
@@ -147,7 +149,8 @@ OSErr FSCreateDirectoryUnicode(const FSRef &parent, std::u16string_view name, FS
   FolderIndex folder = 0;
   int descriptor = -1;
   if (OSErr error = FindTableFolder(parent, &folder, &descriptor); error != noErr) return error;
-  if (int error = MakeFolder(descriptor, bytes.c_str()); error != 0) return ErrorFromErrno(error);
+  if (int error = MakeFolder({descriptor, folder}, bytes.c_str()); error != 0)
+    return ErrorFromErrno(error);
   NoteNameInFolder(folder, bytes);
   return FSMakeFSRefUnicode(parent, name, kTextEncodingUnknown, result);
 }
@@ -163,8 +166,9 @@ OSErr FSDeleteObject(const FSRef &ref) {
   } else if (OSErr error = LocateItem(ref, &location); error != noErr) {
     return error;
   }
-  return ErrorFromErrno(isFolder ? RemoveEmptyFolder(location.folder, location.name)
-                                 : RemoveFile(location.folder, location.name));
+  const OpenedFolder folder{location.folder, ReferenceIn(ref).folder};
+  return ErrorFromErrno(isFolder ? RemoveEmptyFolder(folder, location.name)
+                                 : RemoveFile(folder, location.name));
 }
 
 OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
@@ -176,7 +180,8 @@ OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
   if (OSErr error = FindTableFolder(destination, &folder, &to); error != noErr) return error;
   int from = -1;
   if (OSErr error = OpenTableFolder(item.folder, &from, folder); error != noErr) return error;
-  if (int error = RenameAndNote(from, item.Name(), folder, to, item.Name()); error != 0) {
+  if (int error = RenameAndNote({from, item.folder}, item.Name(), {to, folder}, item.Name());
+      error != 0) {
     return ErrorFromErrno(error);
   }
   *result = RefAtNewPlace(ref, folder, item.NameView());
@@ -190,9 +195,8 @@ OSErr FSRenameUnicode(const FSRef &ref, std::u16string_view name, TextEncoding /
   if (OSErr error = NameToDisk(name, &bytes); error != noErr) return error;
   ItemLocation location;
   if (OSErr error = LocateItem(ref, &location); error != noErr) return error;
-  if (int error = RenameAndNote(location.folder, location.name, ReferenceIn(ref).folder,
-                                location.folder, bytes.c_str());
-      error != 0) {
+  const OpenedFolder folder{location.folder, ReferenceIn(ref).folder};
+  if (int error = RenameAndNote(folder, location.name, folder, bytes.c_str()); error != 0) {
     return ErrorFromErrno(error);
   }
   *result = RefAtNewPlace(ref, ReferenceIn(ref).folder, bytes);

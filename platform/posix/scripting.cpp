@@ -28,7 +28,7 @@ bool FindItem(const std::u16string &text, std::string *path, FSRef *item, bool *
 
 /// Makes the link under the first name that is free. The list of names has no end: a folder that
 /// holds a thousand aliases of the same name takes one more.
-bool MakeAlias(int folder, const std::string &name, const std::string &target) {
+bool MakeAlias(const OpenedFolder &folder, const std::string &name, const std::string &target) {
   int error = MakeSymbolicLink(folder, name.c_str(), target.c_str());
   for (std::uint64_t number = 1; error == EEXIST; ++number) {
     std::string next = name + " alias";
@@ -48,9 +48,9 @@ bool RunScript(const AliasScript &script) {
   if (!FindItem(script.folder, &folderPath, &folder, &isFolder) || !isFolder) return false;
   const std::string name(NameOnDisk(file));
   if (name == "/") return false;
-  int descriptor = -1;
-  if (OpenFolder(folder, &descriptor) != noErr) return false;
-  return MakeAlias(descriptor, name, filePath);
+  OpenedFolder opened{-1, 0};
+  if (FindTableFolder(folder, &opened.index, &opened.descriptor) != noErr) return false;
+  return MakeAlias(opened, name, filePath);
 }
 
 }  // namespace

@@ -32,8 +32,11 @@ bool IsRefusalToLink(int error) {
   return error == EPERM || error == ENOSYS || error == EOPNOTSUPP || error == EMLINK;
 }
 
-int LinkThenUnlink(int fromFolder, const char *from, int toFolder, const char *to) {
-  int error = Change("link", from, [&] { return linkat(fromFolder, from, toFolder, to, 0); });
+int LinkThenUnlink(const OpenedFolder &fromFolder, const char *from, const OpenedFolder &toFolder,
+                   const char *to) {
+  int error = Change("link", from, [&] {
+    return linkat(fromFolder.descriptor, from, toFolder.descriptor, to, 0);
+  });
   if (IsRefusalToLink(error)) return EOPNOTSUPP;
   if (error != 0) return error;
   error = RemoveFile(fromFolder, from);
@@ -42,12 +45,14 @@ int LinkThenUnlink(int fromFolder, const char *from, int toFolder, const char *t
   return error;
 }
 
-int RenameAfterLookup(int fromFolder, const char *from, int toFolder, const char *to) {
+int RenameAfterLookup(const OpenedFolder &fromFolder, const char *from,
+                      const OpenedFolder &toFolder, const char *to) {
   struct stat taken;
-  if (fstatat(toFolder, to, &taken, AT_SYMLINK_NOFOLLOW) == 0) return EEXIST;
+  if (fstatat(toFolder.descriptor, to, &taken, AT_SYMLINK_NOFOLLOW) == 0) return EEXIST;
   if (errno != ENOENT) return errno;
   // A folder can only replace an empty folder, so even one that appears now costs no file.
-  return Change("rename", from, [&] { return renameat(fromFolder, from, toFolder, to); });
+  return Change("rename", from,
+                [&] { return renameat(fromFolder.descriptor, from, toFolder.descriptor, to); });
 }
 
 }  // namespace
@@ -56,45 +61,48 @@ void SetTreeChangeFault(TreeChangeFault fault) {
   changeFault = fault;
 }
 
-int RenameWithoutReplacing(int fromFolder, const char *from, int toFolder, const char *to) {
-  const int error = Change(
-      "rename", from, [&] { return renameat2(fromFolder, from, toFolder, to, RENAME_NOREPLACE); });
+int RenameWithoutReplacing(const OpenedFolder &fromFolder, const char *from,
+                           const OpenedFolder &toFolder, const char *to) {
+  const int error = Change("rename", from, [&] {
+    return renameat2(fromFolder.descriptor, from, toFolder.descriptor, to, RENAME_NOREPLACE);
+  });
   if (!IsRefusalOfFlag(error)) return error;
   struct stat item;
-  if (fstatat(fromFolder, from, &item, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+  if (fstatat(fromFolder.descriptor, from, &item, AT_SYMLINK_NOFOLLOW) != 0) return errno;
   return S_ISDIR(item.st_mode) ? RenameAfterLookup(fromFolder, from, toFolder, to)
                                : LinkThenUnlink(fromFolder, from, toFolder, to);
 }
 
-int MakeFolder(int folder, const char *name) {
-  return Change("mkdir", name, [&] { return mkdirat(folder, name, 0777); });
+int MakeFolder(const OpenedFolder &folder, const char *name) {
+  return Change("mkdir", name, [&] { return mkdirat(folder.descriptor, name, 0777); });
 }
 
-int RemoveFile(int folder, const char *name) {
-  return Change("unlink", name, [&] { return unlinkat(folder, name, 0); });
+int RemoveFile(const OpenedFolder &folder, const char *name) {
+  return Change("unlink", name, [&] { return unlinkat(folder.descriptor, name, 0); });
 }
 
-int RemoveEmptyFolder(int folder, const char *name) {
-  return Change("rmdir", name, [&] { return unlinkat(folder, name, AT_REMOVEDIR); });
+int RemoveEmptyFolder(const OpenedFolder &folder, const char *name) {
+  return Change("rmdir", name, [&] { return unlinkat(folder.descriptor, name, AT_REMOVEDIR); });
 }
 
-int MakeSymbolicLink(int folder, const char *name, const char *target) {
-  return Change("symlink", name, [&] { return symlinkat(target, folder, name); });
+int MakeSymbolicLink(const OpenedFolder &folder, const char *name, const char *target) {
+  return Change("symlink", name, [&] { return symlinkat(target, folder.descriptor, name); });
 }
 
-int AddOwnerWritePermission(int folder, const char *name, mode_t currentMode) {
+int AddOwnerWritePermission(const OpenedFolder &folder, const char *name, mode_t currentMode) {
   return Change("chmod", name, [&] {
-    return fchmodat(folder, name, (currentMode & 07777) | S_IWUSR, AT_SYMLINK_NOFOLLOW);
+    return fchmodat(folder.descriptor, name, (currentMode & 07777) | S_IWUSR, AT_SYMLINK_NOFOLLOW);
   });
 }
 
-int ClearImmutableAttribute(int folder, const char *name) {
+int ClearImmutableAttribute(const OpenedFolder &folder, const char *name) {
   struct stat item;
-  if (fstatat(folder, name, &item, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+  if (fstatat(folder.descriptor, name, &item, AT_SYMLINK_NOFOLLOW) != 0) return errno;
   // Opening a pipe or a device can have effects of its own; neither has the attribute.
   if (!S_ISREG(item.st_mode) && !S_ISDIR(item.st_mode)) return EPERM;
   return Change("chattr", name, [&] {
-    const int descriptor = openat(folder, name, O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
+    const int descriptor =
+        openat(folder.descriptor, name, O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
     if (descriptor < 0) return -1;
     int flags = 0;
     int result = ioctl(descriptor, FS_IOC_GETFLAGS, &flags);

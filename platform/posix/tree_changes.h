@@ -6,21 +6,30 @@
 
 #include <sys/types.h>
 
+#include "platform/posix/item_reference.h"
+
+/// A folder in which something is changed.
+struct OpenedFolder {
+  int descriptor;     ///< borrowed; may be opened with O_PATH
+  FolderIndex index;  ///< its place in the table of folders
+};
+
 /// Renames without ever replacing: a taken name is EEXIST. Where the file system refuses the
 /// kernel's flag for that (EINVAL, ENOSYS, EOPNOTSUPP), what can be linked is linked and then
 /// unlinked, a folder is renamed after a lookup, and anything else is refused with EOPNOTSUPP
 /// rather than risk a replacement.
-int RenameWithoutReplacing(int fromFolder, const char *from, int toFolder, const char *to);
+int RenameWithoutReplacing(const OpenedFolder &fromFolder, const char *from,
+                           const OpenedFolder &toFolder, const char *to);
 
-int MakeFolder(int folder, const char *name);
-int RemoveFile(int folder, const char *name);
-int RemoveEmptyFolder(int folder, const char *name);
-int MakeSymbolicLink(int folder, const char *name, const char *target);
+int MakeFolder(const OpenedFolder &folder, const char *name);
+int RemoveFile(const OpenedFolder &folder, const char *name);
+int RemoveEmptyFolder(const OpenedFolder &folder, const char *name);
+int MakeSymbolicLink(const OpenedFolder &folder, const char *name, const char *target);
 
 /// Gives the owner write permission. Never follows a link.
-int AddOwnerWritePermission(int folder, const char *name, mode_t currentMode);
+int AddOwnerWritePermission(const OpenedFolder &folder, const char *name, mode_t currentMode);
 /// Takes the immutable attribute off a regular file or a folder; never opens anything else.
-int ClearImmutableAttribute(int folder, const char *name);
+int ClearImmutableAttribute(const OpenedFolder &folder, const char *name);
 
 /// What a call is about to do; for tests that make calls fail.
 struct TreeChange {
