@@ -1,4 +1,8 @@
-"""The trees that the comparison flattens, made fast: one system call a file."""
+"""The trees that are measured on, made fast: one system call a file.
+
+Each is made by a routine that gets the folder to make and a scale, 1 for the size that its
+description tells, and answers how many items the job is about.
+"""
 
 import os
 import stat
@@ -18,49 +22,68 @@ def make_folders(top, count):
         os.close(folder)
 
 
-def wide(top, folders=2000, files=50):
-    """100,000 files in 2,000 folders, every name its own."""
+def fill(top, folders, files, name):
     for i, folder in make_folders(top, folders):
         for j in range(files):
-            make_file(f"document {i} {j}.txt", folder)
+            make_file(name(i, j), folder)
     return folders * files
 
 
-def clash(top):
-    """The same with half the names taken by the time it is their turn."""
-    for i, folder in make_folders(top, 2000):
-        for j in range(50):
-            make_file(f"document {i // 2} {j}.txt", folder)
-    return 100_000
+def wide(top, scale):
+    """100,000 files in 2,000 folders, every name its own."""
+    return fill(top, round(2000 * scale), 50, lambda i, j: f"document {i} {j}.txt")
 
 
-def flat(top):
+def clash(top, scale):
+    """100,000 files in 2,000 folders, half the names taken by the time it is their turn."""
+    return fill(top, round(2000 * scale), 50, lambda i, j: f"document {i // 2} {j}.txt")
+
+
+def million(top, scale):
+    """1,000,000 files in 20,000 folders, every name its own."""
+    return wide(top, 10 * scale)
+
+
+def million_clash(top, scale):
+    """1,000,000 files in 20,000 folders, half the names taken by the time it is their turn."""
+    return clash(top, 10 * scale)
+
+
+def one(top, _scale):
+    """One file in a sub-folder: what starting costs."""
+    return fill(top, 1, 1, lambda i, j: "document.txt")
+
+
+def flat(top, scale):
     """100,000 files in one sub-folder."""
+    count = round(100_000 * scale)
     os.makedirs(top + "/one")
     folder = os.open(top + "/one", os.O_RDONLY)
-    for i in range(100_000):
+    for i in range(count):
         make_file(f"document {i}.txt", folder)
     os.close(folder)
-    return 100_000
+    return count
 
 
-def deep(top):
+def deep(top, scale):
     """3,000 folders, one in the other, a file in each."""
+    count = round(3000 * scale)
     os.mkdir(top)
     above = os.open(top, os.O_RDONLY)
-    for i in range(3000):
+    for i in range(count):
         os.mkdir("folder", dir_fd=above)
         folder = os.open("folder", os.O_RDONLY, dir_fd=above)
         os.close(above)
         make_file(f"document {i}.txt", folder)
         above = folder
     os.close(above)
-    return 3000
+    return count
 
 
-def packages(top):
+def packages(top, scale):
     """20,000 packages of two files each among 20,000 files, in 2,000 folders."""
-    for i, folder in make_folders(top, 2000):
+    count = round(2000 * scale)
+    for i, folder in make_folders(top, count):
         for j in range(10):
             make_file(f"document {i} {j}.txt", folder)
             name = f"Tool {i} {j}.app"
@@ -68,12 +91,30 @@ def packages(top):
             os.mkdir(name + "/Contents", dir_fd=folder)
             make_file(name + "/Contents/Info.plist", folder)
             make_file(name + "/Contents/tool", folder)
-    return 40_000
+    return 20 * count
 
 
-def million(top):
-    """1,000,000 files in 20,000 folders."""
-    return wide(top, 20_000, 50)
+def emptied(top, scale):
+    """2,000 empty folders, 50 in each of their parents."""
+    fill(top, round(2000 * scale), 0, None)
+    return round(2000 * scale)
 
 
-TREES = {tree.__name__: tree for tree in (wide, clash, flat, deep, packages, million)}
+def leftovers(top, scale):
+    """2,000 folders that still hold ten files each, 50 in each of their parents."""
+    return fill(top, round(2000 * scale), 10, lambda i, j: f"document {i} {j}.txt")
+
+
+def extensions(top, scale):
+    """100,000 files of 20 extensions directly in the folder."""
+    count = round(100_000 * scale)
+    os.mkdir(top)
+    folder = os.open(top, os.O_RDONLY)
+    for i in range(count):
+        make_file(f"document {i}.kind{i % 20}", folder)
+    os.close(folder)
+    return count
+
+
+FLATTENED = {tree.__name__: tree
+             for tree in (wide, clash, flat, deep, packages, one, million, million_clash)}

@@ -1,0 +1,127 @@
+"""Runs competitors in turn, each on a fresh tree of its own, and keeps what was measured."""
+
+import dataclasses
+import os
+import statistics
+import subprocess
+import tempfile
+import typing
+
+
+@dataclasses.dataclass
+class Competitor:
+    name: str
+    command: typing.Callable[[str], list[str]]  # for a folder; called when the tree is there
+    environment: dict[str, str] | None = None   # None for this process's own
+    is_window: bool = False                     # ends a second after its work
+
+
+@dataclasses.dataclass
+class Case:
+    """A job on one tree; the first competitor is the one that the others are compared to."""
+    name: str
+    tree: typing.Callable[[str, float], int]
+    competitors: list[Competitor]
+    folder: str = "folder"
+    is_start_left_out: bool = False  # the figures are less those of the same run on an empty folder
+
+
+@dataclasses.dataclass
+class Sample:
+    """One run of a competitor."""
+    seconds: float           # from its start to its end
+    last_move: float | None  # from its start to the last change of the folder; None without any
+    cpu: float               # user and system, in seconds
+    peak: int                # bytes
+    status: int              # exit status
+    at_top: int              # items lying in the folder afterwards
+
+
+class Result:
+    """What was measured of one competitor in one case; figures are medians."""
+
+    def __init__(self, case, competitor):
+        self.name = competitor.name
+        self.ends_at_last_move = competitor.is_window
+        self.is_start_left_out = case.is_start_left_out
+        self.items = 0
+        self.samples: list[Sample] = []
+        self.empty_samples: list[Sample] = []  # of runs on an empty folder
+
+    def median(self, figure):
+        of_samples = [getattr(sample, figure) for sample in self.samples]
+        if None in of_samples:
+            return None
+        return statistics.median(of_samples)
+
+    def _without_start(self, figure):
+        value = self.median(figure)
+        if self.is_start_left_out:
+            value -= statistics.median(getattr(sample, figure) for sample in self.empty_samples)
+        return value
+
+    @property
+    def seconds(self):
+        return self.median("last_move") if self.ends_at_last_move else \
+            self._without_start("seconds")
+
+    @property
+    def cpu(self):
+        return self._without_start("cpu")
+
+    @property
+    def bytes_an_item(self):
+        """Peak memory above that of a run on an empty folder."""
+        empty = statistics.median(sample.peak for sample in self.empty_samples)
+        return (self.median("peak") - empty) / self.items
+
+    @property
+    def status(self):
+        return max(sample.status for sample in self.samples)
+
+    @property
+    def at_top(self):
+        return self.samples[-1].at_top
+
+
+def measure(build, competitor, work, folder):
+    config, written = work + "/config", work + "/measured"
+    environment = {**(competitor.environment or os.environ),
+                   "XDG_CONFIG_HOME": config, "XDG_CONFIG_DIRS": config}
+    if competitor.is_window:
+        os.makedirs(config + "/vannerly")
+        with open(config + "/vannerly/preferences.toml", "w", encoding="ascii") as file:
+            file.write("QuitWhenDone = true\n")
+    subprocess.run([os.path.join(build, "bench", "measure"), written, *competitor.command(folder)],
+                   env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                   stderr=subprocess.DEVNULL, check=True)
+    with open(written, encoding="ascii") as file:
+        start, seconds, cpu, kilobytes, status = file.read().split()
+    # Every rename into the folder sets its time of change; nobody has to watch while it works.
+    last_move = (os.stat(folder).st_mtime_ns - int(start)) / 1e9
+    return Sample(float(seconds), last_move if last_move > 0 else None, float(cpu),
+                  int(kilobytes) * 1024, int(status), len(os.listdir(folder)))
+
+
+def run_once(build, case, competitor, place, make):
+    """Measures a run on the folder that `make` makes; answers what `make` has answered too."""
+    with tempfile.TemporaryDirectory(prefix="vannerly-bench-", dir=place) as work:
+        folder = os.path.join(work, case.folder)
+        items = make(folder)
+        os.sync()
+        sample = measure(build, competitor, work, folder)
+        subprocess.run(["rm", "-rf", folder], check=True)
+        return sample, items
+
+
+def compare(build, case, place, rounds, scale):
+    """Answers a list of results in the order of the case's competitors."""
+    results = [Result(case, competitor) for competitor in case.competitors]
+    for _ in range(rounds):
+        for competitor, result in zip(case.competitors, results):
+            sample, _ = run_once(build, case, competitor, place, os.mkdir)
+            result.empty_samples.append(sample)
+            sample, result.items = run_once(build, case, competitor, place,
+                                            lambda folder: case.tree(folder, scale))
+            result.samples.append(sample)
+    return results

@@ -1,0 +1,80 @@
+"""Tables of what was measured, as Markdown that reads well on a terminal too."""
+
+import dataclasses
+import os
+import subprocess
+
+
+def table(headings, rows):
+    """The first column is set to the left, all others to the right."""
+    cells = [headings, *rows]
+    widths = [max(len(row[column]) for row in cells) for column in range(len(headings))]
+    lines = ["| " + " | ".join(cell.rjust(width) if column else cell.ljust(width)
+                               for column, (cell, width) in enumerate(zip(row, widths))) + " |"
+             for row in cells]
+    rule = "|" + "|".join("-" * (width + 1) + (":" if column else "-")
+                          for column, width in enumerate(widths)) + "|"
+    return "\n".join([lines[0], rule, *lines[1:]]) + "\n"
+
+
+def number(value, form):
+    return "" if value is None else format(value, form)
+
+
+def case_table(place, case, results):
+    base = results[0]
+    rows = [[r.name, number(r.seconds, ".4f"), number(ratio(r.seconds, base.seconds), ".2f"),
+             number(r.cpu, ".4f"), number(ratio(r.cpu, base.cpu), ".2f"),
+             number(r.median("last_move"), ".4f"), number(r.seconds / r.items * 1e6, ".2f"),
+             number(r.median("peak") / 1e6, ".1f"),
+             number(r.bytes_an_item if r.items >= 1000 else None, ".0f"),  # of few it says nothing
+             str(r.at_top), str(r.status)] for r in results]
+    return (f"{place} ({file_system(place)}), {case.name}: {case.tree.__doc__}\n"
+            f"{base.items:,} items, {len(base.samples)} rounds"
+            f"{', less the same on an empty folder' if case.is_start_left_out else ''}\n\n"
+            + table(["", "seconds", "ratio", "CPU s", "ratio", "last move", "µs/item", "peak MB",
+                     "bytes/item", "at top", "exit"], rows))
+
+
+def start_table(start):
+    return "start\n\n" + table(["", "median ms", "fastest ms", "pairs"], [
+        [r["name"], f"{r['median ms']:.2f}", f"{r['fastest ms']:.2f}", str(r["pairs"])]
+        for r in start])
+
+
+def idle_table(idle):
+    return "idle window\n\n" + table(
+        ["", "seconds", "CPU s", "exact CPU s", "wake-ups"],
+        [[r["name"], str(r["seconds"]), f"{r['cpu']:.2f}", f"{r['exact cpu']:.6f}",
+          str(r["wake-ups"])] for r in idle])
+
+
+def ratio(value, base):
+    return value / base if value is not None and base is not None and base > 0 else None
+
+
+def case_data(place, case, results):
+    """What was measured, every run of it, for machines."""
+    return {"place": place, "file system": file_system(place), "case": case.name,
+            "description": case.tree.__doc__, "items": results[0].items,
+            "results": {r.name: {
+                "seconds": r.seconds, "cpu": r.cpu, "last move": r.median("last_move"),
+                "peak": r.median("peak"), "bytes an item": r.bytes_an_item,
+                "samples": [dataclasses.asdict(sample) for sample in r.samples],
+                "empty samples": [dataclasses.asdict(sample) for sample in r.empty_samples],
+            } for r in results}}
+
+
+def file_system(place):
+    return subprocess.run(["df", "--output=fstype", place], check=True, text=True,
+                          stdout=subprocess.PIPE).stdout.split()[-1]
+
+
+def machine():
+    """One line: what it was measured on."""
+    with open("/proc/cpuinfo", encoding="utf-8") as file:
+        model = next((line.partition(":")[2].strip() for line in file
+                      if line.startswith("model name")), "unknown processor")
+    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
+    return (f"{model}, {os.cpu_count()} cores, {memory:.0f} GB, Linux {os.uname().release}, "
+            f"load {os.getloadavg()[0]:.1f}")

@@ -1,0 +1,68 @@
+#!/usr/bin/env python3
+"""The comparison measures work that was really done; how long that took is nobody's business here.
+
+VANNERLY_COMPARE is the comparison, VANNERLY_BUILD the build folder that it measures.
+"""
+
+import json
+import os
+import subprocess
+import sys
+import tempfile
+import unittest
+
+MOVERS = ("bare loop", "vannerly-cli", "vannerly (offscreen)", "vannerly (Xvfb)")
+
+
+class Compare(unittest.TestCase):
+    def compare(self, *options):
+        with tempfile.TemporaryDirectory() as place:
+            subprocess.run([sys.executable, "-B", os.environ["VANNERLY_COMPARE"], "--build",
+                            os.environ["VANNERLY_BUILD"], "--places", place, "--rounds", "1",
+                            "--scale", "0.01", "--json", place + "/measured", *options],
+                           check=True, stdout=subprocess.DEVNULL)
+            with open(place + "/measured", encoding="utf-8") as file:
+                measured = json.load(file)
+            self.assertEqual(os.listdir(place), ["measured"])
+        return measured
+
+    def test_everybody_does_the_whole_job(self):
+        measured = self.compare("--what", "flatten", "removal", "collate",
+                                "--trees", "wide", "packages")
+        # Beside what was moved lie the emptied folders: 50 in each of those at the top.
+        at_top = {"wide": 1000 + 1, "packages": 400 + 1, "emptied": 0, "leftovers": 0,
+                  "extensions": 20}
+        self.assertEqual([case["case"] for case in measured["cases"]], list(at_top))
+        for case in measured["cases"]:
+            for name, result in case["results"].items():
+                with self.subTest(case=case["case"], competitor=name):
+                    sample, empty = result["samples"][0], result["empty samples"][0]
+                    self.assertEqual((sample["status"], empty["status"]), (0, 0))
+                    # find and the script take packages apart.
+                    if name in MOVERS or case["case"] != "packages":
+                        self.assertEqual(sample["at_top"], at_top[case["case"]])
+                    self.assertEqual(empty["at_top"], 0)
+                    self.assertGreater(sample["last_move"], 0)
+                    self.assertLess(sample["last_move"], sample["seconds"])
+                    self.assertGreater(sample["peak"], 100_000)
+                    if "(" in name:
+                        # Left out of the time is the second for which the window stays.
+                        self.assertLess(sample["last_move"], sample["seconds"] - 1)
+                        self.assertEqual(result["seconds"], sample["last_move"])
+        self.assertEqual({aim["what"].partition(",")[0] for aim in measured["aims"]},
+                         {"no clashes", "flattening", "removal of emptied folders", "collating",
+                          "vannerly (offscreen) to the last move",
+                          "vannerly (Xvfb) to the last move"})
+
+    def test_starting_and_waiting(self):
+        measured = self.compare("--what", "start", "idle", "--pairs", "3", "--seconds", "1")
+        self.assertEqual([row["name"] for row in measured["start"]],
+                         ["true", "vannerly-cli --version"])
+        self.assertEqual([row["name"] for row in measured["idle"]], list(MOVERS[2:]))
+        for row in measured["start"]:
+            self.assertGreater(row["fastest ms"], 0)
+        self.assertEqual(len(measured["aims"]), 5)
+
+
+if __name__ == "__main__":
+    unittest.main()
