@@ -3,6 +3,7 @@
 
 #include "app/command_line.h"
 #include "app/start_up.h"
+#include "platform/journal.h"
 #include "platform/terminal/terminal.h"
 
 namespace {
@@ -39,6 +40,7 @@ bool StorePreferences(const std::vector<PreferenceAssignment> &assignments) {
 int Perform(const CommandLine &commandLine) {
   StartTerminal(commandLine.isQuiet);
   PreferencesSetProblemHandler([](const std::string &problem) { ReportProblem(problem); });
+  JournalSetLineHandler([](const std::string &line) { ReportProblem(line); });
   for (const auto &[key, value] : commandLine.forThisRun)
     PreferencesSetValueForThisRun(key.name, value);
 

@@ -6,7 +6,10 @@
 #include "app/help_links.h"
 #include "app/main_window.h"
 #include "app/open_documents.h"
+#include "app/status_display.h"
+#include "platform/journal.h"
 #include "platform/menus.h"
+#include "platform/strings.h"
 
 namespace {
 
@@ -25,6 +28,16 @@ OSStatus BuildInterface() {
   return noErr;
 }
 
+// The window shows the line until the next run; a terminal has it already.
+void PutInterruptedRunsRight() {
+  for (const std::string &line : RecoverInterruptedRuns()) {
+    const auto text = CFStringCreateWithCString(line.c_str(), kCFStringEncodingUTF8);
+    if (!text) continue;
+    ShortString shown;
+    SetStatusText(CopyCFStringToCString(shown, *text), 1);
+  }
+}
+
 }  // namespace
 
 OSStatus RunVannerly() {
@@ -33,6 +46,7 @@ OSStatus RunVannerly() {
   if (const OSStatus status = BuildInterface(); status != noErr) return status;
   (void)InstallDropTarget(MainWindow.window);
   ShowWindow(MainWindow.window);
+  PutInterruptedRunsRight();
   (void)AEInstallEventHandler(kCoreEventClass, kAEOpenDocuments, HandleOpenDocuments, 0, false);
   EnableMenuCommand(nullptr, kHICommandPreferences);
   (void)InstallEventHandler(GetApplicationEventTarget(), HandleCommand,

@@ -17,6 +17,7 @@
 #include "engine/progress.h"
 #include "fsutil/item_info.h"
 #include "fsutil/move_item.h"
+#include "platform/journal.h"
 #include "platform/launch_services.h"
 #include "platform/strings.h"
 #include "platform/utilities.h"
@@ -146,12 +147,30 @@ void ShowElapsedTime(std::uint32_t startTime) {
   SetStatusText(kIdleHint, 1);
 }
 
+// Takes the folder for this process; false when another has it and this one does not wait, or no
+// longer.
+bool TakeDroppedFolder() {
+  std::string reason;
+  while (BeginRunJournal(FlattenRun.droppedFolder, &reason) == fBsyErr) {
+    if (!WaitForBusyFolder(FlattenRun.droppedFolder, reason)) return false;
+    SetStatusText("Waiting for another Vannerly to end its work in this folder...", 1);
+    if (StopOrQuitRequested()) return false;
+  }
+  return true;
+}
+
 void FlattenDroppedFolder() {
   ShowFolderInTitle();
   std::uint32_t startTime;
   GetDateTime(&startTime);
   FlattenRun.StopRequested = false;
   ShowBusyControls();
+  if (!TakeDroppedFolder()) {
+    // Not even the later phases: the folder is another's.
+    ShowIdleControls();
+    SetStatusText(kIdleHint, 1);
+    return;
+  }
   if (CollectFiles()) HandleCollectedFiles();
   FlattenRun.CollectedFiles.refs.reset();
 
@@ -164,6 +183,7 @@ void FlattenDroppedFolder() {
     SetStatusText("Collating files...", 1);
     CollateFilesByExtension(FlattenRun.droppedFolder);
   }
+  EndRunJournal(StopOrQuitRequested() ? RunEnd::kStopped : RunEnd::kDone);
 
   ShowIdleControls();
   ShowElapsedTime(startTime);

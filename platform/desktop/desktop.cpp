@@ -14,6 +14,7 @@
 #include "platform/desktop/documents.h"
 #include "platform/desktop/plain_text.h"
 #include "platform/desktop/quit_signals.h"
+#include "platform/journal.h"
 #include "platform/posix/stack_limit.h"
 #include "platform/preferences.h"
 
@@ -133,6 +134,7 @@ std::optional<int> OpenDesktop(int argc, char **argv) {
   CatchQuitSignals();
   new ColorScheme(qApp);  // Belongs to the application.
   PreferencesSetProblemHandler([](const std::string &problem) { Report(problem); });
+  JournalSetLineHandler([](const std::string &line) { Report(line); });
   OpenWhenLoopRuns(items);
   return std::nullopt;
 }

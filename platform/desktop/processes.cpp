@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "platform/desktop/window.h"
+#include "platform/journal.h"
 #include "platform/preferences.h"
 
 OSErr SetFrontProcess(const ProcessSerialNumber &process) {
@@ -17,6 +18,13 @@ OSErr SetFrontProcess(const ProcessSerialNumber &process) {
   widget->raise();
   widget->activateWindow();
   return noErr;
+}
+
+bool WaitForBusyFolder(const FSRef &, const std::string &) {
+  // Often enough for Stop and Quit to be answered at once.
+  constexpr useconds_t kMoment = 50'000;
+  (void)usleep(kMoment);
+  return true;
 }
 
 void ExitToShell() {

@@ -28,14 +28,23 @@ std::string_view HomeFolder() {
   return user != nullptr && user->pw_dir[0] == '/' ? user->pw_dir : std::string_view();
 }
 
-}  // namespace
-
-std::string UserConfigFolder() {
-  if (const std::string_view folder = Environment("XDG_CONFIG_HOME"); folder.starts_with('/')) {
+/// The program's folder in the one that `variable` names, or in `fallback` of the user's home.
+std::string UserFolder(const char *variable, std::string_view fallback) {
+  if (const std::string_view folder = Environment(variable); folder.starts_with('/')) {
     return ProgramFolderIn(folder);
   }
   const std::string_view home = HomeFolder();
-  return home.empty() ? std::string() : ProgramFolderIn(std::string(home).append("/.config"));
+  return home.empty() ? std::string() : ProgramFolderIn(std::string(home).append(fallback));
+}
+
+}  // namespace
+
+std::string UserConfigFolder() {
+  return UserFolder("XDG_CONFIG_HOME", "/.config");
+}
+
+std::string UserStateFolder() {
+  return UserFolder("XDG_STATE_HOME", "/.local/state");
 }
 
 std::vector<std::string> SystemConfigFolders() {

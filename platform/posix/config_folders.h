@@ -9,5 +9,8 @@
 /// `$XDG_CONFIG_HOME/vannerly` (default `~/.config/vannerly`); empty when the user has no home.
 std::string UserConfigFolder();
 
+/// `$XDG_STATE_HOME/vannerly` (default `~/.local/state/vannerly`); empty when the user has no home.
+std::string UserStateFolder();
+
 /// `vannerly` in each folder of `$XDG_CONFIG_DIRS` (default `/etc/xdg`), the most important first.
 std::vector<std::string> SystemConfigFolders();

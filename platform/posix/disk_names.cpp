@@ -15,41 +15,12 @@ bool IsContinuation(unsigned char byte) {
   return (byte & 0xC0) == 0x80;
 }
 
-/// The length of the valid UTF-8 sequence that starts at `start`, and its code point; 0 when there
-/// is none. Overlong forms, surrogates and what lies beyond U+10FFFF are not valid (RFC 3629).
-std::size_t SequenceLength(std::string_view bytes, std::size_t start, char32_t *codePoint) {
-  const unsigned char lead = ByteAt(bytes, start);
-  std::size_t length = 0;
-  char32_t value = 0;
-  char32_t smallest = 0;
-  if (lead < 0x80) {
-    *codePoint = lead;
-    return 1;
-  }
-  if ((lead & 0xE0) == 0xC0) {
-    length = 2, value = lead & 0x1F, smallest = 0x80;
-  } else if ((lead & 0xF0) == 0xE0) {
-    length = 3, value = lead & 0x0F, smallest = 0x800;
-  } else if ((lead & 0xF8) == 0xF0) {
-    length = 4, value = lead & 0x07, smallest = 0x10000;
-  }
-  if (length == 0 || start + length > bytes.size()) return 0;
-  for (std::size_t i = 1; i < length; ++i) {
-    const unsigned char byte = ByteAt(bytes, start + i);
-    if (!IsContinuation(byte)) return 0;
-    value = value << 6 | (byte & 0x3F);
-  }
-  if (value < smallest || value > 0x10FFFF || (value >= 0xD800 && value <= 0xDFFF)) return 0;
-  *codePoint = value;
-  return length;
-}
-
 /// Writes the text of `bytes` to `out`, which has room for one unit a byte, and returns its length.
 std::size_t Decode(std::string_view bytes, char16_t *out) {
   std::size_t length = 0;
   for (std::size_t i = 0; i < bytes.size();) {
     char32_t codePoint = 0;
-    const std::size_t sequence = SequenceLength(bytes, i, &codePoint);
+    const std::size_t sequence = Utf8SequenceLength(bytes, i, &codePoint);
     if (sequence == 0) {
       out[length++] = static_cast<char16_t>(0xDC00 + ByteAt(bytes, i));
       ++i;
@@ -86,6 +57,33 @@ void AppendUtf8(char32_t codePoint, std::string *bytes) {
 }
 
 }  // namespace
+
+std::size_t Utf8SequenceLength(std::string_view bytes, std::size_t start, char32_t *codePoint) {
+  const unsigned char lead = ByteAt(bytes, start);
+  std::size_t length = 0;
+  char32_t value = 0;
+  char32_t smallest = 0;
+  if (lead < 0x80) {
+    *codePoint = lead;
+    return 1;
+  }
+  if ((lead & 0xE0) == 0xC0) {
+    length = 2, value = lead & 0x1F, smallest = 0x80;
+  } else if ((lead & 0xF0) == 0xE0) {
+    length = 3, value = lead & 0x0F, smallest = 0x800;
+  } else if ((lead & 0xF8) == 0xF0) {
+    length = 4, value = lead & 0x07, smallest = 0x10000;
+  }
+  if (length == 0 || start + length > bytes.size()) return 0;
+  for (std::size_t i = 1; i < length; ++i) {
+    const unsigned char byte = ByteAt(bytes, start + i);
+    if (!IsContinuation(byte)) return 0;
+    value = value << 6 | (byte & 0x3F);
+  }
+  if (value < smallest || value > 0x10FFFF || (value >= 0xD800 && value <= 0xDFFF)) return 0;
+  *codePoint = value;
+  return length;
+}
 
 std::u16string TextFromDisk(std::string_view bytes) {
   std::u16string text(bytes.size(), u'\0');

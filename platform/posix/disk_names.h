@@ -10,6 +10,10 @@
 
 #include "platform/file_manager.h"
 
+/// The length of the valid UTF-8 sequence that starts at `start`, and its code point; 0 when there
+/// is none. Overlong forms, surrogates and what lies beyond U+10FFFF are not valid (RFC 3629).
+std::size_t Utf8SequenceLength(std::string_view bytes, std::size_t start, char32_t *codePoint);
+
 std::u16string TextFromDisk(std::string_view bytes);
 /// The same into a fixed name; a name on disk has at most 255 bytes, so it always fits.
 void NameFromDisk(std::string_view bytes, HFSUniStr255 *name);

@@ -47,6 +47,17 @@ std::string_view NameOnDisk(const FSRef &item) {
   return ReferenceIn(item).NameView();
 }
 
+std::string PathOnDisk(const FSRef &item) {
+  const ItemReference &reference = ReferenceIn(item);
+  if (IsRoot(reference)) return "/";
+  std::string path = std::string("/").append(reference.NameView());
+  for (FolderIndex folder = reference.folder; folder > kRootFolder;
+       folder = EntryOf(folder).parent) {
+    path.insert(0, EntryOf(folder).name, EntryOf(folder).nameLength).insert(0, 1, '/');
+  }
+  return path;
+}
+
 bool IsKnownPlainItem(const FSRef &item) {
   return ReferenceIn(item).kind == ItemKind::kOther;
 }

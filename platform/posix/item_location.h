@@ -4,6 +4,7 @@
 /// Manager call and never close them.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "platform/file_manager.h"
@@ -26,6 +27,9 @@ OSErr FindTableFolder(const FSRef &folder, FolderIndex *index, int *descriptor);
 
 /// The item's name as on disk; "/" for the root.
 std::string_view NameOnDisk(const FSRef &item);
+
+/// The item's absolute path as bytes on disk, however long it is.
+std::string PathOnDisk(const FSRef &item);
 
 /// Whether the item is known, without asking the disk, not to be a folder.
 bool IsKnownPlainItem(const FSRef &item);

@@ -9,18 +9,23 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "platform/posix/run_journal.h"
+
 namespace {
 
 TreeChangeFault changeFault = nullptr;
 
-/// Makes one change: asks the fault first, and asks again what a signal has interrupted.
+/// Makes one change: records it, asks the fault, and asks again what a signal has interrupted.
 template <typename Call>
-int Change(const char *operation, const char *name, Call call) {
-  for (;;) {
-    int error = changeFault != nullptr ? changeFault({operation, name}) : 0;
+int Change(const TreeChange &change, Call call) {
+  RecordChange(change);
+  int error = 0;
+  do {
+    error = changeFault != nullptr ? changeFault(change) : 0;
     if (error == 0 && call() != 0) error = errno;
-    if (error != EINTR) return error;
-  }
+  } while (error == EINTR);
+  if (error != 0) RecordFailure(error);
+  return error;
 }
 
 bool IsRefusalOfFlag(int error) {
@@ -34,7 +39,11 @@ bool IsRefusalToLink(int error) {
 
 int LinkThenUnlink(const OpenedFolder &fromFolder, const char *from, const OpenedFolder &toFolder,
                    const char *to) {
-  int error = Change("link", from, [&] {
+  // Looked up before it is recorded: two names of one file that the user has given it must not be
+  // taken for a link that was made here.
+  struct stat taken;
+  if (fstatat(toFolder.descriptor, to, &taken, AT_SYMLINK_NOFOLLOW) == 0) return EEXIST;
+  int error = Change({"link", from, fromFolder, to, toFolder}, [&] {
     return linkat(fromFolder.descriptor, from, toFolder.descriptor, to, 0);
   });
   if (IsRefusalToLink(error)) return EOPNOTSUPP;
@@ -51,7 +60,7 @@ int RenameAfterLookup(const OpenedFolder &fromFolder, const char *from,
   if (fstatat(toFolder.descriptor, to, &taken, AT_SYMLINK_NOFOLLOW) == 0) return EEXIST;
   if (errno != ENOENT) return errno;
   // A folder can only replace an empty folder, so even one that appears now costs no file.
-  return Change("rename", from,
+  return Change({"rename", from, fromFolder, to, toFolder},
                 [&] { return renameat(fromFolder.descriptor, from, toFolder.descriptor, to); });
 }
 
@@ -63,7 +72,7 @@ void SetTreeChangeFault(TreeChangeFault fault) {
 
 int RenameWithoutReplacing(const OpenedFolder &fromFolder, const char *from,
                            const OpenedFolder &toFolder, const char *to) {
-  const int error = Change("rename", from, [&] {
+  const int error = Change({"rename", from, fromFolder, to, toFolder}, [&] {
     return renameat2(fromFolder.descriptor, from, toFolder.descriptor, to, RENAME_NOREPLACE);
   });
   if (!IsRefusalOfFlag(error)) return error;
@@ -74,23 +83,25 @@ int RenameWithoutReplacing(const OpenedFolder &fromFolder, const char *from,
 }
 
 int MakeFolder(const OpenedFolder &folder, const char *name) {
-  return Change("mkdir", name, [&] { return mkdirat(folder.descriptor, name, 0777); });
+  return Change({"mkdir", name, folder}, [&] { return mkdirat(folder.descriptor, name, 0777); });
 }
 
 int RemoveFile(const OpenedFolder &folder, const char *name) {
-  return Change("unlink", name, [&] { return unlinkat(folder.descriptor, name, 0); });
+  return Change({"unlink", name, folder}, [&] { return unlinkat(folder.descriptor, name, 0); });
 }
 
 int RemoveEmptyFolder(const OpenedFolder &folder, const char *name) {
-  return Change("rmdir", name, [&] { return unlinkat(folder.descriptor, name, AT_REMOVEDIR); });
+  return Change({"rmdir", name, folder},
+                [&] { return unlinkat(folder.descriptor, name, AT_REMOVEDIR); });
 }
 
 int MakeSymbolicLink(const OpenedFolder &folder, const char *name, const char *target) {
-  return Change("symlink", name, [&] { return symlinkat(target, folder.descriptor, name); });
+  return Change({"symlink", name, folder, target},
+                [&] { return symlinkat(target, folder.descriptor, name); });
 }
 
 int AddOwnerWritePermission(const OpenedFolder &folder, const char *name, mode_t currentMode) {
-  return Change("chmod", name, [&] {
+  return Change({"chmod", name, folder}, [&] {
     return fchmodat(folder.descriptor, name, (currentMode & 07777) | S_IWUSR, AT_SYMLINK_NOFOLLOW);
   });
 }
@@ -100,7 +111,7 @@ int ClearImmutableAttribute(const OpenedFolder &folder, const char *name) {
   if (fstatat(folder.descriptor, name, &item, AT_SYMLINK_NOFOLLOW) != 0) return errno;
   // Opening a pipe or a device can have effects of its own; neither has the attribute.
   if (!S_ISREG(item.st_mode) && !S_ISDIR(item.st_mode)) return EPERM;
-  return Change("chattr", name, [&] {
+  return Change({"chattr", name, folder}, [&] {
     const int descriptor =
         openat(folder.descriptor, name, O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
     if (descriptor < 0) return -1;

@@ -1,7 +1,7 @@
 /// The only place from which the program changes the tree: every rename, new folder, removal, link
-/// and permission passes through these calls. Each returns 0 or an `errno` value; after a
-/// failure nothing has changed, save that a file moved by linking can be left under both names when
-/// neither can be removed.
+/// and permission passes through these calls, and is written to the journal before it is made. Each
+/// returns 0 or an `errno` value; after a failure nothing has changed, save that a file moved by
+/// linking can be left under both names when neither can be removed.
 #pragma once
 
 #include <sys/types.h>
@@ -31,14 +31,17 @@ int AddOwnerWritePermission(const OpenedFolder &folder, const char *name, mode_t
 /// Takes the immutable attribute off a regular file or a folder; never opens anything else.
 int ClearImmutableAttribute(const OpenedFolder &folder, const char *name);
 
-/// What a call is about to do; for tests that make calls fail.
+/// What a call is about to do; for the journal, and for tests that make calls fail.
 struct TreeChange {
   const char
       *operation;    ///< "rename", "link", "mkdir", "unlink", "rmdir", "symlink", "chmod", "chattr"
   const char *name;  ///< the item changed, or made
+  OpenedFolder folder;               ///< in which it lies
+  const char *newName = nullptr;     ///< of a rename or link; the target of a "symlink"
+  OpenedFolder newFolder = {-1, 0};  ///< of a rename or link
 };
 
 /// Asked before every change; a value other than 0 is the `errno` with which the call fails
-/// instead.
+/// instead. The change has been written to the journal by then.
 using TreeChangeFault = int (*)(const TreeChange &change);
 void SetTreeChangeFault(TreeChangeFault fault);

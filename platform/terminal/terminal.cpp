@@ -6,6 +6,8 @@
 #include <cstdlib>
 
 #include "platform/icons.h"
+#include "platform/journal.h"
+#include "platform/posix/item_location.h"
 #include "platform/posix/stack_limit.h"
 #include "platform/preferences.h"
 #include "platform/processes.h"
@@ -61,6 +63,12 @@ void ReportProblem(std::string_view problem) {
 int TerminalExitStatus() {
   if (const int status = ExitStatusOfSignals(); status != 0) return status;
   return hasUnusableOperand ? 1 : 0;
+}
+
+bool WaitForBusyFolder(const FSRef &folder, const std::string &reason) {
+  hasUnusableOperand = true;
+  ReportProblem(PathOnDisk(folder) + ": " + reason);
+  return false;
 }
 
 OSErr SetFrontProcess(const ProcessSerialNumber &) {

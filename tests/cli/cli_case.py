@@ -38,6 +38,7 @@ class CliCase(unittest.TestCase):
         os.mkdir(self.home)
         self.environment = {**os.environ, "HOME": self.home,
                             "XDG_CONFIG_HOME": self.path("config"),
+                            "XDG_STATE_HOME": self.path("state"),
                             "XDG_CONFIG_DIRS": self.path("system")}
 
     # Files -------------------------------------------------------------------------------------

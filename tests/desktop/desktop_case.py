@@ -53,6 +53,7 @@ def start_session():
                    "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
                    "HOME": os.path.join(TEMPORARY, "home"),
                    "XDG_CONFIG_HOME": os.path.join(TEMPORARY, "config"),
+                   "XDG_STATE_HOME": os.path.join(TEMPORARY, "state"),
                    # What font and theme libraries keep to the end is not this program's leak.
                    "ASAN_OPTIONS": "detect_leaks=0:verify_asan_link_order=0"}
     os.mkdir(os.environ["HOME"])

@@ -255,6 +255,7 @@ def run_batch(program, preload, seeds, batch, place, totals):
     cases = [make_case(seed, place, disk) for seed in seeds]
     environment = {**os.environ, "HOME": os.path.join(config, "home"),
                    "XDG_CONFIG_HOME": os.path.join(config, "user"),
+                   "XDG_STATE_HOME": os.path.join(config, "state"),
                    "XDG_CONFIG_DIRS": os.path.join(config, "system")}
     if preload:
         environment["LD_PRELOAD"] = os.path.abspath(preload)

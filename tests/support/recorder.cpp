@@ -9,6 +9,7 @@
 #include "platform/common/timers.h"
 #include "platform/controls.h"
 #include "platform/icons.h"
+#include "platform/journal.h"
 #include "platform/menus.h"
 #include "platform/processes.h"
 #include "platform/windows.h"
@@ -457,6 +458,11 @@ OSErr SetFrontProcess(const ProcessSerialNumber &process) {
   if (process.highLongOfPSN != 0 || process.lowLongOfPSN != kCurrentProcess) return paramErr;
   Record("SetFrontProcess");
   return noErr;
+}
+
+bool WaitForBusyFolder(const FSRef &, const std::string &) {
+  Record("WaitForBusyFolder");
+  return Recorder().waitsForBusyFolder;
 }
 
 void ExitToShell() {

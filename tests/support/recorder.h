@@ -74,6 +74,8 @@ class CRecorder {
   std::set<std::string, std::less<>> missingWindows;  ///< "MenuBar" stands for the menu bar
   std::set<std::int32_t> missingControls;             ///< IDs, of every window
   bool helpMenuMissing = false;
+  /// The answer to a folder in which another process is at work.
+  bool waitsForBusyFolder = false;
   /// Installing the drop's receive handler fails with this.
   OSErr receiveHandlerError = noErr;
 

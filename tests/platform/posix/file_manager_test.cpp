@@ -126,7 +126,7 @@ TEST_F(FileManager, WithoutSafeRenamesAndHardLinksOnlyFoldersAreMoved) {
   });
   const FSRef to = RefAt("to");
   FSRef moved{};
-  for (const auto &[name, expected] : {std::pair{"from/taken", ioErr},
+  for (const auto &[name, expected] : {std::pair{"from/taken", dupFNErr},
                                        {"from/empty", dupFNErr},
                                        {"from/free", ioErr},
                                        {"from/link", ioErr},

@@ -1,0 +1,112 @@
+#include "platform/posix/half_moves.h"
+
+#include <algorithm>
+
+namespace {
+
+/// More are not kept: each is an undo that has failed too.
+constexpr std::size_t kMostLeft = 1000;
+/// A move and its undoing, by links, touch fewer.
+constexpr std::size_t kMostPlaces = 8;
+
+void AddPlace(const JournalPlaceView &place, std::vector<JournalPlace> *places) {
+  const bool isKnown =
+      std::ranges::any_of(*places, [&place](const JournalPlace &known) { return place == known; });
+  if (!isKnown && places->size() < kMostPlaces) places->push_back(place.Copy());
+}
+
+}  // namespace
+
+void CHalfMoves::ItemInHand::EndStep() {
+  if (step == Step::kRename || step == Step::kRemovalOfOld) at = *next;
+  // After a link the item is in both places, until one of them is removed.
+  if (step != Step::kLink && step != Step::kNone) next.reset();
+  step = Step::kNone;
+}
+
+void CHalfMoves::EndStep() {
+  if (!inHand_) return;
+  inHand_->EndStep();
+  if (inHand_->IsOver()) inHand_.reset();
+}
+
+void CHalfMoves::LetGo() {
+  if (inHand_ && left_.size() < kMostLeft) left_.push_back(std::move(inHand_->move));
+  inHand_.reset();
+}
+
+bool CHalfMoves::BeginsSteps(const JournalPlaceView &from, std::uint32_t toFolder, bool isLink) {
+  EndStep();
+  if (!isLink && from.folder != toFolder) return false;
+  return !inHand_ || from != inHand_->at;
+}
+
+void CHalfMoves::NoteStep(Step step, const JournalPlaceView &from, const JournalPlaceView &to,
+                          const std::optional<ItemIdentity> &item) {
+  EndStep();
+  const bool isContinued = inHand_ && from == inHand_->at;
+  if (!isContinued) {
+    LetGo();
+    if (!item) return;  // A move in one step needs no care.
+    inHand_.emplace();
+    inHand_->move = {*item, {from.Copy()}, from.Copy()};
+    inHand_->at = from.Copy();
+  }
+  HalfMove &move = inHand_->move;
+  const JournalPlace &origin = move.places.front();
+  // The last step is the one that names it in its new folder; a link may be first and last in one.
+  const bool isLast = from.folder == to.folder ? from.folder != origin.folder : !isContinued;
+  move.goal = isLast ? to.Copy() : origin;
+  AddPlace(to, &move.places);
+  inHand_->next = to.Copy();
+  inHand_->step = step;
+}
+
+void CHalfMoves::NoteRename(const JournalPlaceView &from, const JournalPlaceView &to,
+                            const std::optional<ItemIdentity> &item) {
+  if (!inHand_ && !item) return;
+  NoteStep(Step::kRename, from, to, item);
+}
+
+void CHalfMoves::NoteLink(const JournalPlaceView &from, const JournalPlaceView &to,
+                          const std::optional<ItemIdentity> &item) {
+  NoteStep(Step::kLink, from, to, item);
+}
+
+void CHalfMoves::NoteRemoval(const JournalPlaceView &place) {
+  EndStep();
+  if (!inHand_) return;
+  if (inHand_->next && place == inHand_->at) {
+    inHand_->step = Step::kRemovalOfOld;
+  } else if (inHand_->next && place == *inHand_->next) {
+    inHand_->step = Step::kRemovalOfNew;
+  } else {
+    LetGo();
+  }
+}
+
+void CHalfMoves::NoteOtherChange() {
+  EndStep();
+  LetGo();
+}
+
+void CHalfMoves::NoteFailure() {
+  if (!inHand_) return;
+  if (inHand_->step == Step::kRename || inHand_->step == Step::kLink) inHand_->next.reset();
+  // What has failed is undone.
+  inHand_->move.goal = inHand_->move.places.front();
+  inHand_->step = Step::kNone;
+}
+
+void CHalfMoves::ForgetItemInHand() {
+  inHand_.reset();
+}
+
+std::vector<HalfMove> CHalfMoves::List(bool isRunOver) const {
+  std::vector<HalfMove> moves = left_;
+  if (!inHand_) return moves;
+  ItemInHand item = *inHand_;
+  if (isRunOver) item.EndStep();
+  if (item.step != Step::kNone || !item.IsOver()) moves.push_back(std::move(item.move));
+  return moves;
+}

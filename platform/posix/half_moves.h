@@ -1,0 +1,87 @@
+/// Finds out from a run's changes which items are on their way: a move under a new name takes
+/// three renames, and on some file systems each of those a link and a removal. The journal's
+/// writer and its reader both feed their changes to it.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/posix/item_identity.h"
+
+/// A name in one of the journal's folders.
+struct JournalPlace {
+  std::uint32_t folder = 0;
+  std::string name;
+
+  bool operator==(const JournalPlace &) const = default;
+};
+
+/// The same without a string of its own.
+struct JournalPlaceView {
+  std::uint32_t folder = 0;
+  std::string_view name;
+
+  bool operator==(const JournalPlace &place) const {
+    return folder == place.folder && name == place.name;
+  }
+  JournalPlace Copy() const { return {folder, std::string(name)}; }
+};
+
+/// An item whose move had begun and, for all that is known, had not ended.
+struct HalfMove {
+  ItemIdentity item;
+  /// Where it can be: the first is where it came from. No place is there twice.
+  std::vector<JournalPlace> places;
+  /// Where it belongs: its old place, or the new one when the last step had begun.
+  JournalPlace goal;
+};
+
+class CHalfMoves {
+ public:
+  /// Whether a rename or link has to be noted with the item's identity: when it is the first
+  /// of several steps. Like the calls below it means that the change before has been made.
+  bool BeginsSteps(const JournalPlaceView &from, std::uint32_t toFolder, bool isLink);
+
+  /// Each is called for a change that is about to be made, and means that the one before has
+  /// been made unless NoteFailure came between.
+  void NoteRename(const JournalPlaceView &from, const JournalPlaceView &to,
+                  const std::optional<ItemIdentity> &item);
+  void NoteLink(const JournalPlaceView &from, const JournalPlaceView &to,
+                const std::optional<ItemIdentity> &item);
+  void NoteRemoval(const JournalPlaceView &place);
+  void NoteOtherChange();
+
+  /// The change noted last has failed.
+  void NoteFailure();
+
+  /// Nothing is known of the changes from here on.
+  void ForgetItemInHand();
+
+  /// All that have been left on their way. When the run has ended in order, the change noted last
+  /// is known to have been made.
+  std::vector<HalfMove> List(bool isRunOver) const;
+
+ private:
+  enum class Step { kNone, kRename, kLink, kRemovalOfOld, kRemovalOfNew };
+
+  struct ItemInHand {
+    HalfMove move;
+    JournalPlace at;
+    std::optional<JournalPlace> next;  ///< where the step takes it, or where it is as well
+    Step step = Step::kNone;           ///< under way
+
+    bool IsOver() const { return !next && at == move.goal; }
+    void EndStep();
+  };
+
+  void EndStep();
+  void NoteStep(Step step, const JournalPlaceView &from, const JournalPlaceView &to,
+                const std::optional<ItemIdentity> &item);
+  void LetGo();
+
+  std::optional<ItemInHand> inHand_;
+  std::vector<HalfMove> left_;
+};
