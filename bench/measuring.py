@@ -48,32 +48,25 @@ class Result:
         self.samples: list[Sample] = []
         self.empty_samples: list[Sample] = []  # of runs on an empty folder
 
-    def median(self, figure):
+    def pick(self, figure, pick=statistics.median):
+        """None when a run lacks the figure."""
         of_samples = [getattr(sample, figure) for sample in self.samples]
-        if None in of_samples:
-            return None
-        return statistics.median(of_samples)
+        return None if None in of_samples else pick(of_samples)
 
-    def _without_start(self, figure):
-        value = self.median(figure)
+    def time(self, figure, pick=statistics.median):
+        """In seconds; "seconds" are those to the last move for a window."""
+        if figure == "seconds" and self.ends_at_last_move:
+            figure = "last_move"
+        value = self.pick(figure, pick)
         if self.is_start_left_out:
-            value -= statistics.median(getattr(sample, figure) for sample in self.empty_samples)
+            value -= pick(getattr(sample, figure) for sample in self.empty_samples)
         return value
-
-    @property
-    def seconds(self):
-        return self.median("last_move") if self.ends_at_last_move else \
-            self._without_start("seconds")
-
-    @property
-    def cpu(self):
-        return self._without_start("cpu")
 
     @property
     def bytes_an_item(self):
         """Peak memory above that of a run on an empty folder."""
         empty = statistics.median(sample.peak for sample in self.empty_samples)
-        return (self.median("peak") - empty) / self.items
+        return (self.pick("peak") - empty) / self.items
 
     @property
     def status(self):

@@ -26,42 +26,53 @@ def measure_start(build, program, pairs):
              "fastest ms": min(values) * 1e3} for name, values in seconds.items()]
 
 
-def process_counters(process):
-    """Processor time in seconds and the times that a thread went to sleep, of all threads: what
-    wakes up has to go to sleep again."""
+def process_seconds(process):
+    """Processor time, user and system, of all threads."""
     with open(f"/proc/{process}/stat", encoding="utf-8", errors="replace") as file:
         fields = file.read().rpartition(")")[2].split()
-    ticks = int(fields[11]) + int(fields[12])
-    sleeps, nanoseconds = 0, 0
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
+def thread_sleeps(process):
+    """Thread -> how often it went to sleep. What wakes up has to go to sleep again."""
+    sleeps = {}
     for thread in os.listdir(f"/proc/{process}/task"):
-        folder = f"/proc/{process}/task/{thread}"
-        with open(folder + "/status", encoding="utf-8", errors="replace") as file:
-            sleeps += next(int(line.split()[1]) for line in file
-                           if line.startswith("voluntary_ctxt_switches"))
-        with open(folder + "/schedstat", encoding="ascii") as file:
-            nanoseconds += int(file.read().split()[0])
-    return {"cpu": ticks / os.sysconf("SC_CLK_TCK"), "exact cpu": nanoseconds / 1e9,
-            "wake-ups": sleeps}
+        with open(f"/proc/{process}/task/{thread}/status", encoding="utf-8",
+                  errors="replace") as file:
+            sleeps[thread] = next(int(line.split()[1]) for line in file
+                                  if line.startswith("voluntary_ctxt_switches"))
+    return sleeps
 
 
-def measure_idle(build, seconds, settling=5):
+def wake_ups(early, late):
+    """Between two answers of `thread_sleeps`. A thread that has ended woke up for it."""
+    return (sum(count - early.get(thread, 0) for thread, count in late.items())
+            + len(early.keys() - late.keys()))
+
+
+def measure_idle(build, settling, seconds):
     """The windows, each on a desktop of its own, watched for `seconds` after having settled."""
     with contextlib.ExitStack() as stack:
         config = stack.enter_context(tempfile.TemporaryDirectory(prefix="vannerly-bench-"))
-        windows = {}
-        for name, platform in WINDOWS.items():
+        windows = []
+        for platform in WINDOWS.values():
             environment = {**stack.enter_context(own_desktop()), "QT_QPA_PLATFORM": platform,
                            "XDG_CONFIG_HOME": config, "XDG_CONFIG_DIRS": config}
-            windows[name] = subprocess.Popen(
+            windows.append(subprocess.Popen(
                 [os.path.join(build, "app", "vannerly")], env=environment,
-                stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-            stack.callback(windows[name].wait)
-            stack.callback(windows[name].terminate)
+                stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
+            stack.callback(windows[-1].wait)
+            stack.callback(windows[-1].terminate)
+
+        def look():
+            return [(process_seconds(window.pid), thread_sleeps(window.pid)) for window in windows]
+
         time.sleep(settling)
-        before = [process_counters(window.pid) for window in windows.values()]
+        before = look()
         time.sleep(seconds)
-        after = [process_counters(window.pid) for window in windows.values()]
-        if any(window.poll() is not None for window in windows.values()):
+        after = look()
+        if any(window.poll() is not None for window in windows):
             raise RuntimeError("a window has ended by itself")
-    return [{"name": name, "seconds": seconds, **{key: late[key] - early[key] for key in late}}
-            for name, early, late in zip(windows, before, after)]
+    return [{"name": name, "seconds": seconds, "cpu": cpu_after - cpu,
+             "wake-ups": wake_ups(sleeps, sleeps_after)}
+            for name, (cpu, sleeps), (cpu_after, sleeps_after) in zip(WINDOWS, before, after)]

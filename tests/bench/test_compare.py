@@ -55,7 +55,8 @@ class Compare(unittest.TestCase):
                           "vannerly (Xvfb) to the last move"})
 
     def test_starting_and_waiting(self):
-        measured = self.compare("--what", "start", "idle", "--pairs", "3", "--seconds", "1")
+        measured = self.compare("--what", "start", "idle", "--pairs", "3",
+                                "--settling", "1", "--seconds", "1")
         self.assertEqual([row["name"] for row in measured["start"]],
                          ["true", "vannerly-cli --version"])
         self.assertEqual([row["name"] for row in measured["idle"]], list(MOVERS[2:]))
