@@ -80,7 +80,8 @@ class Result:
 def measure(build, competitor, work, folder):
     config, written = work + "/config", work + "/measured"
     environment = {**(competitor.environment or os.environ),
-                   "XDG_CONFIG_HOME": config, "XDG_CONFIG_DIRS": config}
+                   "XDG_CONFIG_HOME": config, "XDG_CONFIG_DIRS": config,
+                   "XDG_STATE_HOME": work + "/state"}
     if competitor.is_window:
         os.makedirs(config + "/vannerly")
         with open(config + "/vannerly/preferences.toml", "w", encoding="ascii") as file:

@@ -57,7 +57,8 @@ def measure_idle(build, settling, seconds):
         windows = []
         for platform in WINDOWS.values():
             environment = {**stack.enter_context(own_desktop()), "QT_QPA_PLATFORM": platform,
-                           "XDG_CONFIG_HOME": config, "XDG_CONFIG_DIRS": config}
+                           "XDG_CONFIG_HOME": config, "XDG_CONFIG_DIRS": config,
+                           "XDG_STATE_HOME": config}
             windows.append(subprocess.Popen(
                 [os.path.join(build, "app", "vannerly")], env=environment,
                 stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))

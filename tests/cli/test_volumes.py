@@ -110,6 +110,19 @@ class Mounts(CliCase):
                     if ".x" in name and content != "folder"]
         self.assertCountEqual(contents, [f"{p}{i}\n" for p in ("", "b") for i in range(1, 10)])
 
+    def test_no_room_for_the_journal(self):
+        """Is told once, leaves nothing behind and stops nothing."""
+        os.mkdir(self.path("state"))
+        for room in ("size=16k", "nr_inodes=2"):
+            drops = [self.make_sample(f"{room}{i}") for i in range(2)]
+            done = self.run_mounted(f"mount -t tmpfs -o {room} none state", "--quiet", *drops,
+                                    after="! find state -name '*.journal' | grep .")
+            self.assertRegex(done.stderr.decode(),
+                             r"\Avannerly-cli: [^\n]+: no journal can be written "
+                             r"\(No space left on device\); runs go on without one\n\Z")
+            for drop in drops:
+                self.assertIn("e.jpg", os.listdir(drop))
+
 
 if __name__ == "__main__":
     if namespace() is None:

@@ -1,0 +1,72 @@
+#!/usr/bin/env python3
+"""A run that is killed, two at once, and a disk that has no room for the journal."""
+
+import os
+import re
+import signal
+import subprocess
+import time
+import unittest
+
+from cli_case import CliCase, slow_disk
+
+SLOW = 150_000  # microseconds that a rename takes longer
+TEMPORARY = "517A7274"
+
+
+class Recovery(CliCase):
+    def wait_until(self, condition, process):
+        deadline = time.monotonic() + 60
+        while not condition():
+            self.assertIsNone(process.poll(), "ended too early")
+            self.assertLess(time.monotonic(), deadline)
+            time.sleep(0.002)
+
+    def test_the_next_start_puts_back_what_a_killed_one_was_moving(self):
+        for place, end in ((f"one/two/{TEMPORARY}", "is back in its place"),
+                           (TEMPORARY, "has its new name now")):
+            with self.subTest(place):
+                subprocess.run(["rm", "-rf", self.path("drop")], check=True)
+                drop = self.make_sample()
+                before = self.tree(drop)
+                process = self.start(drop, environment=slow_disk(SLOW))
+                self.wait_until(lambda: os.path.exists(self.path("drop", place)), process)
+                process.send_signal(signal.SIGKILL)
+                self.finish(process, -signal.SIGKILL, None)
+                self.make_sample("other")
+                _, err = self.run_cli("--quiet", "other")
+                after = self.tree(drop)
+                self.assertCountEqual(after.values(), before.values())
+                self.assertFalse(any(TEMPORARY in path for path in after))
+                self.assertRegex(err, rf"\Avannerly-cli: {re.escape(drop)}/[^\n]+: {end}; "
+                                      r"a run was interrupted while moving it\n\Z")
+                self.assertEqual(self.run_cli("--quiet", "drop")[1], "")
+
+    def test_two_at_once(self):
+        drop = self.make_sample("above/drop")
+        self.make_sample("beside")
+        os.symlink("above/drop", self.path("link"))
+        before = self.tree(drop)
+        process = self.start(drop, environment=slow_disk(SLOW * 20))
+        self.wait_until(lambda: self.journal_text().count("\nrename\t") > 0, process)
+        for folder, where in ((drop, "it"), (drop + "/one", drop), (self.path("above"), drop),
+                              (self.path("link"), "it")):
+            _, err = self.run_cli("--delete-emptied-folders", "--aggregate-files-when-done", "--quiet",
+                                  folder, "beside", status=1)
+            self.assertEqual(err, f"vannerly-cli: {os.path.realpath(folder)}: another Vannerly "
+                                  f"(process {process.pid}) is at work in {where}\n")
+        self.assertEqual(self.tree(drop), before)
+        process.send_signal(signal.SIGKILL)
+        self.finish(process, -signal.SIGKILL, None)
+        self.run_cli("above/drop")
+        self.assertNotEqual(self.tree(drop), before)
+
+    def journal_text(self):
+        folder = self.path("state/vannerly/journal")
+        if not os.path.isdir(folder):
+            return ""
+        return "".join(self.read(f"state/vannerly/journal/{name}") for name in os.listdir(folder))
+
+
+if __name__ == "__main__":
+    unittest.main()
