@@ -14,8 +14,8 @@ import dataclasses
 import datetime
 import json
 import os
+import signal
 import sys
-import tempfile
 
 import report
 from aims import aims_table, list_aims
@@ -38,7 +38,7 @@ def parse_arguments():
                         default=[name for name in FLATTENED if name not in MILLION],
                         help="to flatten; all but those of a million files by default")
     parser.add_argument("--million", action="store_true", help="the trees of a million files too")
-    parser.add_argument("--places", nargs="+", default=["/dev/shm", tempfile.gettempdir()],
+    parser.add_argument("--places", nargs="+", default=["/dev/shm", "/var/tmp"],
                         help="folders to work in; by default one in memory and one on disk")
     parser.add_argument("--only", nargs="+", metavar="COMPETITOR",
                         help="for flattening, beside the bare loop, as \"vannerly-cli\"")
@@ -74,6 +74,7 @@ def list_cases(arguments, desktop):
 
 def main():
     arguments = parse_arguments()
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))  # Trees and displays are cleared away.
     print(f"{datetime.date.today()}, {report.machine()}\n", flush=True)
     data = {"date": str(datetime.date.today()), "machine": report.machine(), "cases": []}
     measured = {}
