@@ -17,11 +17,11 @@ void AddPlace(const JournalPlaceView &place, std::vector<JournalPlace> *places) 
 
 }  // namespace
 
-void CHalfMoves::ItemInHand::EndStep() {
-  if (step == Step::kRename || step == Step::kRemovalOfOld) at = *next;
+void ItemInHand::EndStep() {
+  if (step == MoveStep::kRename || step == MoveStep::kRemovalOfOld) at = *next;
   // After a link the item is in both places, until one of them is removed.
-  if (step != Step::kLink && step != Step::kNone) next.reset();
-  step = Step::kNone;
+  if (step != MoveStep::kLink && step != MoveStep::kNone) next.reset();
+  step = MoveStep::kNone;
 }
 
 void CHalfMoves::EndStep() {
@@ -41,7 +41,7 @@ bool CHalfMoves::BeginsSteps(const JournalPlaceView &from, std::uint32_t toFolde
   return !inHand_ || from != inHand_->at;
 }
 
-void CHalfMoves::NoteStep(Step step, const JournalPlaceView &from, const JournalPlaceView &to,
+void CHalfMoves::NoteStep(MoveStep step, const JournalPlaceView &from, const JournalPlaceView &to,
                           const std::optional<ItemIdentity> &item) {
   EndStep();
   const bool isContinued = inHand_ && from == inHand_->at;
@@ -65,21 +65,21 @@ void CHalfMoves::NoteStep(Step step, const JournalPlaceView &from, const Journal
 void CHalfMoves::NoteRename(const JournalPlaceView &from, const JournalPlaceView &to,
                             const std::optional<ItemIdentity> &item) {
   if (!inHand_ && !item) return;
-  NoteStep(Step::kRename, from, to, item);
+  NoteStep(MoveStep::kRename, from, to, item);
 }
 
 void CHalfMoves::NoteLink(const JournalPlaceView &from, const JournalPlaceView &to,
                           const std::optional<ItemIdentity> &item) {
-  NoteStep(Step::kLink, from, to, item);
+  NoteStep(MoveStep::kLink, from, to, item);
 }
 
 void CHalfMoves::NoteRemoval(const JournalPlaceView &place) {
   EndStep();
   if (!inHand_) return;
   if (inHand_->next && place == inHand_->at) {
-    inHand_->step = Step::kRemovalOfOld;
+    inHand_->step = MoveStep::kRemovalOfOld;
   } else if (inHand_->next && place == *inHand_->next) {
-    inHand_->step = Step::kRemovalOfNew;
+    inHand_->step = MoveStep::kRemovalOfNew;
   } else {
     LetGo();
   }
@@ -92,10 +92,10 @@ void CHalfMoves::NoteOtherChange() {
 
 void CHalfMoves::NoteFailure() {
   if (!inHand_) return;
-  if (inHand_->step == Step::kRename || inHand_->step == Step::kLink) inHand_->next.reset();
+  if (inHand_->step == MoveStep::kRename || inHand_->step == MoveStep::kLink) inHand_->next.reset();
   // What has failed is undone.
   inHand_->move.goal = inHand_->move.places.front();
-  inHand_->step = Step::kNone;
+  inHand_->step = MoveStep::kNone;
 }
 
 void CHalfMoves::ForgetItemInHand() {
@@ -107,6 +107,6 @@ std::vector<HalfMove> CHalfMoves::List(bool isRunOver) const {
   if (!inHand_) return moves;
   ItemInHand item = *inHand_;
   if (isRunOver) item.EndStep();
-  if (item.step != Step::kNone || !item.IsOver()) moves.push_back(std::move(item.move));
+  if (item.step != MoveStep::kNone || !item.IsOver()) moves.push_back(std::move(item.move));
   return moves;
 }

@@ -39,6 +39,19 @@ struct HalfMove {
   JournalPlace goal;
 };
 
+enum class MoveStep { kNone, kRename, kLink, kRemovalOfOld, kRemovalOfNew };
+
+/// The item that the change noted last belongs to.
+struct ItemInHand {
+  HalfMove move;
+  JournalPlace at;
+  std::optional<JournalPlace> next;  ///< where the step takes it, or where it is as well
+  MoveStep step = MoveStep::kNone;   ///< under way
+
+  bool IsOver() const { return !next && at == move.goal; }
+  void EndStep();
+};
+
 class CHalfMoves {
  public:
   /// Whether a rename or link has to be noted with the item's identity: when it is the first
@@ -65,20 +78,8 @@ class CHalfMoves {
   std::vector<HalfMove> List(bool isRunOver) const;
 
  private:
-  enum class Step { kNone, kRename, kLink, kRemovalOfOld, kRemovalOfNew };
-
-  struct ItemInHand {
-    HalfMove move;
-    JournalPlace at;
-    std::optional<JournalPlace> next;  ///< where the step takes it, or where it is as well
-    Step step = Step::kNone;           ///< under way
-
-    bool IsOver() const { return !next && at == move.goal; }
-    void EndStep();
-  };
-
   void EndStep();
-  void NoteStep(Step step, const JournalPlaceView &from, const JournalPlaceView &to,
+  void NoteStep(MoveStep step, const JournalPlaceView &from, const JournalPlaceView &to,
                 const std::optional<ItemIdentity> &item);
   void LetGo();
 

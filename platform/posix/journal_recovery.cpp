@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "platform/journal.h"
 #include "platform/posix/folder_descriptors.h"
@@ -228,22 +229,22 @@ void Append(const CDescriptor &file, std::size_t size, std::string_view text) {
   (void)!pwrite(file.Get(), text.data(), text.size(), static_cast<off_t>(size));
 }
 
-void Recover(const CDescriptor &file, std::vector<std::string> *lines) {
+/// Puts right what the run of a journal has left, and answers what there is to tell.
+std::vector<std::string> Recover(const CDescriptor &file) {
+  std::vector<std::string> lines;
   const CMappedText text(file);
   const std::optional<Journal> journal = ParseJournal(text.View());
-  if (!journal || journal->isEnded) return;
-  const std::size_t linesBefore = lines->size();
-  const bool isAllRight = CRecovery(*journal, lines).PutAllRight();
+  if (!journal || journal->isEnded) return lines;
+  const bool isAllRight = CRecovery(*journal, &lines).PutAllRight();
   std::string addition;
-  for (std::size_t i = linesBefore; i < lines->size(); ++i) {
-    addition += JournalLineOf("recovered", {(*lines)[i]});
-  }
+  for (const std::string &line : lines) addition += JournalLineOf("recovered", {line});
   if (isAllRight) {
     addition += JournalLineOf("end", {"interrupted", TimeForJournal()});
   } else if (!journal->isToldOf) {
     addition += JournalLineOf("told", {TimeForJournal()});
   }
   if (!addition.empty()) Append(file, journal->size, addition);
+  return lines;
 }
 
 }  // namespace
@@ -256,7 +257,7 @@ std::vector<std::string> RecoverInterruptedRuns() {
     for (const std::string &name : journals.Names()) {
       const CDescriptor file = journals.OpenJournal(name);
       if (!file.IsOpen() || IsJournalEnded(file) || IsJournalInUse(file) != false) continue;
-      Recover(file, &lines);
+      for (std::string &line : Recover(file)) lines.push_back(std::move(line));
     }
   } catch (const std::bad_alloc &) {
     // The journals stay as they are for the next start.

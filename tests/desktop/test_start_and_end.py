@@ -2,6 +2,7 @@
 """Starting where something is missing, and ending."""
 
 import os
+import re
 import shutil
 import signal
 import subprocess
@@ -80,6 +81,48 @@ class Start(DesktopCase):
         self.click("Quit Vannerly .*", "check box")
         self.click("OK", "push button")
         self.assertEqual(self.quit(), "")
+
+
+class OtherRuns(DesktopCase):
+    ALONE = {"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nowhere"}
+    WAITING = "Waiting for another Vannerly.*"
+
+    def test_a_folder_that_another_process_has_is_waited_for(self):
+        for stops in (True, False):
+            with self.subTest(stops=stops):
+                drop = self.make_folder(f"drop{stops}", 300)
+                inner = os.path.join(drop, "sub2")
+                other = self.start(drop, delay=100, environment=self.ALONE)
+                wait_until(lambda: self.moved(drop) > 2, "the run does not start")
+                self.open_window(inner)
+                self.wait_for(self.WAITING)
+                if stops:
+                    self.key("Escape")
+                    self.wait_until_idle()
+                    self.assertEqual(self.moved(inner), 0)
+                    other.send_signal(signal.SIGKILL)
+                    self.finish(other, -signal.SIGKILL)
+                else:
+                    other.send_signal(signal.SIGTERM)
+                    wait_until(lambda: self.moved(inner) > 10, "the turn does not come")
+                    self.finish(other)
+                self.assertEqual(self.quit(), "")
+                self.assertComplete(drop, 300)
+
+    def test_the_window_tells_what_was_put_right(self):
+        drop = self.make_folder("drop", 1)
+        with open(os.path.join(drop, "0.txt"), "w", encoding="utf-8") as file:
+            file.write("content 0")
+        process = self.start(drop, delay=400)
+        caught = os.path.join(drop, "sub0/deep/517A7274")
+        wait_until(lambda: os.path.exists(caught), "the run does not start")
+        process.send_signal(signal.SIGKILL)
+        self.finish(process, -signal.SIGKILL)
+        self.open_window()
+        told = f"{drop}/sub0/deep/0.txt: is back in its place; a run was interrupted while moving it"
+        self.wait_for(re.escape(told))
+        self.assertEqual(self.quit(), f"vannerly: {told}\n")
+        self.assertTrue(os.path.exists(f"{drop}/sub0/deep/0.txt"))
 
 
 class End(DesktopCase):
