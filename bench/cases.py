@@ -14,9 +14,9 @@ def flattening(build, program, desktop):
     """The ways to flatten a folder. `desktop` is the environment of the windows; without one there
     are none."""
     mover = os.path.join(HERE, "python_mover.py")
-    window = os.path.join(build, "app", "vannerly")
+    window = os.path.join(build, "bin", "vannerly")
     competitors = [
-        Competitor("bare loop", lambda folder: [os.path.join(build, "bench", "bare_loop"), folder]),
+        Competitor("bare loop", lambda folder: [os.path.join(build, "bin", "bare_loop"), folder]),
         Competitor("vannerly-cli", lambda folder: [program, folder]),
         Competitor("find + mv", lambda folder: ["find", folder, "-mindepth", "2", "-type", "f",
                                                 "-exec", "mv", "-n", "-t", folder, "{}", "+"]),
@@ -50,5 +50,5 @@ def removal_cases(program):
 
 def collate_cases(build, program):
     loop = Competitor("rename loop",
-                      lambda folder: [os.path.join(build, "bench", "collate_loop"), folder])
+                      lambda folder: [os.path.join(build, "bin", "collate_loop"), folder])
     return [phase_case(trees.extensions, loop, program, "--aggregate-files-when-done")]

@@ -53,7 +53,7 @@ def parse_arguments():
     arguments = parser.parse_args()
     arguments.build = os.path.realpath(arguments.build)
     arguments.program = os.path.realpath(
-        arguments.program or os.path.join(arguments.build, "app", "vannerly-cli"))
+        arguments.program or os.path.join(arguments.build, "bin", "vannerly-cli"))
     if arguments.million:
         arguments.trees += [name for name in MILLION if name not in arguments.trees]
     return arguments

@@ -86,7 +86,7 @@ def measure(build, competitor, work, folder):
         os.makedirs(config + "/vannerly")
         with open(config + "/vannerly/preferences.toml", "w", encoding="ascii") as file:
             file.write("QuitWhenDone = true\n")
-    subprocess.run([os.path.join(build, "bench", "measure"), written, *competitor.command(folder)],
+    subprocess.run([os.path.join(build, "bin", "measure"), written, *competitor.command(folder)],
                    env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                    stderr=subprocess.DEVNULL, check=True)
     with open(written, encoding="ascii") as file:

@@ -60,7 +60,7 @@ def measure_idle(build, settling, seconds):
                            "XDG_CONFIG_HOME": config, "XDG_CONFIG_DIRS": config,
                            "XDG_STATE_HOME": config}
             windows.append(subprocess.Popen(
-                [os.path.join(build, "app", "vannerly")], env=environment,
+                [os.path.join(build, "bin", "vannerly")], env=environment,
                 stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
             stack.callback(windows[-1].wait)
             stack.callback(windows[-1].terminate)

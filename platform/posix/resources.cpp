@@ -14,13 +14,22 @@ std::optional<std::string> ResolvedPath(const std::string &path) {
   return resolved;
 }
 
+/// The folder that comes with the program: where it lies from the folder of the program's own file
+/// (proc(5)), so that an installation can be moved; else where it was meant to be installed.
+std::string DataFolder() {
+  if (const auto program = ResolvedPath("/proc/self/exe")) {
+    const std::string folder = program->substr(0, program->rfind('/') + 1);
+    if (auto path = ResolvedPath(folder + VANNERLY_DATA_FROM_PROGRAM)) return *path;
+  }
+  return VANNERLY_DATA_DIR;
+}
+
 }  // namespace
 
 std::optional<std::string> FindResourceFile(std::string_view name) {
-  for (const char *folder : {VANNERLY_DATA_DIR, VANNERLY_SOURCE_RESOURCES}) {
-    if (auto path = ResolvedPath(std::string(folder).append("/").append(name))) return path;
-  }
-  return std::nullopt;
+  // Found once: when the program is replaced while it runs, its old file has no folder any more.
+  static const std::string folder = DataFolder();
+  return ResolvedPath(std::string(folder).append("/").append(name));
 }
 
 CFBundleRef CFBundleGetMainBundle() {

@@ -135,13 +135,13 @@ class DesktopCase(unittest.TestCase):
 
     # The program -------------------------------------------------------------------------------
 
-    def start(self, *arguments, delay=None, environment=None, before=()):
+    def start(self, *arguments, delay=None, environment=None, program=PROGRAM):
         """Starts the program; with `delay`, on a disk where a rename takes so many ms longer."""
         variables = {**os.environ, **(environment or {})}
         if delay:
             variables |= {"LD_PRELOAD": os.path.abspath(os.environ["VANNERLY_OTHER_DISK"]),
                           "OTHER_DISK_DELAY_US": str(delay * 1000)}
-        process = subprocess.Popen([*before, PROGRAM, *arguments], env=variables, text=True,
+        process = subprocess.Popen([program, *arguments], env=variables, text=True,
                                    errors="surrogateescape", stdin=subprocess.DEVNULL,
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         self.processes.append(process)

@@ -6,6 +6,7 @@ import re
 import shutil
 import signal
 import subprocess
+import tempfile
 import unittest
 
 from desktop_case import PROGRAM, RESOURCES, DesktopCase, run, wait_until
@@ -36,33 +37,31 @@ class Start(DesktopCase):
         self.quit()
 
     def test_wrong_usage_and_questions(self):
-        for argument, status in (("--frobnicate", 2), ("--help", 0), ("--version", 0)):
-            ended = subprocess.run([PROGRAM, argument], env={**os.environ, "DISPLAY": ""},
+        drop = self.make_folder()
+        for arguments, status in ((["--frobnicate"], 2), (["--help", drop], 0), (["--version", drop], 0)):
+            ended = subprocess.run([PROGRAM, *arguments], env={**os.environ, "DISPLAY": ""},
                                    check=False, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
             self.assertEqual(ended.returncode, status)
             self.assertEqual(bool(ended.stderr), status != 0)
+        self.assertEqual(self.moved(drop), 0)
 
     def with_resources(self, change):
-        """The words before a command that let it find other resources; `change` gets a copy."""
-        resources = os.path.join(self.place, "resources")
+        """The path of a copy of the program with resources of its own; `change` gets their folder
+        "main"."""
+        place = tempfile.mkdtemp(dir=self.place)
+        resources = os.path.join(place, "share/vannerly")
         shutil.copytree(RESOURCES, resources)
         change(os.path.join(resources, "main"))
-        script = 'mount --bind "$0" "$1" && shift && exec "$@"'
-        before = ["unshare", "--mount", "sh", "-c", script, resources, os.path.realpath(RESOURCES)]
-        if os.geteuid() != 0:
-            before[1:1] = ["--user", "--map-root-user"]
-        if subprocess.run([*before, "true"], check=False).returncode != 0:
-            self.skipTest("no name space of its own to be had")
-        return before
+        os.mkdir(os.path.join(place, "bin"))
+        return shutil.copy(PROGRAM, os.path.join(place, "bin"))
 
     def test_interface_file_missing(self):
         for missing in ("", "MenuBar.ui", "MainWindow.ui"):
             with self.subTest(missing):
-                before = self.with_resources(
+                program = self.with_resources(
                     lambda main: run("rm", "-r", os.path.join(main, missing)))
-                errors = self.finish(self.start(before=before), 1)
+                errors = self.finish(self.start(program=program), 1)
                 self.assertRegex(errors, r"\Avannerly: .*\(error -\d+\)\n\Z")
-                shutil.rmtree(os.path.join(self.place, "resources"))
 
     def test_controls_missing_from_the_interface_file(self):
         def strip(main):
@@ -74,7 +73,7 @@ class Start(DesktopCase):
                     file.writelines(lines)
 
         drop = self.make_folder()
-        self.open_window(drop, before=self.with_resources(strip))
+        self.open_window(drop, program=self.with_resources(strip))
         wait_until(lambda: self.moved(drop) == 4, "not flattened")
         self.key("ctrl+comma")
         self.wait_for("Preferences")
