@@ -15,6 +15,7 @@ namespace {
 constexpr char kName[] = "com.brenmoor.Vannerly";
 constexpr char kPath[] = "/com/brenmoor/Vannerly";
 constexpr char kInterface[] = "org.freedesktop.Application";
+constexpr char kPreferencesAction[] = "preferences";
 constexpr int kMillisecondsToAnswer = 10000;
 
 /// The token by which the desktop lets a window come to the front; the platform plug-in takes it
@@ -35,12 +36,20 @@ QVariantMap OwnPlatformData() {
   return data;
 }
 
-bool HandOver(QDBusConnection &bus, const QStringList &uris) {
-  QDBusMessage call = QDBusMessage::createMethodCall(
-      QLatin1String(kName), QLatin1String(kPath), QLatin1String(kInterface),
-      uris.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
-  if (!uris.isEmpty()) call << uris;
-  call << OwnPlatformData();
+QDBusMessage MethodCall(const char *method) {
+  return QDBusMessage::createMethodCall(QLatin1String(kName), QLatin1String(kPath),
+                                        QLatin1String(kInterface), QLatin1String(method));
+}
+
+QDBusMessage CallFor(const StartRequest &request) {
+  if (request.wantsPreferences)
+    return MethodCall("ActivateAction") << QLatin1String(kPreferencesAction) << QVariantList();
+  if (request.uris.isEmpty()) return MethodCall("Activate");
+  return MethodCall("Open") << request.uris;
+}
+
+bool HandOver(QDBusConnection &bus, const StartRequest &request) {
+  const QDBusMessage call = CallFor(request) << OwnPlatformData();
   return bus.call(call, QDBus::Block, kMillisecondsToAnswer).type() == QDBusMessage::ReplyMessage;
 }
 
@@ -68,7 +77,7 @@ void BusService::ActivateAction(const QString &action, const QVariantList &,
                                 const QVariantMap &platformData) {
   if (IsTooLate()) return;
   UseActivationToken(platformData);
-  if (action == QLatin1String("preferences")) {
+  if (action == QLatin1String(kPreferencesAction)) {
     (void)SetFrontProcess({0, kCurrentProcess});
     GiveCommand(nullptr, kHICommandPreferences);
   } else if (action == QLatin1String("quit")) {
@@ -78,7 +87,7 @@ void BusService::ActivateAction(const QString &action, const QVariantList &,
   }
 }
 
-BusOutcome ClaimBusName(const QStringList &uris) {
+BusOutcome ClaimBusName(const StartRequest &request) {
   QDBusConnection bus = QDBusConnection::sessionBus();
   if (!bus.isConnected()) return BusOutcome::kIsFirst;
   // There before the name is: a call to the name must find it.
@@ -86,7 +95,7 @@ BusOutcome ClaimBusName(const QStringList &uris) {
   // A Vannerly that ends while it is being asked leaves the name to this one.
   for (int attempt = 0; attempt < 2; ++attempt) {
     if (bus.registerService(QLatin1String(kName))) return BusOutcome::kIsFirst;
-    if (HandOver(bus, uris)) return BusOutcome::kHandedOver;
+    if (HandOver(bus, request)) return BusOutcome::kHandedOver;
   }
   return bus.registerService(QLatin1String(kName)) ? BusOutcome::kIsFirst
                                                    : BusOutcome::kDoesNotAnswer;

@@ -34,9 +34,15 @@ enum class BusOutcome {
   kDoesNotAnswer  ///< another one is, but took nothing in the time that it had
 };
 
-/// Takes the program's name on the session bus. When another Vannerly has it, hands `uris` over to
-/// that one, or brings it to the front when there are none.
-BusOutcome ClaimBusName(const QStringList &uris);
+/// What a start is for.
+struct StartRequest {
+  QStringList uris;               ///< the folders to flatten
+  bool wantsPreferences = false;  ///< the preferences are to be shown; then there are no folders
+};
+
+/// Takes the program's name on the session bus. When another Vannerly has it, hands the request
+/// over to that one, which comes to the front when nothing is asked of it.
+BusOutcome ClaimBusName(const StartRequest &request);
 
 /// Gives the name up: from now on a new start is a program of its own.
 void ReleaseBusName();

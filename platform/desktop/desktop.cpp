@@ -11,6 +11,7 @@
 #include "platform/common/event_dispatch.h"
 #include "platform/desktop/bus_service.h"
 #include "platform/desktop/color_scheme.h"
+#include "platform/desktop/commands.h"
 #include "platform/desktop/documents.h"
 #include "platform/desktop/plain_text.h"
 #include "platform/desktop/quit_signals.h"
@@ -24,13 +25,15 @@ constexpr int kWrongUsage = 2;
 
 constexpr char kHelp[] =
     "Usage: vannerly [FOLDER...]\n"
+    "       vannerly --preferences\n"
     "\n"
     "Opens the window and flattens the folders: every file below a folder is moved up into it.\n"
     "When Vannerly is open already, the folders go to the one that is.\n"
     "\n"
-    "  --help      print this and exit\n"
-    "  --version   print the version and exit\n"
-    "  --          take everything after it for a folder\n";
+    "  --preferences   show the preferences\n"
+    "  --help          print this and exit\n"
+    "  --version       print the version and exit\n"
+    "  --              take everything after it for a folder\n";
 
 void Report(const std::string &problem) {
   const QByteArray line = OneLine(QString::fromLocal8Bit(problem)).toLocal8Bit();
@@ -47,6 +50,7 @@ void HandleMessageBeforeDisplay(QtMsgType type, const QMessageLogContext &, cons
 
 struct CommandLine {
   std::vector<std::string> operands;
+  bool wantsPreferences = false;
   std::optional<int> exitStatus;
 };
 
@@ -61,14 +65,20 @@ CommandLine ReadCommandLine(int argc, char **argv) {
       areOptionsOver = true;
     } else if (argument == "--help" || argument == "-h") {
       (void)std::fputs(kHelp, stdout);
-      return {{}, EXIT_SUCCESS};
+      return {{}, false, EXIT_SUCCESS};
     } else if (argument == "--version") {
       (void)std::puts("vannerly " VANNERLY_VERSION);
-      return {{}, EXIT_SUCCESS};
+      return {{}, false, EXIT_SUCCESS};
+    } else if (argument == "--preferences") {
+      line.wantsPreferences = true;
     } else {
       Report("unknown option " + std::string(argument) + " (see --help)");
-      return {{}, kWrongUsage};
+      return {{}, false, kWrongUsage};
     }
+  }
+  if (line.wantsPreferences && !line.operands.empty()) {
+    Report("--preferences takes no folder");
+    return {{}, false, kWrongUsage};
   }
   return line;
 }
@@ -109,6 +119,10 @@ void OpenWhenLoopRuns(const std::vector<ItemAtDoor> &items) {
   QTimer::singleShot(0, qApp, [refs] { (void)SendOpenDocuments(refs); });
 }
 
+void ShowPreferencesWhenLoopRuns() {
+  QTimer::singleShot(0, qApp, [] { GiveCommand(nullptr, kHICommandPreferences); });
+}
+
 }  // namespace
 
 std::optional<int> OpenDesktop(int argc, char **argv) {
@@ -118,9 +132,10 @@ std::optional<int> OpenDesktop(int argc, char **argv) {
   StartQt(argv);
 
   const std::vector<ItemAtDoor> items = LetOperandsIn(commandLine.operands);
-  QStringList uris;
-  for (const ItemAtDoor &item : items) uris.append(QString::fromStdString(UriFromPath(item.path)));
-  switch (ClaimBusName(uris)) {
+  StartRequest request{{}, commandLine.wantsPreferences};
+  for (const ItemAtDoor &item : items)
+    request.uris.append(QString::fromStdString(UriFromPath(item.path)));
+  switch (ClaimBusName(request)) {
     case BusOutcome::kHandedOver:
       CloseDesktop();
       return EXIT_SUCCESS;
@@ -136,6 +151,7 @@ std::optional<int> OpenDesktop(int argc, char **argv) {
   PreferencesSetProblemHandler([](const std::string &problem) { Report(problem); });
   JournalSetLineHandler([](const std::string &line) { Report(line); });
   OpenWhenLoopRuns(items);
+  if (commandLine.wantsPreferences) ShowPreferencesWhenLoopRuns();
   return std::nullopt;
 }
 

@@ -38,12 +38,22 @@ class Start(DesktopCase):
 
     def test_wrong_usage_and_questions(self):
         drop = self.make_folder()
-        for arguments, status in ((["--frobnicate"], 2), (["--help", drop], 0), (["--version", drop], 0)):
+        for arguments, status in ((["--frobnicate"], 2), (["--preferences", drop], 2),
+                                  (["--help", drop], 0), (["--version", drop], 0)):
             ended = subprocess.run([PROGRAM, *arguments], env={**os.environ, "DISPLAY": ""},
                                    check=False, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
             self.assertEqual(ended.returncode, status)
             self.assertEqual(bool(ended.stderr), status != 0)
         self.assertEqual(self.moved(drop), 0)
+
+    def test_preferences_from_the_first_start_and_a_second(self):
+        self.open_window("--preferences")
+        self.wait_for("Preferences")
+        self.click("OK", "push button")
+        wait_until(lambda: not self.find("Preferences"), "the preferences stay")
+        self.finish(self.start("--preferences"))
+        self.wait_for("Preferences")
+        self.quit()
 
     def with_resources(self, change):
         """The path of a copy of the program with resources of its own; `change` gets their folder
