@@ -1,7 +1,8 @@
 """What the tests of the window share: a display with a window manager and a session bus of their
 own, the real program in it, and eyes and hands: what a screen reader reads, and xdotool.
 
-VANNERLY, VANNERLY_DRAG_SOURCE and VANNERLY_OTHER_DISK are the paths of what is run.
+VANNERLY, VANNERLY_DRAG_SOURCE and VANNERLY_OTHER_DISK are the paths of what is run, VANNERLY_BUILD
+and VANNERLY_CMAKE the build folder and the cmake that made it.
 """
 
 import atexit
@@ -38,9 +39,6 @@ def start_session():
     start("Xvfb", "-displayfd", str(write), "-screen", "0", "1200x900x24", "-nolisten", "tcp",
           pass_fds=[write])
     os.environ["DISPLAY"] = ":" + os.read(read, 16).decode().strip()
-    bus = start("dbus-daemon", "--session", "--nofork", "--print-address=1",
-                stdout=subprocess.PIPE)
-    os.environ["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().decode().strip()
     # The browser and the file manager: a program that notes what it was asked to open.
     stand_in = os.path.join(TEMPORARY, "xdg-open")
     with open(stand_in, "w", encoding="utf-8") as file:
@@ -54,8 +52,12 @@ def start_session():
                    "HOME": os.path.join(TEMPORARY, "home"),
                    "XDG_CONFIG_HOME": os.path.join(TEMPORARY, "config"),
                    "XDG_STATE_HOME": os.path.join(TEMPORARY, "state"),
+                   "XDG_DATA_HOME": os.path.join(TEMPORARY, "installed/share"),
                    # What font and theme libraries keep to the end is not this program's leak.
                    "ASAN_OPTIONS": "detect_leaks=0:verify_asan_link_order=0"}
+    bus = start("dbus-daemon", "--session", "--nofork", "--print-address=1",
+                stdout=subprocess.PIPE)
+    os.environ["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().decode().strip()
     os.mkdir(os.environ["HOME"])
     start("openbox", stdout=subprocess.DEVNULL)
     wait_until(lambda: "_NET_SUPPORTING_WM_CHECK(WINDOW)" in
@@ -155,6 +157,13 @@ class DesktopCase(unittest.TestCase):
                         "--name", ".").split() or self.assertRunning(), "no window")[-1]
         run("xdotool", "windowactivate", "--sync", self.window)
         return self.process
+
+    def install(self):
+        """Installs the program where the session looks; answers its path there."""
+        prefix = os.path.dirname(os.environ["XDG_DATA_HOME"])
+        subprocess.run([os.environ["VANNERLY_CMAKE"], "--install", os.environ["VANNERLY_BUILD"],
+                        "--prefix", prefix], check=True, stdout=subprocess.DEVNULL)
+        return os.path.join(prefix, "bin/vannerly")
 
     def start_portal(self, script, *arguments):
         """Starts one of the stand-ins for the desktop's portals, and waits for its name."""

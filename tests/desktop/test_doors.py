@@ -2,14 +2,18 @@
 """The ways in: drags, the session bus, the command line, the folder chooser."""
 
 import os
+import pathlib
+import re
 import subprocess
 import time
 import unittest
 
 from desktop_case import DesktopCase, run, wait_until
 
-OBJECT = ("--session", "--dest", "com.brenmoor.Vannerly", "--object-path",
-          "/com/brenmoor/Vannerly", "--method")
+NAME = "com.brenmoor.Vannerly"
+BUS = ("--session", "--dest", "org.freedesktop.DBus", "--object-path", "/org/freedesktop/DBus",
+       "--method")
+OBJECT = ("--session", "--dest", NAME, "--object-path", "/com/brenmoor/Vannerly", "--method")
 
 
 def call(method, *arguments):
@@ -174,6 +178,30 @@ class Doors(DesktopCase):
         self.assertNotEqual(call("ActivateAction", "format-disk", "[]", "{}").returncode, 0)
         self.assertEqual(call("ActivateAction", "quit", "[]", "{}").returncode, 0)
         self.finish(self.process)
+
+    def test_bus_starts_the_installed_program(self):
+        program = self.install()
+        drop = self.make_folder("drop 100% é")
+
+        def is_running():
+            return "true" in run("gdbus", "call", *BUS, "org.freedesktop.DBus.NameHasOwner", NAME)
+
+        for method, *arguments in (("Activate", "{}"),
+                                   ("Open", f"[{pathlib.Path(drop).as_uri()!r}]", "{}"),
+                                   ("ActivateAction", "preferences", "[]", "{}")):
+            with self.subTest(method):
+                self.assertEqual(call(method, *arguments).returncode, 0)
+                owner = run("gdbus", "call", *BUS,
+                            "org.freedesktop.DBus.GetConnectionUnixProcessID", NAME)
+                pid = re.search(r"uint32 (\d+)", owner)[1]
+                self.assertEqual(os.readlink(f"/proc/{pid}/exe"), program)
+                wait_until(lambda: run("xdotool", "search", "--onlyvisible", "--pid", pid,
+                                       "--name", "Preferences" if "Action" in method else "."),
+                           "no window")
+                if method == "Open":
+                    wait_until(lambda: self.moved(drop) == 4, "not flattened")
+                call("ActivateAction", "quit", "[]", "{}")
+                wait_until(lambda: not is_running(), "it does not quit")
 
     def test_second_drop_during_a_run_waits_for_its_end(self):
         slow, other = self.make_folder("slow", 150), self.make_folder("other")

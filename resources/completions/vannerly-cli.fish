@@ -1,0 +1,20 @@
+# What fish offers after "vannerly-cli".
+complete -c vannerly-cli -f -a '(__fish_complete_directories)'
+complete -c vannerly-cli -l operation -x -a 'move alias' -d 'What is done with each file'
+complete -c vannerly-cli -l rename-duplicates -d 'Give a file whose name is taken a name of its own'
+complete -c vannerly-cli -l no-rename-duplicates -d 'Leave a file whose name is taken where it is'
+complete -c vannerly-cli -l ignore-applications -d 'Treat packages as single items'
+complete -c vannerly-cli -l no-ignore-applications -d 'Take packages apart'
+complete -c vannerly-cli -l delete-emptied-folders -d 'Delete the sub-folders with all that is in them'
+complete -c vannerly-cli -l no-delete-emptied-folders -d 'Keep the sub-folders'
+complete -c vannerly-cli -l aggregate-files-when-done -d 'Sort the items by extension'
+complete -c vannerly-cli -l no-aggregate-files-when-done -d 'Do not sort the items'
+complete -c vannerly-cli -l preferences -d 'Show the preferences'
+complete -c vannerly-cli -l set -x -d 'Store a preference' -a "
+  Operation={1,2}
+  {RenameDuplicates,IgnoreApplications,DeleteEmptiedFolders}={true,false}
+  {AggregateFilesWhenDone,QuitWhenDone}={true,false}"
+complete -c vannerly-cli -l quiet -d 'Show nothing while working'
+complete -c vannerly-cli -l force -d 'Flatten even / or the home folder'
+complete -c vannerly-cli -l help -d 'Show the options'
+complete -c vannerly-cli -l version -d 'Show the version'
