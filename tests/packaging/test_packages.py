@@ -91,7 +91,8 @@ class Packages(unittest.TestCase):
             def dpkg(*arguments):
                 # Nothing that the packages need is in this root; of each other they know.
                 run("fakeroot", "dpkg", f"--root={root}", "--force-not-root", "--force-depends",
-                    "--force-script-chrootless", "--no-triggers", "--log=/dev/null", *arguments)
+                    "--force-script-chrootless", "--no-triggers", "--log=/dev/null", *arguments,
+                    env={**os.environ, "PATH": os.environ["PATH"] + ":/usr/sbin:/sbin"})
 
             def outside_dpkg():
                 return [path for path in tree(root) if not path.startswith("var/lib/dpkg/")]
