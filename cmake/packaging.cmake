@@ -11,8 +11,11 @@ set(CPACK_VERBATIM_VARIABLES ON)
 
 set(CPACK_SOURCE_GENERATOR TGZ)
 set(CPACK_SOURCE_PACKAGE_FILE_NAME vannerly-${PROJECT_VERSION})
-set(CPACK_SOURCE_IGNORE_FILES
-  "/\\.git(/|$)" "^${CMAKE_SOURCE_DIR}/build/" "^${CMAKE_BINARY_DIR}/" "/\\.cache/" /__pycache__/)
+set(CPACK_SOURCE_IGNORE_FILES "/\\.git(/|$)" "/\\.cache/" /__pycache__/)
+foreach(folder ${CMAKE_SOURCE_DIR}/build ${CMAKE_BINARY_DIR})
+  string(REGEX REPLACE "([][+.*()^$?|\\])" "\\\\\\1" pattern ${folder})
+  list(APPEND CPACK_SOURCE_IGNORE_FILES "^${pattern}/")
+endforeach()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_SET_DESTDIR ON)  # what is installed is told the folder that it will lie in
