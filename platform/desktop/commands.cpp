@@ -7,6 +7,7 @@
 #include <QPointer>
 
 #include "platform/desktop/documents.h"
+#include "platform/desktop/uris.h"
 #include "platform/desktop/window.h"
 
 namespace {

@@ -12,9 +12,10 @@
 #include "platform/desktop/bus_service.h"
 #include "platform/desktop/color_scheme.h"
 #include "platform/desktop/commands.h"
-#include "platform/desktop/documents.h"
+#include "platform/desktop/door.h"
 #include "platform/desktop/plain_text.h"
 #include "platform/desktop/quit_signals.h"
+#include "platform/desktop/uris.h"
 #include "platform/journal.h"
 #include "platform/posix/stack_limit.h"
 #include "platform/preferences.h"
@@ -114,6 +115,7 @@ std::vector<ItemAtDoor> LetOperandsIn(const std::vector<std::string> &operands) 
 
 void OpenWhenLoopRuns(const std::vector<ItemAtDoor> &items) {
   std::vector<FSRef> refs;
+  refs.reserve(items.size());
   for (const ItemAtDoor &item : items) refs.push_back(*item.item);
   if (refs.empty()) return;
   QTimer::singleShot(0, qApp, [refs] { (void)SendOpenDocuments(refs); });

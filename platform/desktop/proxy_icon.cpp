@@ -8,9 +8,9 @@
 #include <QStyle>
 #include <QStyleOptionFocusRect>
 
-#include "platform/desktop/documents.h"
 #include "platform/desktop/event_loop.h"
 #include "platform/desktop/plain_text.h"
+#include "platform/desktop/uris.h"
 #include "platform/workspace.h"
 
 namespace {

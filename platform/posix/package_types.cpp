@@ -4,7 +4,6 @@
 #include <unicode/uchar.h>
 
 #include <string>
-#include <unordered_set>
 
 #include "platform/posix/config_folders.h"
 #include "platform/posix/disk_names.h"
@@ -16,24 +15,13 @@ namespace {
 constexpr std::string_view kFileName = "package-types";
 constexpr std::size_t kLargestFile = std::size_t{1024} * 1024;
 
-/// The text with differences of case taken away.
-std::u16string Folded(std::u16string_view text) {
-  std::u16string folded(text);
-  for (char16_t &unit : folded) {
-    unit = static_cast<char16_t>(u_foldCase(unit, U_FOLD_CASE_DEFAULT));
-  }
-  return folded;
-}
-
-using PackageTypes = std::unordered_set<std::u16string>;
-
 void AddLine(std::string_view line, PackageTypes *types) {
   constexpr std::string_view kSpaces = " \t\r";
   line = line.substr(0, line.find('#'));
   const std::size_t first = line.find_first_not_of(kSpaces);
   if (first == line.npos) return;
   line = line.substr(first, line.find_last_not_of(kSpaces) - first + 1);
-  types->insert(Folded(TextFromDisk(line)));
+  types->insert(FoldedExtension(TextFromDisk(line)));
 }
 
 /// Adds what a file lists; one that cannot be read adds nothing.
@@ -41,11 +29,7 @@ void AddFile(const std::string &path, PackageTypes *types) {
   std::string text;
   struct stat status;
   if (ReadWholeFile(path, kLargestFile, &text, &status) != 0) return;
-  for (std::string_view rest = text; !rest.empty();) {
-    const std::size_t length = std::min(rest.find('\n'), rest.size());
-    AddLine(rest.substr(0, length), types);
-    rest.remove_prefix(std::min(length + 1, rest.size()));
-  }
+  AddPackageTypes(text, types);
 }
 
 PackageTypes LoadPackageTypes() {
@@ -61,7 +45,23 @@ PackageTypes LoadPackageTypes() {
 
 }  // namespace
 
+std::u16string FoldedExtension(std::u16string_view extension) {
+  std::u16string folded(extension);
+  for (char16_t &unit : folded) {
+    unit = static_cast<char16_t>(u_foldCase(unit, U_FOLD_CASE_DEFAULT));
+  }
+  return folded;
+}
+
+void AddPackageTypes(std::string_view text, PackageTypes *types) {
+  while (!text.empty()) {
+    const std::size_t length = std::min(text.find('\n'), text.size());
+    AddLine(text.substr(0, length), types);
+    text.remove_prefix(std::min(length + 1, text.size()));
+  }
+}
+
 bool IsPackageType(std::u16string_view extension) {
   static const PackageTypes types = LoadPackageTypes();
-  return types.contains(Folded(extension));
+  return types.contains(FoldedExtension(extension));
 }
