@@ -23,7 +23,7 @@ struct FolderWalkState {
   FSRef ref;                      ///< the folder to enter, then each item as it is read
   FSSpec spec{};
   FSSpec *specPtr;  ///< `&spec` if specifications are wanted, else null
-  HFSUniStr255 name;
+  HFSUniStr255 name{};
   HFSUniStr255 *namePtr;  ///< `&name` if names are wanted, else null
   void *userData;
   std::uint32_t maxLevels;     ///< the deepest level to enter; 0 for no limit

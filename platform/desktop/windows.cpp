@@ -5,6 +5,7 @@
 #include <QMainWindow>
 #include <QPointer>
 #include <QThread>
+#include <array>
 #include <climits>
 #include <memory>
 
@@ -114,12 +115,12 @@ OSStatus SetWindowProxyFSSpec(WindowRef window, const FSSpec &item) {
   if (icon == nullptr) return paramErr;
   FSRef ref;
   if (const OSErr error = FSpMakeFSRef(item, &ref); error != noErr) return error;
-  std::string path(PATH_MAX, '\0');
+  std::array<char, PATH_MAX> path;
   if (const OSStatus status =
           FSRefMakePath(ref, path.data(), static_cast<std::uint32_t>(path.size()));
       status != noErr)
     return status;
-  icon->SetItem(path.c_str());
+  icon->SetItem(path.data());
   return noErr;
 }
 

@@ -47,6 +47,8 @@ TEST_F(FlattenRunTest, DoesEverythingInOrder) {
     if (call.starts_with("Draw1Control") || call == "WaitNextEvent") continue;
     calls.push_back(call.starts_with("SetControlData 6 \"Elapsed time: ") ? "elapsed" : call);
   }
+  const std::string idle =
+      R"(SetControlData 1 "Drop a folder on the application or this window to flatten it.")";
   EXPECT_EQ(calls, (List{"SetWindowTitle \"top\"",
                          "SetWindowProxyFSSpec \"MainWindow\"",
                          "SetWindowModified false",
@@ -85,8 +87,7 @@ TEST_F(FlattenRunTest, DoesEverythingInOrder) {
                          "HideControl 7",
                          "DisableControl 7",
                          "elapsed",
-                         "SetControlData 1 "
-                         "\"Drop a folder on the application or this window to flatten it.\""}));
+                         idle}));
   EXPECT_EQ(files.Tree("top"), (Contents{{"b", "2"}, {"txt/", ""}, {"txt/a.txt", "1"}}));
   EXPECT_EQ(FlattenRun.CollectedFiles.refs, nullptr) << "given back when the folder is done";
   EXPECT_EQ(TimersArmed(), 0) << "it stays open unless told otherwise";

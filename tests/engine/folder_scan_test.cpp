@@ -28,7 +28,8 @@ class FolderScan : public CProgramTest {
     list.collected = 0;
     EXPECT_EQ(CollectFilesInFolder(Ref(folder)), noErr);
     std::u16string names;
-    for (std::int32_t i = 0; i < std::min(list.count, list.collected); ++i) {
+    const auto count = static_cast<std::size_t>(std::min(list.count, list.collected));
+    for (std::size_t i = 0; i < count; ++i) {
       names.append(CopyItemName(list.refs[i]).value().View()).append(u" ");
     }
     return names;

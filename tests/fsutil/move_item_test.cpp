@@ -48,6 +48,7 @@ class MoveItem : public testing::Test {
 
   CTemporaryFolder folder;
   FSRef result{};
+  std::vector<std::string> movedNames;  ///< for a fault to note them
 };
 
 TEST_F(MoveItem, IsReferredToWhereItIsWhetherItMovesOrNot) {
@@ -96,8 +97,7 @@ TEST_F(MoveItem, FailingUndoLosesNothingAndReportsTheFirstError) {
 TEST_F(MoveItem, TemporaryNameIsFreeInBothFolders) {
   folder.WriteFile("to/sub/517A7274", "in source");
   folder.WriteFile("to/517A7275", "in destination");
-  std::vector<std::string> movedNames;
-  fault = [&movedNames](int, const TreeChange &change) {
+  fault = [this](int, const TreeChange &change) {
     movedNames.push_back(change.name);
     return 0;
   };

@@ -10,8 +10,8 @@
 
 namespace fs = std::filesystem;
 
-CTemporaryFolder::CTemporaryFolder() {
-  path_ = fs::canonical(fs::temp_directory_path()).string() + "/vannerly-XXXXXX";
+CTemporaryFolder::CTemporaryFolder()
+    : path_(fs::canonical(fs::temp_directory_path()).string() + "/vannerly-XXXXXX") {
   if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error("mkdtemp " + path_);
   fs::permissions(path_, fs::perms(0755));
 }
