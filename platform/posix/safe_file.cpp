@@ -34,9 +34,9 @@ int FlushFolder(const std::string &path) {
 int FillReplacement(int descriptor, std::string_view content, const struct stat *old) {
   if (old != nullptr) {
     // An administrator's change to a user's file leaves it the user's; nobody else may give files
-    // away, and need not.
-    (void)!fchown(descriptor, old->st_uid, old->st_gid);
-    if (fchmod(descriptor, old->st_mode & 0777) != 0) return errno;
+    // away, and need not. What the old group could read, another one may not.
+    const bool isSameGroup = fchown(descriptor, old->st_uid, old->st_gid) == 0;
+    if (fchmod(descriptor, old->st_mode & (isSameGroup ? 0777 : 0707)) != 0) return errno;
   }
   return WriteAll(descriptor, content);
 }
@@ -73,9 +73,14 @@ int ReadWholeFile(const std::string &path, std::size_t limit, std::string *conte
 int FollowLinks(std::string *path) {
   constexpr int kMostLinks = 40;  // as many as the kernel follows
   for (int links = 0; links <= kMostLinks; ++links) {
+    const CDescriptor item(open(path->c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status;
+    if (!item.IsOpen() || fstat(item.Get(), &status) != 0) return errno == ENOENT ? 0 : errno;
+    if (!S_ISLNK(status.st_mode)) return 0;
+    if (status.st_uid != geteuid() && status.st_uid != 0) return EPERM;
     std::array<char, PATH_MAX> target;
-    const ssize_t length = readlink(path->c_str(), target.data(), target.size());
-    if (length < 0) return errno == EINVAL || errno == ENOENT ? 0 : errno;
+    const ssize_t length = readlinkat(item.Get(), "", target.data(), target.size());
+    if (length < 0) return errno;
     const std::string_view text(target.data(), static_cast<std::size_t>(length));
     *path = text.starts_with('/') ? std::string(text) : FolderOf(*path).append("/").append(text);
   }

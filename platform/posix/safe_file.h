@@ -13,7 +13,8 @@ int ReadWholeFile(const std::string &path, std::size_t limit, std::string *conte
                   struct stat *status);
 
 /// While `path` is a symbolic link, puts the path that it leads to in its place. Nothing need be
-/// there.
+/// there. A link of another user's, but the administrator's, is EPERM: it could have any file of
+/// this user's written.
 int FollowLinks(std::string *path);
 
 /// Makes the folder at an absolute path and those above it that are missing, for the user alone.

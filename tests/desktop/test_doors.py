@@ -176,6 +176,7 @@ class Doors(DesktopCase):
         self.assertEqual(call("ActivateAction", "preferences", "[]", "{}").returncode, 0)
         self.wait_for("Preferences")
         self.assertNotEqual(call("ActivateAction", "format-disk", "[]", "{}").returncode, 0)
+        self.assertNotEqual(call("deleteLater").returncode, 0, "more can be called than is meant")
         self.assertEqual(call("ActivateAction", "quit", "[]", "{}").returncode, 0)
         self.finish(self.process)
 
