@@ -24,8 +24,8 @@ constexpr std::uint32_t kBundledApplication = kPackage | kLSItemInfoIsApplicatio
 /// A property list whose package type is `type`, among enough else that counts need more bits.
 std::string PropertyList(const char *type, bool isBinary) {
   plist_t root = plist_new_dict();
-  for (int i = 0; i < 300; ++i) {
-    plist_dict_set_item(root, ("Key" + std::to_string(i)).c_str(), plist_new_uint(i + 1u));
+  for (unsigned i = 0; i < 300; ++i) {
+    plist_dict_set_item(root, ("Key" + std::to_string(i)).c_str(), plist_new_uint(i + 1));
   }
   plist_dict_set_item(root, "CFBundlePackageType", plist_new_string(type));
   plist_dict_set_item(root, "CFBundleName", plist_new_string("APPL"));
