@@ -8,6 +8,7 @@
 #include <array>
 #include <climits>
 #include <memory>
+#include <vector>
 
 #include "platform/desktop/control_drawing.h"
 #include "platform/desktop/interface_file.h"
@@ -24,6 +25,7 @@ struct OpaqueNib {
 
 namespace {
 
+std::vector<std::unique_ptr<OpaqueNib>> openNibs;
 QPointer<OpaqueWindow> mainWindow;
 WindowRef portWindow = nullptr;
 
@@ -50,7 +52,8 @@ WindowRef MainDesktopWindow() {
 
 OSStatus CreateNibReference(std::string_view name, IBNibRef *nib) {
   if (!FindResourceFile(name)) return kIBCarbonRuntimeCantFindNibFile;
-  *nib = std::make_unique<OpaqueNib>(OpaqueNib{std::string(name)}).release();
+  openNibs.push_back(std::make_unique<OpaqueNib>(OpaqueNib{std::string(name)}));
+  *nib = openNibs.back().get();
   return noErr;
 }
 
@@ -79,7 +82,7 @@ OSStatus CreateWindowFromNib(IBNibRef nib, std::string_view name, WindowRef *win
 }
 
 void DisposeNibReference(IBNibRef nib) {
-  std::unique_ptr<OpaqueNib>{nib}.reset();
+  std::erase_if(openNibs, [nib](const auto &open) { return open.get() == nib; });
 }
 
 void ShowWindow(WindowRef window) {

@@ -53,8 +53,7 @@ def start_session():
                    "XDG_CONFIG_HOME": os.path.join(TEMPORARY, "config"),
                    "XDG_STATE_HOME": os.path.join(TEMPORARY, "state"),
                    "XDG_DATA_HOME": os.path.join(TEMPORARY, "installed/share"),
-                   # What font and theme libraries keep to the end is not this program's leak.
-                   "ASAN_OPTIONS": "detect_leaks=0:verify_asan_link_order=0"}
+                   "ASAN_OPTIONS": "verify_asan_link_order=0"}
     bus = start("dbus-daemon", "--session", "--nofork", "--print-address=1",
                 stdout=subprocess.PIPE)
     os.environ["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().decode().strip()
