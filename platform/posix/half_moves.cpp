@@ -48,7 +48,7 @@ void CHalfMoves::NoteStep(MoveStep step, const JournalPlaceView &from, const Jou
   if (!isContinued) {
     LetGo();
     if (!item) return;  // A move in one step needs no care.
-    inHand_.emplace();
+    inHand_ = ItemInHand();
     inHand_->move = {*item, {from.Copy()}, from.Copy()};
     inHand_->at = from.Copy();
   }

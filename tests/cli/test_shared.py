@@ -27,7 +27,8 @@ class Shared(CliCase):
         cli_case.PROGRAM = shutil.copy(PROGRAM, self.path("vannerly-cli"))
         os.chmod(self.place, 0o755)
         os.chown(self.home, MINE, MINE)
-        self.make(self.path("config"), MINE, 0o700)
+        for folder in ("config", "state"):
+            self.make(self.path(folder), MINE, 0o700)
         self.drop = self.path("drop")
 
     def make(self, path, owner, mode, content=None):
