@@ -147,4 +147,5 @@ int main(int argumentCount, char **arguments) {
   // The status tells of a missing menu, which a terminal never has.
   (void)RunVannerly();
   benchmark::RunSpecifiedBenchmarks();
+  place = nullptr;
 }
