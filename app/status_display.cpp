@@ -1,8 +1,5 @@
 #include "app/status_display.h"
 
-#include <cstdarg>
-#include <cstdio>
-
 #include "app/main_window.h"
 #include "fsutil/mac_roman.h"
 #include "platform/events.h"
@@ -21,15 +18,6 @@ void SetStatusText(const char *text, std::int32_t line) {
     (void)SetControlTextAndDraw(MainWindow.statusLine1, pascalText, true);
   }
   YieldToEvents();
-}
-
-void FormatStatusText(std::int32_t line, const char *format, ...) {
-  ShortString text;
-  std::va_list arguments;
-  va_start(arguments, format);
-  (void)std::vsnprintf(text, sizeof text, format, arguments);
-  va_end(arguments);
-  SetStatusText(text, line);
 }
 
 OSStatus SetControlTextAndDraw(ControlRef control, const PascalString &text, bool redraw) {

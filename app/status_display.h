@@ -18,8 +18,13 @@ void YieldToEvents();
 /// Shows `text` on status line 1 or 2, then yields; any other line shows nothing but yields too.
 void SetStatusText(const char *text, std::int32_t line);
 
-/// The same with a text made by `printf`'s rules.
-[[gnu::format(printf, 2, 3)]] void FormatStatusText(std::int32_t line, const char *format, ...);
+/// The same with a text made by FormatCString's rules.
+template <typename... Values>
+void FormatStatusText(std::int32_t line, const char *format, Values... values) {
+  ShortString text;
+  FormatCString(text, format, {FormatValue(values)...});
+  SetStatusText(text, line);
+}
 
 /// Sets a control's text, and draws the control if that worked and `redraw` says so. paramErr for
 /// an empty control.

@@ -42,5 +42,6 @@ bool HasPackageExtension(const FSRef &item) {
 }
 
 bool IsPackage(const FSRef &item) {
-  return IsPackageOrApplication(item) || HasPackageExtension(item);
+  // The name is asked first: it decides as well, and costs no look at the disk.
+  return HasPackageExtension(item) || IsPackageOrApplication(item);
 }

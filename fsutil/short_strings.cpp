@@ -1,7 +1,9 @@
 #include "fsutil/short_strings.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstring>
+#include <iterator>
 
 #include "fsutil/mac_roman.h"
 
@@ -47,6 +49,34 @@ char *AppendDecimalNumber(ShortString &destination, std::int32_t value) {
   char number[31];
   FormatDecimalNumber(number, sizeof number, value);
   return AppendBoundedCString(destination, number);
+}
+
+void FormatCString(ShortString &destination, const char *format,
+                   std::initializer_list<FormatValue> values) {
+  char *at = destination;
+  char *const end = destination + kShortStringLimit;
+  const auto write = [&at, end](std::string_view text) {
+    const auto room = static_cast<std::size_t>(end - at);
+    at = std::copy_n(text.data(), std::min(text.size(), room), at);
+  };
+  const FormatValue *value = values.begin();
+  for (; *format != '\0'; ++format) {
+    const bool isPlace = format[0] == '%' && format[1] != '\0' && value != values.end();
+    if (!isPlace) {
+      write({format, 1});
+      continue;
+    }
+    ++format;
+    if (const char *const *text = std::get_if<const char *>(value)) {
+      write(*text);
+    } else {
+      char digits[12];
+      const auto written = std::to_chars(digits, std::end(digits), std::get<std::int32_t>(*value));
+      write({digits, static_cast<std::size_t>(written.ptr - digits)});
+    }
+    ++value;
+  }
+  *at = '\0';
 }
 
 void ReverseCString(char *text) {

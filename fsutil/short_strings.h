@@ -6,7 +6,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <string_view>
+#include <variant>
 
 inline constexpr std::size_t kShortStringLimit = 255;
 using ShortString = char[kShortStringLimit + 1];
@@ -33,6 +35,15 @@ void FormatDecimalNumber(char *destination, std::int16_t size, std::int32_t valu
 
 /// Appends `value` in decimal.
 char *AppendDecimalNumber(ShortString &destination, std::int32_t value);
+
+/// What stands for one place in a format: a zero-terminated text or a number.
+using FormatValue = std::variant<const char *, std::int32_t>;
+
+/// Writes `format` with the values in its places: "%s" is a text, "%d" a number in decimal, and
+/// nothing else is understood. Made for status texts, of which every file has three: printf(3)
+/// would take longer than all else that is done for them.
+void FormatCString(ShortString &destination, const char *format,
+                   std::initializer_list<FormatValue> values);
 
 /// Reverses a zero-terminated string in place; none is let pass.
 void ReverseCString(char *text);

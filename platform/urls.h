@@ -6,9 +6,9 @@
 
 #include "platform/file_manager.h"
 
-/// The address of an item on disk.
+/// The address of an item on disk; good for as long as the reference that it was made from.
 struct CFURL {
-  FSRef item;
+  const FSRef *item;
 };
 
 /// The item's address; none for a reference that refers to nothing. The disk is not asked.

@@ -17,8 +17,13 @@ bool IsContinuation(unsigned char byte) {
 
 /// Writes the text of `bytes` to `out`, which has room for one unit a byte, and returns its length.
 std::size_t Decode(std::string_view bytes, char16_t *out) {
+  // Most names are plain ASCII to their end.
   std::size_t length = 0;
-  for (std::size_t i = 0; i < bytes.size();) {
+  while (length < bytes.size() && ByteAt(bytes, length) < 0x80) {
+    out[length] = ByteAt(bytes, length);
+    ++length;
+  }
+  for (std::size_t i = length; i < bytes.size();) {
     char32_t codePoint = 0;
     const std::size_t sequence = Utf8SequenceLength(bytes, i, &codePoint);
     if (sequence == 0) {
@@ -97,9 +102,14 @@ void NameFromDisk(std::string_view bytes, HFSUniStr255 *name) {
 }
 
 bool TextToDisk(std::u16string_view text, std::string *bytes) {
-  bytes->clear();
-  bytes->reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
+  bytes->resize(text.size());
+  std::size_t plain = 0;
+  while (plain < text.size() && text[plain] < 0x80 && text[plain] != 0) {
+    (*bytes)[plain] = static_cast<char>(text[plain]);
+    ++plain;
+  }
+  bytes->resize(plain);
+  for (std::size_t i = plain; i < text.size(); ++i) {
     const char16_t unit = text[i];
     if (unit == 0) return false;
     if (unit < 0xD800 || unit > 0xDFFF) {

@@ -23,7 +23,7 @@ namespace {
 FSRef lastSeenItem = {};
 
 bool WasSeenLast(const FSRef &ref) {
-  return std::equal(std::begin(ref.hidden), std::end(ref.hidden), std::begin(lastSeenItem.hidden));
+  return IsSameReference(ref, lastSeenItem);
 }
 
 /// Whether the item need not be looked at to know that it exists.
@@ -50,7 +50,7 @@ void FillFinderInfo(const ItemLocation &location, FSCatalogInfo *info) {
 }
 
 std::uint32_t NodeIDOf(const ItemReference &item) {
-  if (item.folder == kRootFolder && item.NameView() == "/") return fsRtDirID;
+  if (item.IsRoot()) return fsRtDirID;
   // Numbers below 16 are the volume's own; an inode number must not pass for one of them.
   return 16 + static_cast<std::uint32_t>(item.inode % (UINT32_MAX - 16));
 }

@@ -31,6 +31,8 @@ FinderInfo ReadFinderInfo(const ItemLocation &location) {
 }
 
 FinderInfo ReadFinderInfo(int descriptor) {
+  // Hardly any item has attributes, and that is told by one call.
+  if (flistxattr(descriptor, nullptr, 0) == 0) return {};
   return ReadWith([descriptor](const char *attribute, void *value, std::size_t size) {
     return fgetxattr(descriptor, attribute, value, size);
   });

@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "platform/posix/errors.h"
-#include "platform/posix/folder_descriptors.h"
 #include "platform/posix/item_location.h"
 
 namespace {
@@ -165,22 +164,60 @@ std::int64_t Nanoseconds(const timespec &time) {
   return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
 }
 
-/// When an open folder was last modified; 0 when that is so recent that the next change might not
-/// show.
-std::int64_t SettledState(int descriptor) {
+/// When a folder last changed; 0 when that is so recent that the next change might not show.
+std::int64_t SettledState(const struct stat &status) {
   constexpr std::int64_t kSeveralTicks = 50'000'000;
-  struct stat status;
   timespec now{};
-  if (fstat(descriptor, &status) != 0) return 0;
   (void)clock_gettime(CLOCK_REALTIME_COARSE, &now);
-  const std::int64_t modified = Nanoseconds(status.st_mtim);
-  return Nanoseconds(now) - modified > kSeveralTicks ? modified : 0;
+  // Unlike the time of modification this one cannot be set back.
+  const std::int64_t changed = Nanoseconds(status.st_ctim);
+  return Nanoseconds(now) - changed > kSeveralTicks ? changed : 0;
 }
 
 OSErr OpenRoot(int flags, int *descriptor, FolderIndex keepOpen) {
   const int opened = OpenAt(AT_FDCWD, "/", flags, 0, keepOpen);
   if (opened < 0) return ErrorFromErrno(errno);
   *descriptor = Table().Keep(kRootFolder, opened, keepOpen);
+  return noErr;
+}
+
+/// The table's place for a folder that was found as `name` in `parent`.
+FolderIndex PlaceFor(FolderIndex parent, std::string_view name, const Identity &identity) {
+  FolderTable &table = Table();
+  const FolderIndex known = FindFolder(identity.device, identity.inode);
+  if (known != 0 && table.entries[known].parent == parent &&
+      name == std::string_view(table.entries[known].name, table.entries[known].nameLength)) {
+    return known;
+  }
+  const auto added = static_cast<FolderIndex>(table.entries.size());
+  table.entries.push_back({parent, KeepName(name), static_cast<std::uint8_t>(name.size()), -1,
+                           identity.device, identity.inode});
+  table.byIdentity[identity] = added;
+  return added;
+}
+
+/// Opens a folder with the flags given besides those that make it safe, and enters it.
+OSErr OpenAndEnter(FolderIndex parent, const char *name, int flags, const ItemReference *expected,
+                   FolderIndex *folder, int *descriptor, struct stat *found) {
+  int parentDescriptor = -1;
+  if (OSErr error = OpenTableFolder(parent, &parentDescriptor); error != noErr) return error;
+  const int opened = OpenAt(parentDescriptor, name, flags, parent, 0);
+  if (opened < 0) return ErrorFromErrno(errno);
+  OSErr error = noErr;
+  if (fstat(opened, found) != 0) {
+    error = ErrorFromErrno(errno);
+  } else if (expected != nullptr && expected->isIdentified &&
+             (expected->device != found->st_dev || expected->inode != found->st_ino)) {
+    error = fnfErr;
+  }
+  if (error != noErr) {
+    close(opened);
+    return error;
+  }
+  *folder = PlaceFor(parent, name, {found->st_dev, found->st_ino});
+  // What was open before may be unfit for listing, so the newer descriptor stays.
+  CloseFolder(*folder);
+  *descriptor = Table().Keep(*folder, opened, parent);
   return noErr;
 }
 
@@ -218,64 +255,44 @@ OSErr OpenTableFolder(FolderIndex folder, int *descriptor, FolderIndex keepOpen)
   return noErr;
 }
 
-OSErr EnterFolder(FolderIndex parent, const char *name, int openFlags,
-                  const ItemReference *expected, FolderIndex *folder, int *descriptor) {
-  FolderTable &table = Table();
-  int parentDescriptor = -1;
-  if (OSErr error = OpenTableFolder(parent, &parentDescriptor); error != noErr) return error;
-  const int opened = OpenAt(parentDescriptor, name, openFlags, parent, 0);
-  if (opened < 0) return ErrorFromErrno(errno);
+OSErr EnterFolder(FolderIndex parent, const char *name, FolderIndex *folder, int *descriptor) {
   struct stat found;
-  if (fstat(opened, &found) != 0) {
-    const int error = errno;
-    close(opened);
-    return ErrorFromErrno(error);
-  }
-  if (expected != nullptr && expected->isIdentified &&
-      (expected->device != found.st_dev || expected->inode != found.st_ino)) {
-    close(opened);
-    return fnfErr;
-  }
+  return OpenAndEnter(parent, name, O_PATH, nullptr, folder, descriptor, &found);
+}
 
-  const Identity identity{found.st_dev, found.st_ino};
-  const std::string_view nameView(name);
-  FolderIndex index = FindFolder(found.st_dev, found.st_ino);
-  const bool isSamePlace =
-      index != 0 && table.entries[index].parent == parent &&
-      nameView == std::string_view(table.entries[index].name, table.entries[index].nameLength);
-  if (!isSamePlace) {
-    index = static_cast<FolderIndex>(table.entries.size());
-    table.entries.push_back({parent, KeepName(nameView), static_cast<std::uint8_t>(nameView.size()),
-                             -1, found.st_dev, found.st_ino});
-    table.byIdentity[identity] = index;
+OSErr EnterFolder(const ItemReference &folder, FolderIndex *index, int *descriptor) {
+  struct stat found;
+  return OpenAndEnter(folder.folder, folder.Name(), O_PATH, &folder, index, descriptor, &found);
+}
+
+OSErr EnterFolderForListing(const ItemReference &folder, FolderIndex *index, int *descriptor) {
+  struct stat found {};
+  if (folder.IsRoot()) {
+    CloseFolder(kRootFolder);
+    *index = kRootFolder;
+    if (OSErr error = OpenRoot(O_RDONLY, descriptor, 0); error != noErr) return error;
+  } else if (OSErr error = OpenAndEnter(folder.folder, folder.Name(), O_RDONLY, &folder, index,
+                                        descriptor, &found);
+             error != noErr) {
+    return error;
   }
-  // What was open before may be unfit for listing, so the newer descriptor stays.
-  CloseFolder(index);
-  *folder = index;
-  *descriptor = table.Keep(index, opened, parent);
+  Table().entries[*index].listedState = folder.IsRoot() ? 0 : SettledState(found);
   return noErr;
 }
 
-OSErr EnterRootForListing(FolderIndex *folder, int *descriptor) {
-  CloseFolder(kRootFolder);
-  *folder = kRootFolder;
-  return OpenRoot(O_RDONLY, descriptor, 0);
-}
-
-void NoteListing(FolderIndex folder, int descriptor) {
-  Table().entries[folder].listedState = SettledState(descriptor);
-}
-
-bool HasListingHeld(FolderIndex folder) {
+bool IsListingCurrent(FolderIndex folder) {
   const FolderEntry &entry = EntryOf(folder);
   if (entry.listedState == 0) return false;
-  if (entry.trustedListing == FolderListingCount()) return true;
   int descriptor = -1;
   if (OpenTableFolder(folder, &descriptor) != noErr) return false;
   struct stat status;
-  if (fstat(descriptor, &status) != 0 || Nanoseconds(status.st_mtim) != entry.listedState) {
-    return false;
-  }
+  return fstat(descriptor, &status) == 0 && Nanoseconds(status.st_ctim) == entry.listedState;
+}
+
+bool HasListingHeld(FolderIndex folder) {
+  if (EntryOf(folder).trustedListing == FolderListingCount())
+    return EntryOf(folder).listedState != 0;
+  if (!IsListingCurrent(folder)) return false;
   Table().entries[folder].trustedListing = FolderListingCount();
   return true;
 }
@@ -312,6 +329,6 @@ std::int16_t VolumeOfDevice(std::uint64_t device) {
   return static_cast<std::int16_t>(-1 - static_cast<std::int16_t>(number));
 }
 
-void CloseFolderDescriptors() {
+void CloseAllFolders() {
   (void)Table().CloseAllBut(0, 0);
 }

@@ -13,8 +13,6 @@
 
 #include "platform/posix/item_reference.h"
 
-inline constexpr FolderIndex kRootFolder = 1;
-
 struct FolderEntry {
   FolderIndex parent;
   const char *name;  ///< kept for the life of the process
@@ -22,7 +20,7 @@ struct FolderEntry {
   std::int16_t slot = -1;  ///< where its descriptor is kept; -1 while it is not open
   dev_t device;
   ino_t inode;
-  /// When it had last been modified as it was listed, in nanoseconds; 0: unknown.
+  /// When it had last changed as it was listed, in nanoseconds; 0: unknown.
   std::int64_t listedState = 0;
   /// The listing count at which its listing was found to hold.
   std::uint64_t trustedListing = 0;
@@ -36,23 +34,24 @@ const FolderEntry &EntryOf(FolderIndex folder);
 /// open meanwhile, 0 for none. fnfErr when another item stands in its place.
 OSErr OpenTableFolder(FolderIndex folder, int *descriptor, FolderIndex keepOpen = 0);
 
-/// Enters the folder called `name` in `parent`: opens it with the `openat` flags given besides
-/// those that make it safe, and puts it into the table with the identity it has. When `expected` is
-/// given and it identifies the item, the identity has to be that one (else fnfErr). The table then
-/// owns the descriptor.
-OSErr EnterFolder(FolderIndex parent, const char *name, int openFlags,
-                  const ItemReference *expected, FolderIndex *folder, int *descriptor);
+/// Enters the folder called `name` in `parent`: opens it, as a place only (O_PATH), and puts it
+/// into the table with the identity it has. The table then owns the descriptor.
+OSErr EnterFolder(FolderIndex parent, const char *name, FolderIndex *folder, int *descriptor);
 
-/// The same for the root folder, for listing it.
-OSErr EnterRootForListing(FolderIndex *folder, int *descriptor);
+/// The same for a folder that has been seen: where the reference identifies it, it has to be the
+/// same (else fnfErr).
+OSErr EnterFolder(const ItemReference &folder, FolderIndex *index, int *descriptor);
 
-/// Notes the state of a folder that is about to be listed.
-void NoteListing(FolderIndex folder, int descriptor);
+/// The same, opened for reading, and with its state noted for IsListingCurrent.
+OSErr EnterFolderForListing(const ItemReference &folder, FolderIndex *index, int *descriptor);
 
-/// Whether the names listed of a folder were still all there when the work in hand came to it
-/// first. Costs one look at the folder and none at its items. Not known, and therefore false, of a
-/// folder that was modified just before it was listed, as another change within the same tick of
-/// the clock would not show.
+/// Whether a folder has not changed since it was listed. Costs one look at the folder and none at
+/// its items. Not known, and therefore false, of a folder that was changed just before it was
+/// listed, as another change within the same tick of the clock would not show.
+bool IsListingCurrent(FolderIndex folder);
+
+/// Whether the names listed of a folder were still all there when the work in hand, which may have
+/// changed it since, came to it first.
 bool HasListingHeld(FolderIndex folder);
 
 /// The folder's own reference.
@@ -60,6 +59,7 @@ FSRef RefOfFolder(FolderIndex folder);
 
 /// Closes the folder's descriptor, if it is open.
 void CloseFolder(FolderIndex folder);
+void CloseAllFolders();
 
 /// The table's folder with that identity; 0 when it was never entered.
 FolderIndex FindFolder(dev_t device, ino_t inode);

@@ -1,14 +1,21 @@
 #include "platform/posix/item_location.h"
 
-#include <fcntl.h>
-
 #include "platform/posix/folder_table.h"
 #include "platform/posix/item_reference.h"
 
 namespace {
 
-bool IsRoot(const ItemReference &item) {
-  return item.folder == kRootFolder && item.NameView() == "/";
+/// The table's place for a folder that was entered under the very name and identity that the
+/// reference has; 0 when there is none.
+FolderIndex IndexInTable(const ItemReference &reference) {
+  if (reference.IsRoot()) return kRootFolder;
+  if (!reference.isIdentified) return 0;
+  const FolderIndex index = FindFolder(reference.device, reference.inode);
+  if (index == 0) return 0;
+  const FolderEntry &entry = EntryOf(index);
+  const bool isSamePlace = entry.parent == reference.folder &&
+                           reference.NameView() == std::string_view(entry.name, entry.nameLength);
+  return isSamePlace ? index : 0;
 }
 
 }  // namespace
@@ -16,7 +23,7 @@ bool IsRoot(const ItemReference &item) {
 OSErr LocateItem(const FSRef &item, ItemLocation *location) {
   const ItemReference &reference = ReferenceIn(item);
   if (reference.folder == 0) return paramErr;
-  location->name = IsRoot(reference) ? "." : reference.Name();
+  location->name = reference.IsRoot() ? "." : reference.Name();
   return OpenTableFolder(reference.folder, &location->folder);
 }
 
@@ -26,21 +33,20 @@ OSErr OpenFolder(const FSRef &folder, int *descriptor) {
 }
 
 OSErr FindTableFolder(const FSRef &folder, FolderIndex *index, int *descriptor) {
+  // A run moves everything into one folder; its place in the table never changes.
+  static FSRef foundLast = {};
+  static FolderIndex foundIndex = 0;
+  if (foundIndex != 0 && IsSameReference(folder, foundLast)) {
+    *index = foundIndex;
+    return OpenTableFolder(*index, descriptor);
+  }
   const ItemReference &reference = ReferenceIn(folder);
   if (reference.folder == 0) return paramErr;
-  if (IsRoot(reference)) {
-    *index = kRootFolder;
-    return OpenTableFolder(kRootFolder, descriptor);
-  }
-  if (reference.isIdentified) {
-    *index = FindFolder(reference.device, reference.inode);
-    if (*index != 0 && EntryOf(*index).parent == reference.folder &&
-        reference.NameView() ==
-            std::string_view(EntryOf(*index).name, EntryOf(*index).nameLength)) {
-      return OpenTableFolder(*index, descriptor);
-    }
-  }
-  return EnterFolder(reference.folder, reference.Name(), O_PATH, &reference, index, descriptor);
+  *index = IndexInTable(reference);
+  if (*index == 0) return EnterFolder(reference, index, descriptor);
+  foundLast = folder;
+  foundIndex = *index;
+  return OpenTableFolder(*index, descriptor);
 }
 
 std::string_view NameOnDisk(const FSRef &item) {

@@ -28,6 +28,10 @@ void ItemReference::SetName(std::string_view bytes) {
   }
 }
 
+bool ItemReference::IsRoot() const {
+  return folder == kRootFolder && NameView() == "/";
+}
+
 const ItemReference &ReferenceIn(const FSRef &ref) {
   // An array of bytes may hold an object whose lifetime begins with the array's ([intro.object]).
   return *std::launder(reinterpret_cast<const ItemReference *>(ref.hidden));
@@ -37,4 +41,8 @@ FSRef RefHolding(const ItemReference &reference) {
   FSRef ref;
   std::memcpy(ref.hidden, &reference, sizeof ref.hidden);
   return ref;
+}
+
+bool IsSameReference(const FSRef &first, const FSRef &second) {
+  return std::memcmp(first.hidden, second.hidden, sizeof first.hidden) == 0;
 }

@@ -8,6 +8,7 @@
 
 /// The place of a folder in the process-wide table of folders; 0 stands for none.
 using FolderIndex = std::uint32_t;
+inline constexpr FolderIndex kRootFolder = 1;
 
 enum class ItemKind : std::uint8_t {
   kUnknown,  ///< the folder's listing did not say
@@ -32,12 +33,18 @@ struct ItemReference {
   /// The name as on disk, zero-terminated.
   const char *Name() const;
   std::string_view NameView() const { return {Name(), nameLength}; }
+  /// Whether it is the root folder, which lies in itself under the name "/".
+  bool IsRoot() const;
   void SetName(std::string_view bytes);
 };
 static_assert(sizeof(ItemReference) == sizeof(FSRef));
 
 const ItemReference &ReferenceIn(const FSRef &ref);
 FSRef RefHolding(const ItemReference &reference);
+
+/// Whether two references are the same in every byte; two that are not may still lead to the same
+/// item.
+bool IsSameReference(const FSRef &first, const FSRef &second);
 
 /// A name kept for the life of the process; the same name is kept once. Zero-terminated.
 const char *KeepName(std::string_view bytes);

@@ -7,12 +7,13 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <string>
 #include <string_view>
 
 #include "platform/posix/descriptor.h"
 #include "platform/posix/finder_info.h"
+#include "platform/posix/folder_listing.h"
+#include "platform/posix/folder_table.h"
 #include "platform/posix/item_location.h"
 #include "platform/posix/package_types.h"
 #include "platform/posix/property_list.h"
@@ -22,6 +23,8 @@
 namespace {
 
 constexpr std::size_t kLargestPropertyList = std::size_t{1024} * 1024;
+constexpr const char *kContents = "Contents";
+constexpr const char *kAppRun = "AppRun";
 
 bool IsExecutableFile(const struct stat &status) {
   return S_ISREG(status.st_mode) && (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0;
@@ -49,7 +52,6 @@ bool LeadsToExecutableInside(int folder, const char *name) {
 /// Whether `folder` holds an executable `AppRun`. Often that is a link to the program proper,
 /// deeper in the folder; a link that leads elsewhere does not count.
 bool HasAppRun(int folder) {
-  constexpr const char *kAppRun = "AppRun";
   struct stat status;
   if (fstatat(folder, kAppRun, &status, AT_SYMLINK_NOFOLLOW) != 0) return false;
   return S_ISLNK(status.st_mode) ? LeadsToExecutableInside(folder, kAppRun)
@@ -70,7 +72,7 @@ std::string ReadFileAtPlace(int place) {
 /// The flags that `Contents/Info.plist` in a folder gives it; 0 without one.
 std::uint32_t BundleFlags(int folder) {
   const CDescriptor contents(
-      openat(folder, "Contents", O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+      openat(folder, kContents, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   if (!contents.IsOpen()) return IsExhaustion(errno) ? kLSItemInfoIsPackage : 0;
   const CDescriptor place(openat(contents.Get(), "Info.plist", O_PATH | O_NOFOLLOW | O_CLOEXEC));
   if (!place.IsOpen()) return IsExhaustion(errno) ? kLSItemInfoIsPackage : 0;
@@ -89,16 +91,7 @@ bool HasRegisteredExtension(const FSRef &item) {
   return extension && IsPackageType(*extension);
 }
 
-/// Whether the bundle bit is set. A folder is opened for that, which costs a third of what asking
-/// for it by name does; one that may not be read is asked by name.
-bool HasBundleBit(const FSRef &item, int folder) {
-  FinderInfo information{};
-  const CDescriptor readable(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (readable.IsOpen()) {
-    information = ReadFinderInfo(readable.Get());
-  } else if (ItemLocation location; LocateItem(item, &location) == noErr) {
-    information = ReadFinderInfo(location);
-  }
+bool HasBundleBit(const FinderInfo &information) {
   return ((information[8] << 8 | information[9]) & kHasBundle) != 0;
 }
 
@@ -109,24 +102,37 @@ struct LastAnswer {
   OSStatus status = noErr;
 };
 
-bool IsSameReference(const FSRef &first, const FSRef &second) {
-  return std::memcmp(first.hidden, second.hidden, sizeof first.hidden) == 0;
+/// The bundle bit of a folder that is open for reading, or of one that cannot be opened for that.
+FinderInfo FinderInfoOf(const FSRef &item, const CFolderListing &listing, int folder) {
+  if (listing.Error() == noErr) return ReadFinderInfo(folder);
+  ItemLocation location;
+  return LocateItem(item, &location) == noErr ? ReadFinderInfo(location) : FinderInfo{};
 }
 
-/// Looks at an item that may be a folder.
+/// Looks at an item that may be a folder. What the folder holds is taken from a listing, which a
+/// walk that enters the folder needs anyway; one that cannot be listed is asked for each name.
 OSStatus ReadItemInfo(const FSRef &item, LSItemInfoRecord *info) {
-  int folder = -1;
-  const OSErr error = OpenFolder(item, &folder);
+  const CFolderListing *listing = nullptr;
+  OSErr error = LookIntoFolder(item, &listing);
   if (error == dirNFErr) {
     info->flags = kLSItemInfoIsPlainFile;
     return noErr;
   }
+  int folder = -1;
+  if (error == noErr) {
+    error = listing->Error() == noErr ? OpenTableFolder(listing->Folder(), &folder)
+                                      : OpenFolder(item, &folder);
+  }
   if (error != noErr) return error;
-  std::uint32_t flags = kLSItemInfoIsContainer | BundleFlags(folder);
-  if (HasAppRun(folder)) flags |= kLSItemInfoIsApplication;
+  const auto mayHold = [listing](std::string_view name) {
+    return listing->Error() != noErr || listing->Holds(name);
+  };
+  std::uint32_t flags = kLSItemInfoIsContainer;
+  if (mayHold(kContents)) flags |= BundleFlags(folder);
+  if (mayHold(kAppRun) && HasAppRun(folder)) flags |= kLSItemInfoIsApplication;
   // What costs most comes last, and only while it matters.
   if ((flags & kLSItemInfoIsPackage) == 0 &&
-      (HasRegisteredExtension(item) || HasBundleBit(item, folder))) {
+      (HasRegisteredExtension(item) || HasBundleBit(FinderInfoOf(item, *listing, folder)))) {
     flags |= kLSItemInfoIsPackage;
   }
   info->flags = flags;

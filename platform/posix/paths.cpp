@@ -55,8 +55,7 @@ OSErr WalkPath(std::string_view path, FolderIndex *folder) {
     if (name.empty() || name == ".") continue;
     if (name == "..") return paramErr;
     int descriptor = -1;
-    if (OSErr error = EnterFolder(*folder, name.c_str(), O_PATH, nullptr, folder, &descriptor);
-        error != noErr) {
+    if (OSErr error = EnterFolder(*folder, name.c_str(), folder, &descriptor); error != noErr) {
       return error;
     }
   }
@@ -86,7 +85,7 @@ OSStatus FSRefMakePath(const FSRef &ref, char *path, std::uint32_t size) {
     return true;
   };
   path[at] = '\0';
-  const bool isRoot = item.folder == kRootFolder && item.NameView() == "/";
+  const bool isRoot = item.IsRoot();
   if (!prepend(isRoot ? std::string_view() : item.NameView())) return bdNamErr;
   for (FolderIndex folder = item.folder; folder != kRootFolder; folder = EntryOf(folder).parent) {
     if (!prepend({EntryOf(folder).name, EntryOf(folder).nameLength})) return bdNamErr;

@@ -129,15 +129,16 @@ struct Conversion {
 /// Converts as long as the text is plain ASCII, which most names are. The last character before
 /// anything else is left, for an accent may follow it.
 void ConvertAscii(Conversion *conversion) {
-  while (conversion->read + 2 <= conversion->inputSize &&
-         conversion->written < conversion->outputSize) {
-    if (conversion->UnitAt(conversion->read) >= 0x80) break;
-    const std::size_t next = conversion->read + 2;
-    if (next + 2 <= conversion->inputSize && conversion->UnitAt(next) >= 0x80) break;
-    conversion->output[conversion->written++] =
-        static_cast<std::uint8_t>(conversion->UnitAt(conversion->read));
-    conversion->read = next;
+  const std::size_t units = conversion->inputSize / 2;
+  const std::size_t most = std::min(units, conversion->outputSize);
+  std::size_t count = 0;
+  while (count < most && conversion->UnitAt(2 * count) < 0x80) {
+    conversion->output[count] = static_cast<std::uint8_t>(conversion->UnitAt(2 * count));
+    ++count;
   }
+  if (count > 0 && count < units && conversion->UnitAt(2 * count) >= 0x80) --count;
+  conversion->read = 2 * count;
+  conversion->written = count;
 }
 
 void ConvertToMacRoman(const CMacRomanTable &table, Conversion *conversion) {

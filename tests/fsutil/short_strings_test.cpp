@@ -38,4 +38,15 @@ TEST(ShortStrings, WriteNumbersInDecimal) {
   }
 }
 
+TEST(ShortStrings, FormatsAreFilledInAndCut) {
+  ShortString text;
+  FormatCString(text, "(%d of %d)", {-1, 2147483647});
+  EXPECT_STREQ(text, "(-1 of 2147483647)");
+  FormatCString(text, "%s, 100%, %s%", {"50% %s", ""});
+  EXPECT_STREQ(text, "50% %s, 100% %");
+  const std::string longText(254, 'x');
+  FormatCString(text, "%s%d!", {longText.c_str(), 12});
+  EXPECT_EQ(text, longText + "1");
+}
+
 }  // namespace
