@@ -78,23 +78,24 @@ bool CollectFiles() {
   return files.collected == files.count;
 }
 
+OSErr MoveUnderFreeName(const FSRef &file, bool renamesDuplicates) {
+  std::optional<std::u16string> newName;
+  if (renamesDuplicates) newName = MakeUniqueMoveName(FlattenRun.droppedFolder, file);
+  FSRef newRef;
+  return MoveItemWithNewName(file, FlattenRun.droppedFolder, newName, kTextEncodingUnknown,
+                             &newRef);
+}
+
 // A file that cannot be moved stays where it is.
 void MoveFileUp(const FSRef &file) {
   FSRef parent;
   if (GetParentFolderRef(file, &parent) != noErr) return;
   if (FSCompareFSRefs(FlattenRun.droppedFolder, parent) == noErr) return;
   const bool renamesDuplicates = GetRenameDuplicates();
-  std::optional<std::u16string> newName;
-  if (renamesDuplicates) newName = MakeUniqueMoveName(FlattenRun.droppedFolder, file);
-  FSRef newRef;
-  const OSErr error =
-      MoveItemWithNewName(file, FlattenRun.droppedFolder, newName, kTextEncodingUnknown, &newRef);
-  if (error != dupFNErr || !renamesDuplicates || newName) return;
-  // Another program has taken the name since it was found free: left behind, the file could be
-  // deleted with its folder.
-  newName = MakeUniqueMoveName(FlattenRun.droppedFolder, file);
-  if (!newName) return;
-  (void)MoveItemWithNewName(file, FlattenRun.droppedFolder, newName, kTextEncodingUnknown, &newRef);
+  if (MoveUnderFreeName(file, renamesDuplicates) != dupFNErr || !renamesDuplicates) return;
+  // Another program has taken a name since it was found free, and it shows now. Left behind, the
+  // file could be deleted with its folder.
+  (void)MoveUnderFreeName(file, renamesDuplicates);
 }
 
 std::optional<std::u16string> MakePathString(const FSRef &item) {

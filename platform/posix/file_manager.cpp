@@ -55,11 +55,12 @@ std::uint32_t NodeIDOf(const ItemReference &item) {
   return 16 + static_cast<std::uint32_t>(item.inode % (UINT32_MAX - 16));
 }
 
-/// Renames within a volume and notes that the name is taken now, by this item or, after dupFNErr,
-/// by another.
+/// Renames within a volume and notes which names are taken now and which are free. After dupFNErr
+/// the new name is taken by another item.
 int RenameAndNote(const OpenedFolder &from, const char *oldName, const OpenedFolder &to,
                   const char *newName) {
   const int error = RenameWithoutReplacing(from, oldName, to, newName);
+  if (error == 0) NoteNameGone(from.index, oldName);
   if (error == 0 || error == EEXIST) NoteNameInFolder(to.index, newName);
   return error;
 }
@@ -99,7 +100,10 @@ OSErr FSGetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, FSCatalo
   if ((whichInfo & kFSCatInfoVolume) != 0) info->volume = VolumeOfDevice(item.device);
   if ((whichInfo & kFSCatInfoNodeID) != 0) info->nodeID = NodeIDOf(item);
   if ((whichInfo & kFSCatInfoTextEncoding) != 0) info->textEncodingHint = kTextEncodingUnknown;
-  if (name != nullptr) NameFromDisk(item.NameView(), name);
+  if (name != nullptr) {
+    PrepareLookup(item.NameView());
+    NameFromDisk(item.NameView(), name);
+  }
   if (spec != nullptr) *spec = SpecOfItem(item);
   if (parent != nullptr) *parent = RefOfFolder(item.folder);
   return noErr;
@@ -123,7 +127,7 @@ OSErr FSSetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, const FS
 
 OSErr FSMakeFSRefUnicode(const FSRef &parent, std::u16string_view name, TextEncoding /*hint*/,
                          FSRef *result) {
-  std::string bytes;
+  static std::string bytes;  // asked for once a file, it keeps its memory
   if (OSErr error = NameToDisk(name, &bytes); error != noErr) return error;
   FolderIndex folder = 0;
   int descriptor = -1;
@@ -131,6 +135,7 @@ OSErr FSMakeFSRefUnicode(const FSRef &parent, std::u16string_view name, TextEnco
   if (IsNameKnownToBeFree(folder, descriptor, bytes)) return fnfErr;
   ItemStatus status;
   if (int error = ReadItemStatus(descriptor, bytes.c_str(), &status); error != 0) {
+    if (error == ENOENT) NoteFreeName(folder, bytes);
     return ErrorFromErrno(error);
   }
   *result = RefHolding(ReferenceToSeenItem(folder, bytes, status));

@@ -29,6 +29,19 @@ OSErr RefuseMountPoint(const FSRef &container, const CFolderListing &listing) {
   return status.isMountPoint || status.device != parent.device ? fBsyErr : noErr;
 }
 
+/// Makes the reference to a listed item in the bytes of `ref`.
+const ItemReference &MakeReference(FSRef &ref, const CFolderListing &listing,
+                                   const ListedItem &listed) {
+  auto *item = new (ref.hidden) ItemReference;
+  item->device = EntryOf(listing.Folder()).device;
+  item->inode = 0;
+  item->folder = listing.Folder();
+  item->kind = listed.kind;
+  item->isIdentified = false;
+  item->SetName(listing.NameOf(listed));
+  return *item;
+}
+
 /// Completes what the listing left open: the kind where it was unknown and the locked bit where it
 /// will be needed. Answers false for an item that has vanished since.
 bool ReadFlags(FSIteratorFlags flags, FSRef *ref, std::uint16_t *nodeFlags) {
@@ -95,12 +108,9 @@ OSErr FSGetCatalogInfoBulk(const FSIterator &iterator, std::uint32_t maximum, st
   while (*actual < maximum) {
     if (iterator->next == listing.Items().size()) return errFSNoMoreItems;
     const ListedItem &listed = listing.Items()[iterator->next++];
-    ItemReference item{};
-    item.device = EntryOf(listing.Folder()).device;
-    item.folder = listing.Folder();
-    item.kind = listed.kind;
-    item.SetName(listing.NameOf(listed));
-    FSRef ref = RefHolding(item);
+    FSRef local;
+    FSRef &ref = refs != nullptr ? refs[*actual] : local;
+    const ItemReference &item = MakeReference(ref, listing, listed);
     std::uint16_t nodeFlags = 0;
     if (!ReadFlags(iterator->flags, &ref, &nodeFlags)) continue;
 
@@ -110,7 +120,6 @@ OSErr FSGetCatalogInfoBulk(const FSIterator &iterator, std::uint32_t maximum, st
         (void)FSGetCatalogInfo(ref, others, &infos[*actual], nullptr, nullptr, nullptr);
       infos[*actual].nodeFlags = nodeFlags;
     }
-    if (refs != nullptr) refs[*actual] = ref;
     if (specs != nullptr) specs[*actual] = SpecOfItem(item);
     if (names != nullptr) NameFromDisk(item.NameView(), &names[*actual]);
     ++*actual;

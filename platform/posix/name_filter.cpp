@@ -32,6 +32,25 @@ class CHashSet {
 
   bool Contains(std::uint32_t hash) { return *Find(hash) == hash; }
 
+  void Erase(std::uint32_t hash) {
+    const std::size_t mask = slots_.size() - 1;
+    auto gap = static_cast<std::size_t>(Find(hash) - slots_.data());
+    if (slots_[gap] == 0) return;
+    // What follows without a gap was perhaps put there only because its own place was taken.
+    for (std::size_t at = (gap + 1) & mask; slots_[at] != 0; at = (at + 1) & mask) {
+      const std::size_t fromHome = (at - slots_[at]) & mask;
+      if (fromHome < ((at - gap) & mask)) continue;
+      slots_[gap] = slots_[at];
+      gap = at;
+    }
+    slots_[gap] = 0;
+    --count_;
+  }
+
+  void Prefetch(std::uint32_t hash) const {
+    __builtin_prefetch(&slots_[hash & (slots_.size() - 1)]);
+  }
+
  private:
   static constexpr std::size_t kSmallest = 1024;
 
@@ -63,6 +82,11 @@ struct NameFilter {
   int lookups = 0;
   bool isListed = false;
   CHashSet names;
+
+  /// The name looked up last in another folder.
+  FolderIndex otherFolder = 0;
+  std::uint32_t otherName = 0;
+  bool isOtherFree = false;
 };
 NameFilter filter;
 
@@ -81,6 +105,11 @@ void StartAnew(FolderIndex folder) {
   filter.listingCount = FolderListingCount();
   filter.lookups = 0;
   filter.isListed = false;
+  filter.otherFolder = 0;
+}
+
+bool IsOther(FolderIndex folder, std::string_view name) {
+  return folder == filter.otherFolder && HashOf(name) == filter.otherName;
 }
 
 bool ListNames(int descriptor) {
@@ -101,7 +130,7 @@ bool ListNames(int descriptor) {
 bool IsNameKnownToBeFree(FolderIndex folder, int descriptor, std::string_view name) {
   // The folder looked into first keeps the filter: it is the one that everything is moved into.
   if (!IsCurrent()) StartAnew(folder);
-  if (folder != filter.folder) return false;
+  if (folder != filter.folder) return filter.isOtherFree && IsOther(folder, name);
   if (!filter.isListed) {
     if (++filter.lookups % kLookupsBeforeListing != 0) return false;
     filter.isListed = ListNames(descriptor);
@@ -110,12 +139,31 @@ bool IsNameKnownToBeFree(FolderIndex folder, int descriptor, std::string_view na
   return !filter.names.Contains(HashOf(name));
 }
 
+void NoteFreeName(FolderIndex folder, std::string_view name) {
+  if (!IsCurrent() || folder == filter.folder) return;
+  filter.otherFolder = folder;
+  filter.otherName = HashOf(name);
+  filter.isOtherFree = true;
+}
+
 void NoteNameInFolder(FolderIndex folder, std::string_view name) {
-  if (!IsCurrent() || folder != filter.folder || !filter.isListed) return;
+  if (!IsCurrent()) return;
+  if (IsOther(folder, name)) filter.isOtherFree = false;
+  if (folder != filter.folder || !filter.isListed) return;
   try {
     filter.names.Insert(HashOf(name));
   } catch (const std::bad_alloc &) {
     // Without this name the filter would say too much.
     filter.isListed = false;
   }
+}
+
+void NoteNameGone(FolderIndex folder, std::string_view name) {
+  if (!IsCurrent()) return;
+  if (IsOther(folder, name)) filter.isOtherFree = true;
+  if (folder == filter.folder && filter.isListed) filter.names.Erase(HashOf(name));
+}
+
+void PrepareLookup(std::string_view name) {
+  if (IsCurrent() && filter.isListed) filter.names.Prefetch(HashOf(name));
 }
