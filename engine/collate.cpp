@@ -76,8 +76,8 @@ bool IsHiddenItem(const FSRef &item) {
     const int finderFlags = finderInfo[8] << 8 | finderInfo[9];
     if ((finderFlags & kIsInvisible) != 0) return true;
   }
-  const std::optional<HFSUniStr255> name = CopyItemName(item);
-  return name && name->View().starts_with(u'.');
+  HFSUniStr255 name;
+  return CopyItemName(item, &name) && name.View().starts_with(u'.');
 }
 
 OSErr GetOrCreateSubfolder(const FSRef &parent, std::u16string_view name, FSRef *result) {

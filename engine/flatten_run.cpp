@@ -114,7 +114,8 @@ void MakeAliasOfFile(const FSRef &file) {
 }
 
 void HandleFile(const FSRef &file) {
-  ShortString name = "";
+  ShortString name;
+  ClearCString(name);
   if (GetItemNameAsCString(file, name) != noErr) return;
   FormatStatusText(1, "Moving File: %s", name);
   const std::int32_t operation = GetOperation();

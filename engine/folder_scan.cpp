@@ -42,7 +42,8 @@ void CollectItem(const FSRef &item) {
 
 OSErr CountFilesInFolder(const FSRef &folder) {
   FlattenRun.ScanMode = kScanCounts;
-  ShortString name = "";
+  ShortString name;
+  ClearCString(name);
   if (const OSErr error = GetItemNameAsCString(folder, name); error != noErr) return error;
   FormatStatusText(1, "Counting files in %s...", name);
   return ScanFolder(folder);
@@ -50,7 +51,8 @@ OSErr CountFilesInFolder(const FSRef &folder) {
 
 OSErr CollectFilesInFolder(const FSRef &folder) {
   FlattenRun.ScanMode = kScanCollects;
-  ShortString name = "";
+  ShortString name;
+  ClearCString(name);
   if (const OSErr error = GetItemNameAsCString(folder, name); error != noErr) return error;
   FormatStatusText(1, "Collecting files in %s...", name);
   ShowProgress();

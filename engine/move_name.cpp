@@ -5,12 +5,12 @@
 #include "platform/utilities.h"
 
 std::optional<std::u16string> MakeUniqueMoveName(const FSRef &destination, const FSRef &item) {
-  const std::optional<HFSUniStr255> oldName = CopyItemName(item);
-  if (!oldName) return std::nullopt;
+  HFSUniStr255 oldName;
+  if (!CopyItemName(item, &oldName)) return std::nullopt;
   FSRef found;
-  if (!FindItemInFolder(destination, oldName->View(), &found)) return std::nullopt;
+  if (!FindItemInFolder(destination, oldName.View(), &found)) return std::nullopt;
 
-  std::u16string name(oldName->View());
+  std::u16string name(oldName.View());
   const std::optional<CFURL> url = CFURLCreateFromFSRef(item);
   if (!url) return std::nullopt;
   std::u16string suffix;

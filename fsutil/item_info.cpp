@@ -39,12 +39,8 @@ OSErr GetItemFSSpec(const FSRef &item, FSSpec *spec) {
   return FSGetCatalogInfo(item, kFSCatInfoNone, nullptr, nullptr, spec, nullptr);
 }
 
-std::optional<HFSUniStr255> CopyItemName(const FSRef &item) {
-  std::optional<HFSUniStr255> name(std::in_place);
-  if (FSGetCatalogInfo(item, kFSCatInfoNone, nullptr, &*name, nullptr, nullptr) != noErr) {
-    name.reset();
-  }
-  return name;
+bool CopyItemName(const FSRef &item, HFSUniStr255 *name) {
+  return FSGetCatalogInfo(item, kFSCatInfoNone, nullptr, name, nullptr, nullptr) == noErr;
 }
 
 bool FindItemInFolder(const FSRef &folder, std::u16string_view name, FSRef *result) {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <optional>
 #include <string_view>
 
 #include "platform/file_manager.h"
@@ -25,8 +24,8 @@ OSErr GetParentFolderRef(const FSRef &item, FSRef *parent);
 
 OSErr GetItemFSSpec(const FSRef &item, FSSpec *spec);
 
-/// None when the name cannot be read.
-std::optional<HFSUniStr255> CopyItemName(const FSRef &item);
+/// Reads the name into `name`; false when it cannot be read.
+bool CopyItemName(const FSRef &item, HFSUniStr255 *name);
 
 /// Looks `name` up in `folder`. True unless the name is known to be free, that is for any error but
 /// fnfErr too: what cannot be ruled out counts as taken. `result` is set when an item was found.

@@ -30,7 +30,7 @@ bool WasSeenLast(const FSRef &ref) {
 bool IsKnownToExist(const FSRef &ref) {
   const ItemReference &item = ReferenceIn(ref);
   const bool isFromListing = item.inode == 0;
-  return WasSeenLast(ref) || (isFromListing && HasListingHeld(item.folder));
+  return (isFromListing && HasListingHeld(item.folder)) || WasSeenLast(ref);
 }
 
 OSErr SeeItem(const FSRef &ref, ItemStatus *status, ItemLocation *location) {

@@ -4,6 +4,6 @@
 #include "platform/posix/folder_table.h"
 
 void CloseFolderDescriptors() {
-  ForgetListing();
+  ForgetListings();
   CloseAllFolders();
 }

@@ -10,7 +10,12 @@
 struct FolderIterator {
   FSIteratorFlags flags = kFSIterateFlat;
   std::unique_ptr<CFolderListing> listing;
-  std::size_t next = 0;
+  std::size_t place = 0;  ///< of the next item in the listing
+
+  ~FolderIterator() {
+    // What is being deleted is not walked through again.
+    if (listing != nullptr && flags == kFSIterateFlat) KeepListing(std::move(listing));
+  }
 };
 
 namespace {
@@ -31,14 +36,14 @@ OSErr RefuseMountPoint(const FSRef &container, const CFolderListing &listing) {
 
 /// Makes the reference to a listed item in the bytes of `ref`.
 const ItemReference &MakeReference(FSRef &ref, const CFolderListing &listing,
-                                   const ListedItem &listed) {
+                                   const CFolderListing::Item &listed) {
   auto *item = new (ref.hidden) ItemReference;
   item->device = EntryOf(listing.Folder()).device;
   item->inode = 0;
   item->folder = listing.Folder();
   item->kind = listed.kind;
   item->isIdentified = false;
-  item->SetName(listing.NameOf(listed));
+  item->SetName(listed.name);
   return *item;
 }
 
@@ -106,8 +111,8 @@ OSErr FSGetCatalogInfoBulk(const FSIterator &iterator, std::uint32_t maximum, st
   if (listing.Error() != noErr) return listing.Error();
 
   while (*actual < maximum) {
-    if (iterator->next == listing.Items().size()) return errFSNoMoreItems;
-    const ListedItem &listed = listing.Items()[iterator->next++];
+    CFolderListing::Item listed;
+    if (!listing.ReadNext(&iterator->place, &listed)) return errFSNoMoreItems;
     FSRef local;
     FSRef &ref = refs != nullptr ? refs[*actual] : local;
     const ItemReference &item = MakeReference(ref, listing, listed);

@@ -1,26 +1,25 @@
-/// The items of one folder, listed once for all who ask for them in a row.
+/// The items of a folder, listed once for all who ask for them while it does not change.
 ///
 /// A scan asks of a folder first whether it is a package, which depends on what it holds, and for
-/// its items right after that. Both are answered from one listing.
+/// its items right after that; and it walks through every folder twice, to count and to collect.
+/// Each walk looks at each folder anew, but reads its items again only when the folder has changed:
+/// with every item added, removed or renamed in it the time of its last change goes on.
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
-#include <vector>
 
 #include "platform/posix/item_reference.h"
 
-/// One listed item; its name stands in the listing's text.
-struct ListedItem {
-  std::uint64_t sortKey;  ///< eight bytes of the name, so that most comparisons need no look at the
-                          ///< text
-  std::uint32_t nameStart;
-  std::uint8_t nameLength;
-  ItemKind kind;
-};
-
 class CFolderListing {
  public:
+  struct Item {
+    std::string_view name;
+    ItemKind kind;
+  };
+
   /// Reads the folder that is open for reading as `descriptor`, with its position at the start.
   /// Throws std::bad_alloc.
   CFolderListing(FolderIndex folder, int descriptor);
@@ -30,30 +29,31 @@ class CFolderListing {
   FolderIndex Folder() const { return folder_; }
   OSErr Error() const { return error_; }
 
-  /// In byte order of their names.
-  const std::vector<ListedItem> &Items() const { return items_; }
-  std::string_view NameOf(const ListedItem &item) const {
-    return {text_.data() + item.nameStart, item.nameLength};
-  }
+  /// Reads the item at `*place`, 0 for the first, and goes on to the next; false after the last.
+  /// Items come in byte order of their names.
+  bool ReadNext(std::size_t *place, Item *item) const;
   bool Holds(std::string_view name) const;
 
  private:
-  std::size_t CommonPrefixLength() const;
-  void Sort();
+  friend class CListingStore;
 
   FolderIndex folder_ = 0;
   OSErr error_ = noErr;
-  std::vector<char> text_;
-  std::vector<ListedItem> items_;
+  bool isKeptOnce_ = false;  ///< a second walk uses it, and hardly ever a third
+  std::int64_t state_ = 0;   ///< of the folder as it was listed
+  std::string records_;      ///< of each item the length and kind, a byte each, and the name
 };
 
-/// Lists `folder`, unless LookIntoFolder has just done so and it has not changed since. A folder
-/// that may not be listed has a listing too, with the error afpAccessDenied. The folder is then
-/// open in the table of folders.
+/// Lists `folder`, unless a listing is kept that still holds. A folder that may not be listed has a
+/// listing too, with the error afpAccessDenied. The folder is then open in the table of folders,
+/// for reading.
 OSErr ListFolder(const FSRef &folder, std::unique_ptr<CFolderListing> *listing);
 
 /// The same, but the listing stays here for who lists the folder next; it is good until then.
 OSErr LookIntoFolder(const FSRef &folder, const CFolderListing **listing);
 
-/// Lets go of the listing that is kept.
-void ForgetListing();
+/// Takes a listing back for the next walk, as long as all that are kept stay small.
+void KeepListing(std::unique_ptr<CFolderListing> listing);
+
+/// Lets go of all listings that are kept.
+void ForgetListings();

@@ -298,6 +298,10 @@ bool HasListingHeld(FolderIndex folder) {
 }
 
 FSRef RefOfFolder(FolderIndex folder) {
+  // Asked twice for every file; what an entry says of its folder never changes.
+  static FolderIndex madeLast = 0;
+  static FSRef ref;
+  if (madeLast == folder) return ref;
   const FolderEntry &entry = EntryOf(folder);
   ItemReference reference{};
   reference.device = entry.device;
@@ -306,7 +310,9 @@ FSRef RefOfFolder(FolderIndex folder) {
   reference.kind = ItemKind::kFolder;
   reference.isIdentified = true;
   reference.SetName({entry.name, entry.nameLength});
-  return RefHolding(reference);
+  ref = RefHolding(reference);
+  madeLast = folder;
+  return ref;
 }
 
 void CloseFolder(FolderIndex folder) {

@@ -125,6 +125,15 @@ bool ListNames(int descriptor) {
   }
 }
 
+void InsertName(std::uint32_t hash) {
+  try {
+    filter.names.Insert(hash);
+  } catch (const std::bad_alloc &) {
+    // Without this name the filter would say too much.
+    filter.isListed = false;
+  }
+}
+
 }  // namespace
 
 bool IsNameKnownToBeFree(FolderIndex folder, int descriptor, std::string_view name) {
@@ -148,20 +157,20 @@ void NoteFreeName(FolderIndex folder, std::string_view name) {
 
 void NoteNameInFolder(FolderIndex folder, std::string_view name) {
   if (!IsCurrent()) return;
-  if (IsOther(folder, name)) filter.isOtherFree = false;
-  if (folder != filter.folder || !filter.isListed) return;
-  try {
-    filter.names.Insert(HashOf(name));
-  } catch (const std::bad_alloc &) {
-    // Without this name the filter would say too much.
-    filter.isListed = false;
+  if (folder == filter.folder) {
+    if (filter.isListed) InsertName(HashOf(name));
+  } else if (IsOther(folder, name)) {
+    filter.isOtherFree = false;
   }
 }
 
 void NoteNameGone(FolderIndex folder, std::string_view name) {
   if (!IsCurrent()) return;
-  if (IsOther(folder, name)) filter.isOtherFree = true;
-  if (folder == filter.folder && filter.isListed) filter.names.Erase(HashOf(name));
+  if (folder == filter.folder) {
+    if (filter.isListed) filter.names.Erase(HashOf(name));
+  } else if (IsOther(folder, name)) {
+    filter.isOtherFree = true;
+  }
 }
 
 void PrepareLookup(std::string_view name) {

@@ -38,7 +38,7 @@ int KeepBrokenCopy(const std::string &path, std::string_view content, mode_t mod
 
 CPreferenceFile::CPreferenceFile(std::string path, ProblemHandler handler)
     : path_(std::move(path)), handler_(handler) {
-  Refresh();
+  (void)Refresh();
 }
 
 CPreferenceFile::Version CPreferenceFile::VersionFrom(const struct stat &status) {
@@ -50,14 +50,15 @@ CPreferenceFile::Version CPreferenceFile::VersionFrom(const struct stat &status)
           Nanoseconds(status.st_ctim)};
 }
 
-void CPreferenceFile::Refresh() {
+bool CPreferenceFile::Refresh() {
   struct stat status;
   const int error = stat(path_.c_str(), &status) == 0 ? 0 : errno;
   const Version found = error == 0 ? VersionFrom(status) : Version();
-  if (isSettled_ && found == version_ && error == statError_) return;
+  if (isSettled_ && found == version_ && error == statError_) return false;
   statError_ = error;
   version_ = found;
   Read();
+  return true;
 }
 
 void CPreferenceFile::Read() {

@@ -19,8 +19,8 @@ class CPreferenceFile {
   const std::string &Path() const { return path_; }
 
   /// Looks whether the file has changed, which costs one `stat`, and reads it again if so. A file
-  /// that is missing, or that cannot be understood, has no values.
-  void Refresh();
+  /// that is missing, or that cannot be understood, has no values. Returns whether it was read.
+  bool Refresh();
 
   /// The value for `key`; null when the file has none.
   const CFPreferenceValue *Find(std::string_view key) const;

@@ -54,28 +54,22 @@ class CPreferenceDomain {
     }
   }
 
-  FoundValue Find(std::string_view key) const {
-    if (const auto found = forThisRun_.find(key); found != forThisRun_.end()) {
-      return {&found->second, PreferenceSource::kCommandLine};
+  FoundValue Find(std::string_view key) {
+    // A run asks for the same few keys with every item it visits.
+    for (const auto &[foundKey, found] : found_) {
+      if (foundKey == key) return found;
     }
-    if (const auto found = pending_.find(key); found != pending_.end()) {
-      return {&found->second, PreferenceSource::kUser};
-    }
-    if (const auto *value = userFile_ ? userFile_->Find(key) : nullptr) {
-      return {value, PreferenceSource::kUser};
-    }
-    for (const CPreferenceFile &file : systemFiles_) {
-      if (const auto *value = file.Find(key)) return {value, PreferenceSource::kSystem};
-    }
-    return {};
+    return found_.emplace_back(key, Search(key)).second;
   }
 
   void Set(std::string_view key, const CFPreferenceValue &value) {
+    found_.clear();
     pending_.insert_or_assign(std::string(key), value);
     retryTime_ = 0;
   }
 
   void SetForThisRun(std::string_view key, const CFPreferenceValue &value) {
+    found_.clear();
     forThisRun_.insert_or_assign(std::string(key), value);
   }
 
@@ -85,8 +79,10 @@ class CPreferenceDomain {
     const std::int64_t now = CoarseTime();
     if (now != refreshTime_) {
       refreshTime_ = now;
-      if (userFile_) userFile_->Refresh();
-      for (CPreferenceFile &file : systemFiles_) file.Refresh();
+      if (userFile_ && userFile_->Refresh()) found_.clear();
+      for (CPreferenceFile &file : systemFiles_) {
+        if (file.Refresh()) found_.clear();
+      }
     }
     if (pending_.empty()) return true;
     if (now < retryTime_) return false;
@@ -102,7 +98,24 @@ class CPreferenceDomain {
   std::string UserFilePath() const { return userFile_ ? userFile_->Path() : std::string(); }
 
  private:
+  FoundValue Search(std::string_view key) const {
+    if (const auto found = forThisRun_.find(key); found != forThisRun_.end()) {
+      return {&found->second, PreferenceSource::kCommandLine};
+    }
+    if (const auto found = pending_.find(key); found != pending_.end()) {
+      return {&found->second, PreferenceSource::kUser};
+    }
+    if (const auto *value = userFile_ ? userFile_->Find(key) : nullptr) {
+      return {value, PreferenceSource::kUser};
+    }
+    for (const CPreferenceFile &file : systemFiles_) {
+      if (const auto *value = file.Find(key)) return {value, PreferenceSource::kSystem};
+    }
+    return {};
+  }
+
   bool WritePending(std::int64_t now) {
+    found_.clear();
     if (!userFile_) {
       if (retryTime_ == 0) ReportProblem("Preferences cannot be kept for a user without a home");
     } else if (userFile_->Write(pending_)) {
@@ -118,8 +131,10 @@ class CPreferenceDomain {
   PreferenceValues pending_;                   ///< set, and not yet written
   std::unique_ptr<CPreferenceFile> userFile_;  ///< none when the user has no home
   std::vector<CPreferenceFile> systemFiles_;   ///< the most important first
-  std::int64_t refreshTime_ = 0;               ///< when the files were looked at last
-  std::int64_t retryTime_ = 0;                 ///< when a failed write is tried again
+  /// What was searched for since any value changed last.
+  std::vector<std::pair<std::string, FoundValue>> found_;
+  std::int64_t refreshTime_ = 0;  ///< when the files were looked at last
+  std::int64_t retryTime_ = 0;    ///< when a failed write is tried again
 };
 
 std::unique_ptr<CPreferenceDomain> &DomainOwner() {

@@ -30,7 +30,9 @@ class FolderScan : public CProgramTest {
     std::u16string names;
     const auto count = static_cast<std::size_t>(std::min(list.count, list.collected));
     for (std::size_t i = 0; i < count; ++i) {
-      names.append(CopyItemName(list.refs[i]).value().View()).append(u" ");
+      HFSUniStr255 name;
+      EXPECT_TRUE(CopyItemName(list.refs[i], &name));
+      names.append(name.View()).append(u" ");
     }
     return names;
   }

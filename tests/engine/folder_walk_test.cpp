@@ -17,7 +17,8 @@ bool NoteVisit(bool, std::uint32_t level, const FSCatalogInfo *, const FSRef *re
                const HFSUniStr255 *, void *userData) {
   auto &visits = *static_cast<Visits *>(userData);
   std::string text;
-  const HFSUniStr255 itemName = CopyItemName(*ref).value();
+  HFSUniStr255 itemName;
+  EXPECT_TRUE(CopyItemName(*ref, &itemName));
   for (const char16_t unit : itemName.View()) text += static_cast<char>(unit);
   visits.items.push_back(std::to_string(level) + text);
   return text == visits.stopAt;
