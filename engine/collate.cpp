@@ -70,14 +70,13 @@ OSErr ListFolderItems(const FSRef &folder, FolderItemList *list, bool skipFolder
 }
 
 bool IsHiddenItem(const FSRef &item) {
-  FinderInfo finderInfo;
-  bool isFolder = false;
-  if (GetItemFinderInfoAndKind(item, &finderInfo, nullptr, &isFolder) == noErr && !isFolder) {
-    const int finderFlags = finderInfo[8] << 8 | finderInfo[9];
-    if ((finderFlags & kIsInvisible) != 0) return true;
-  }
   HFSUniStr255 name;
-  return CopyItemName(item, &name) && name.View().starts_with(u'.');
+  if (CopyItemName(item, &name) && name.View().starts_with(u'.')) return true;
+  FinderInfo finderInfo;
+  if (GetItemFinderInfoAndKind(item, &finderInfo, nullptr, nullptr) != noErr) return false;
+  const int finderFlags = finderInfo[8] << 8 | finderInfo[9];
+  // The kind is asked for last, as hardly any item has the bit.
+  return (finderFlags & kIsInvisible) != 0 && !IsFolder(item);
 }
 
 OSErr GetOrCreateSubfolder(const FSRef &parent, std::u16string_view name, FSRef *result) {

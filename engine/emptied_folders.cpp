@@ -7,11 +7,20 @@
 
 namespace {
 
-// Whether unlocking worked shows when the item is deleted.
-void UnlockItem(const FSRef &item, FSCatalogInfo info) {
-  if ((info.nodeFlags & kFSNodeLockedMask) == 0) return;
+// Locked items are unlocked first. That is looked for only in what refuses to be deleted: most
+// locks keep nobody from deleting an item, and asking each would cost as much as deleting it.
+OSErr DeleteItem(const FSRef &item) {
+  const OSErr error = FSDeleteObject(item);
+  if (error != permErr && error != afpAccessDenied) return error;
+  FSCatalogInfo info;
+  if (FSGetCatalogInfo(item, kFSCatInfoNodeFlags, &info, nullptr, nullptr, nullptr) != noErr ||
+      (info.nodeFlags & kFSNodeLockedMask) == 0) {
+    return error;
+  }
   info.nodeFlags = static_cast<std::uint16_t>(info.nodeFlags & ~kFSNodeLockedMask);
+  // Whether it worked shows when the item is deleted.
   (void)FSSetCatalogInfo(item, kFSCatInfoNodeFlags, info);
+  return FSDeleteObject(item);
 }
 
 // Reads the next item; none is left, or the read has failed, when `state.result` is not noErr.
@@ -48,8 +57,7 @@ OSErr DeleteFolderTree(const FSRef &folder) {
   DeleteWalkState state;
   DeleteFolderContents(folder, state);
   if (state.result != noErr) return state.result;
-  UnlockItem(folder, info);
-  return FSDeleteObject(folder);
+  return DeleteItem(folder);
 }
 
 void DeleteFolderContents(const FSRef &container, DeleteWalkState &state) {
@@ -60,13 +68,11 @@ void DeleteFolderContents(const FSRef &container, DeleteWalkState &state) {
     FSRef item;
     ReadNextItem(iterator, &item, state);
     if (state.result != noErr) break;
-    const FSCatalogInfo info = state.catalogInfo;
-    if ((info.nodeFlags & kFSNodeIsDirectoryMask) != 0) {
+    if ((state.catalogInfo.nodeFlags & kFSNodeIsDirectoryMask) != 0) {
       DeleteFolderContents(item, state);
       if (state.result != noErr) break;
     }
-    UnlockItem(item, info);
-    state.result = FSDeleteObject(item);
+    state.result = DeleteItem(item);
     if (state.result != noErr) break;
   }
   if (state.result == errFSNoMoreItems) state.result = noErr;

@@ -61,7 +61,8 @@ void FormatCString(ShortString &destination, const char *format,
   };
   const FormatValue *value = values.begin();
   for (; *format != '\0'; ++format) {
-    const bool isPlace = format[0] == '%' && format[1] != '\0' && value != values.end();
+    const bool isPlace = format[0] == '%' && (format[1] == 's' || format[1] == 'd') &&
+                         value != values.end();
     if (!isPlace) {
       write({format, 1});
       continue;

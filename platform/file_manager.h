@@ -95,8 +95,8 @@ struct FSCatalogInfo {
 /// parent is the folder itself.
 ///
 /// Fails with fnfErr when the item no longer exists, except that the volume, the node ID, the text
-/// encoding and the parent may be answered from what the reference remembers, and the name too
-/// while the item's folder has not changed since it was listed.
+/// encoding and the parent may be answered from what the reference remembers, and the name and the
+/// Finder information too while the item's folder has not changed since it was listed.
 OSErr FSGetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, FSCatalogInfo *info,
                        HFSUniStr255 *name, FSSpec *spec, FSRef *parent);
 
@@ -127,8 +127,8 @@ OSErr FSCloseIterator(FSIterator &iterator);
 /// came. Returns errFSNoMoreItems when there is nothing left after them. Each output but `actual`
 /// may be left out; those given are arrays of `maximum` entries.
 ///
-/// The folder is listed once, when it is opened, so `containerChanged` is always false. The node
-/// flags of a flat iterator carry the folder bit only; a deleting one carries the locked bit too.
+/// The folder is listed once, when it is opened, so `containerChanged` is always false. Of the node
+/// flags only the folder bit is carried: the locked bit would cost a look at every item.
 OSErr FSGetCatalogInfoBulk(const FSIterator &iterator, std::uint32_t maximum, std::uint32_t *actual,
                            bool *containerChanged, FSCatalogInfoBitmap whichInfo,
                            FSCatalogInfo *infos, FSRef *refs, FSSpec *specs, HFSUniStr255 *names);

@@ -3,6 +3,8 @@
 
 #include <unistd.h>
 
+#include <utility>
+
 class CDescriptor {
  public:
   /// Takes what `open` and the like have returned; a negative number stands for a failure.
@@ -12,6 +14,10 @@ class CDescriptor {
   }
   CDescriptor(const CDescriptor &) = delete;
   CDescriptor &operator=(const CDescriptor &) = delete;
+  CDescriptor &operator=(CDescriptor &&other) noexcept {
+    std::swap(descriptor_, other.descriptor_);
+    return *this;
+  }
 
   bool IsOpen() const { return descriptor_ >= 0; }
   int Get() const { return descriptor_; }

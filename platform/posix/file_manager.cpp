@@ -12,39 +12,21 @@
 #include "platform/posix/folder_table.h"
 #include "platform/posix/item_location.h"
 #include "platform/posix/item_status.h"
+#include "platform/posix/known_items.h"
 #include "platform/posix/name_filter.h"
 #include "platform/posix/tree_changes.h"
 
 namespace {
 
-/// The item that was looked at last, unless something was changed since. Its name may be asked for
-/// again without another look at the disk: the steps that handle one file ask for it several times
-/// within microseconds.
-FSRef lastSeenItem = {};
-
-bool WasSeenLast(const FSRef &ref) {
-  return IsSameReference(ref, lastSeenItem);
-}
-
-/// Whether the item need not be looked at to know that it exists.
-bool IsKnownToExist(const FSRef &ref) {
-  const ItemReference &item = ReferenceIn(ref);
-  const bool isFromListing = item.inode == 0;
-  return (isFromListing && HasListingHeld(item.folder)) || WasSeenLast(ref);
-}
-
-OSErr SeeItem(const FSRef &ref, ItemStatus *status, ItemLocation *location) {
-  const OSErr error = ReadItemStatus(ref, status, location);
-  lastSeenItem = error == noErr ? ref : FSRef{};
+OSErr SeeItem(const FSRef &ref, ItemStatus *status) {
+  ItemLocation location;
+  const OSErr error = ReadItemStatus(ref, status, &location);
+  NoteSeenItem(error == noErr ? ref : FSRef{});
   return error;
 }
 
-void ForgetSeenItem() {
-  lastSeenItem = {};
-}
-
-void FillFinderInfo(const ItemLocation &location, FSCatalogInfo *info) {
-  const FinderInfo finderInfo = ReadFinderInfo(location);
+void FillFinderInfo(const FSRef &ref, FSCatalogInfo *info) {
+  const FinderInfo finderInfo = ReadFinderInfo(ref);
   std::copy_n(finderInfo.begin(), 16, info->finderInfo);
   std::copy_n(finderInfo.begin() + 16, 16, info->extFinderInfo);
 }
@@ -82,21 +64,20 @@ OSErr FSGetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, FSCatalo
   if (info == nullptr) whichInfo = kFSCatInfoNone;
 
   const bool wantsFinderInfo = (whichInfo & (kFSCatInfoFinderInfo | kFSCatInfoFinderXInfo)) != 0;
-  const bool wantsStatus = (whichInfo & kFSCatInfoNodeFlags) != 0 || wantsFinderInfo;
+  const bool wantsStatus = (whichInfo & kFSCatInfoNodeFlags) != 0;
   const bool wantsNothing =
       whichInfo == kFSCatInfoNone && name == nullptr && spec == nullptr && parent == nullptr;
-  const bool wantsName = name != nullptr || spec != nullptr;
-  if (wantsStatus || wantsNothing || (wantsName && !IsKnownToExist(ref))) {
+  const bool wantsToKnow = name != nullptr || spec != nullptr || wantsFinderInfo;
+  if (wantsStatus || wantsNothing || (wantsToKnow && !IsKnownToExist(ref))) {
     ItemStatus status;
-    ItemLocation location;
-    if (OSErr error = SeeItem(ref, &status, &location); error != noErr) return error;
-    if (wantsFinderInfo) FillFinderInfo(location, info);
+    if (OSErr error = SeeItem(ref, &status); error != noErr) return error;
     if (wantsStatus) {
       info->nodeFlags =
           static_cast<std::uint16_t>((status.IsFolder() ? kFSNodeIsDirectoryMask : 0) |
                                      (status.IsLocked() ? kFSNodeLockedMask : 0));
     }
   }
+  if (wantsFinderInfo) FillFinderInfo(ref, info);
   if ((whichInfo & kFSCatInfoVolume) != 0) info->volume = VolumeOfDevice(item.device);
   if ((whichInfo & kFSCatInfoNodeID) != 0) info->nodeID = NodeIDOf(item);
   if ((whichInfo & kFSCatInfoTextEncoding) != 0) info->textEncodingHint = kTextEncodingUnknown;
@@ -161,7 +142,7 @@ OSErr FSCreateDirectoryUnicode(const FSRef &parent, std::u16string_view name, FS
 }
 
 OSErr FSDeleteObject(const FSRef &ref) {
-  ForgetSeenItem();
+  ForgetSeenItems();
   ItemLocation location;
   bool isFolder = ReferenceIn(ref).kind == ItemKind::kFolder;
   if (ReferenceIn(ref).kind == ItemKind::kUnknown) {
@@ -177,7 +158,7 @@ OSErr FSDeleteObject(const FSRef &ref) {
 }
 
 OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
-  ForgetSeenItem();
+  ForgetSeenItems();
   const ItemReference &item = ReferenceIn(ref);
   if (item.folder == 0) return paramErr;
   FolderIndex folder = 0;
@@ -195,7 +176,7 @@ OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
 
 OSErr FSRenameUnicode(const FSRef &ref, std::u16string_view name, TextEncoding /*hint*/,
                       FSRef *result) {
-  ForgetSeenItem();
+  ForgetSeenItems();
   std::string bytes;
   if (OSErr error = NameToDisk(name, &bytes); error != noErr) return error;
   ItemLocation location;

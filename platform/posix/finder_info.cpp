@@ -3,6 +3,10 @@
 #include <sys/xattr.h>
 
 #include <cstdio>
+#include <cstring>
+
+#include "platform/posix/item_location.h"
+#include "platform/posix/working_folder.h"
 
 namespace {
 
@@ -20,18 +24,24 @@ FinderInfo ReadWith(GetAttribute getAttribute) {
 
 }  // namespace
 
-FinderInfo ReadFinderInfo(const ItemLocation &location) {
-  // There is no `*at` form of lgetxattr(2); the folder's entry under /proc stands for its
+FinderInfo ReadFinderInfo(const FSRef &item) {
+  ItemLocation location;
+  if (LocateItem(item, &location) != noErr) return {};
+  // Where the folder cannot be made the current one, its entry under /proc stands for its
   // descriptor (proc(5)).
-  std::array<char, 320> path;
-  std::snprintf(path.data(), path.size(), "/proc/self/fd/%d/%s", location.folder, location.name);
+  std::array<char, 320> path{};
+  if (!WorkInFolder(ReferenceIn(item).folder, location.folder)) {
+    std::snprintf(path.data(), path.size(), "/proc/self/fd/%d/", location.folder);
+  }
+  std::strncat(path.data(), location.name, 255);
+  // Hardly any item has attributes, and that is told by one call.
+  if (llistxattr(path.data(), nullptr, 0) == 0) return {};
   return ReadWith([&path](const char *attribute, void *value, std::size_t size) {
     return lgetxattr(path.data(), attribute, value, size);
   });
 }
 
 FinderInfo ReadFinderInfo(int descriptor) {
-  // Hardly any item has attributes, and that is told by one call.
   if (flistxattr(descriptor, nullptr, 0) == 0) return {};
   return ReadWith([descriptor](const char *attribute, void *value, std::size_t size) {
     return fgetxattr(descriptor, attribute, value, size);

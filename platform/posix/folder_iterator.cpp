@@ -47,27 +47,19 @@ const ItemReference &MakeReference(FSRef &ref, const CFolderListing &listing,
   return *item;
 }
 
-/// Completes what the listing left open: the kind where it was unknown and the locked bit where it
-/// will be needed. Answers false for an item that has vanished since.
-bool ReadFlags(FSIteratorFlags flags, FSRef *ref, std::uint16_t *nodeFlags) {
-  ItemKind kind = ReferenceIn(*ref).kind;
-  bool isLocked = false;
-  if (kind == ItemKind::kUnknown || flags == kFSIterateDelete) {
-    ItemStatus status;
-    ItemLocation location;
-    const OSErr error = ReadItemStatus(*ref, &status, &location);
-    if (error == fnfErr) return false;
-    if (error == noErr) {
-      kind = status.IsFolder() ? ItemKind::kFolder : ItemKind::kOther;
-      isLocked = status.IsLocked();
-      ItemReference seen = ReferenceIn(*ref);
-      seen.kind = kind;
-      *ref = RefHolding(seen);
-    }
+/// Completes the kind of an item where the listing left it open. Answers false for one that has
+/// vanished since.
+bool CompleteKind(FSRef *ref) {
+  if (ReferenceIn(*ref).kind != ItemKind::kUnknown) return true;
+  ItemStatus status;
+  ItemLocation location;
+  const OSErr error = ReadItemStatus(*ref, &status, &location);
+  if (error == noErr) {
+    ItemReference seen = ReferenceIn(*ref);
+    seen.kind = status.IsFolder() ? ItemKind::kFolder : ItemKind::kOther;
+    *ref = RefHolding(seen);
   }
-  *nodeFlags = static_cast<std::uint16_t>((kind == ItemKind::kFolder ? kFSNodeIsDirectoryMask : 0) |
-                                          (isLocked ? kFSNodeLockedMask : 0));
-  return true;
+  return error != fnfErr;
 }
 
 }  // namespace
@@ -116,14 +108,13 @@ OSErr FSGetCatalogInfoBulk(const FSIterator &iterator, std::uint32_t maximum, st
     FSRef local;
     FSRef &ref = refs != nullptr ? refs[*actual] : local;
     const ItemReference &item = MakeReference(ref, listing, listed);
-    std::uint16_t nodeFlags = 0;
-    if (!ReadFlags(iterator->flags, &ref, &nodeFlags)) continue;
+    if (!CompleteKind(&ref)) continue;
 
     if (infos != nullptr) {
       const FSCatalogInfoBitmap others = whichInfo & ~kFSCatInfoNodeFlags;
       if (others != 0)
         (void)FSGetCatalogInfo(ref, others, &infos[*actual], nullptr, nullptr, nullptr);
-      infos[*actual].nodeFlags = nodeFlags;
+      infos[*actual].nodeFlags = item.kind == ItemKind::kFolder ? kFSNodeIsDirectoryMask : 0;
     }
     if (specs != nullptr) specs[*actual] = SpecOfItem(item);
     if (names != nullptr) NameFromDisk(item.NameView(), &names[*actual]);

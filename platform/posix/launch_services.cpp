@@ -102,13 +102,6 @@ struct LastAnswer {
   OSStatus status = noErr;
 };
 
-/// The bundle bit of a folder that is open for reading, or of one that cannot be opened for that.
-FinderInfo FinderInfoOf(const FSRef &item, const CFolderListing &listing, int folder) {
-  if (listing.Error() == noErr) return ReadFinderInfo(folder);
-  ItemLocation location;
-  return LocateItem(item, &location) == noErr ? ReadFinderInfo(location) : FinderInfo{};
-}
-
 /// Looks at an item that may be a folder. What the folder holds is taken from a listing, which a
 /// walk that enters the folder needs anyway; one that cannot be listed is asked for each name.
 OSStatus ReadItemInfo(const FSRef &item, LSItemInfoRecord *info) {
@@ -123,6 +116,11 @@ OSStatus ReadItemInfo(const FSRef &item, LSItemInfoRecord *info) {
     error = listing->Error() == noErr ? OpenTableFolder(listing->Folder(), &folder)
                                       : OpenFolder(item, &folder);
   }
+  if (error == tmfoErr || error == memFullErr) {
+    // Nothing can be said of it, and kept whole it loses nothing.
+    info->flags = kLSItemInfoIsContainer | kLSItemInfoIsPackage;
+    return noErr;
+  }
   if (error != noErr) return error;
   const auto mayHold = [listing](std::string_view name) {
     return listing->Error() != noErr || listing->Holds(name);
@@ -132,7 +130,8 @@ OSStatus ReadItemInfo(const FSRef &item, LSItemInfoRecord *info) {
   if (mayHold(kAppRun) && HasAppRun(folder)) flags |= kLSItemInfoIsApplication;
   // What costs most comes last, and only while it matters.
   if ((flags & kLSItemInfoIsPackage) == 0 &&
-      (HasRegisteredExtension(item) || HasBundleBit(FinderInfoOf(item, *listing, folder)))) {
+      (HasRegisteredExtension(item) ||
+       HasBundleBit(listing->Error() == noErr ? ReadFinderInfo(folder) : ReadFinderInfo(item)))) {
     flags |= kLSItemInfoIsPackage;
   }
   info->flags = flags;

@@ -1,8 +1,4 @@
-#include <fcntl.h>
-#include <sys/stat.h>
-
-#include <array>
-#include <cerrno>
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -10,40 +6,9 @@
 #include "platform/posix/folder_table.h"
 #include "platform/posix/item_location.h"
 #include "platform/posix/item_status.h"
+#include "platform/posix/known_items.h"
 
 namespace {
-
-/// Paths of folders that were looked up lately, with what they led to. Collating asks for the same
-/// few again and again.
-struct KnownPath {
-  std::string path;
-  FolderIndex folder = 0;
-};
-std::array<KnownPath, 32> knownPaths;
-std::size_t nextKnownPath = 0;
-
-/// The folder that a path is known to lead to, provided that it still does; 0 otherwise.
-FolderIndex FindKnownPath(std::string_view path) {
-  for (const KnownPath &known : knownPaths) {
-    if (known.folder == 0 || known.path != path) continue;
-    ItemStatus status;
-    const FolderEntry &entry = EntryOf(known.folder);
-    const bool isSame = ReadItemStatus(AT_FDCWD, known.path.c_str(), &status) == 0 &&
-                        status.device == entry.device && status.inode == entry.inode;
-    return isSame ? known.folder : 0;
-  }
-  return 0;
-}
-
-void RememberPath(std::string_view path, FolderIndex folder) {
-  for (KnownPath &known : knownPaths) {
-    if (known.path == path) {
-      known.folder = folder;
-      return;
-    }
-  }
-  knownPaths[nextKnownPath++ % knownPaths.size()] = {std::string(path), folder};
-}
 
 /// Enters the folders of a path one after the other.
 OSErr WalkPath(std::string_view path, FolderIndex *folder) {
@@ -62,12 +27,13 @@ OSErr WalkPath(std::string_view path, FolderIndex *folder) {
   return noErr;
 }
 
-OSErr FindFolderAtPath(std::string_view path, FolderIndex *folder) {
-  *folder = FindKnownPath(path);
-  if (*folder != 0) return noErr;
+OSErr FindFolderAtPath(std::string_view path, FolderIndex *folder, int *descriptor) {
+  if (FSRef known; FindItemOfPath(path, &known)) {
+    return FindTableFolder(known, folder, descriptor);
+  }
   if (OSErr error = WalkPath(path, folder); error != noErr) return error;
-  RememberPath(path, *folder);
-  return noErr;
+  NotePath(path, RefOfFolder(*folder));
+  return OpenTableFolder(*folder, descriptor);
 }
 
 }  // namespace
@@ -91,6 +57,7 @@ OSStatus FSRefMakePath(const FSRef &ref, char *path, std::uint32_t size) {
     if (!prepend({EntryOf(folder).name, EntryOf(folder).nameLength})) return bdNamErr;
   }
   std::memmove(path, path + at, size - at);
+  NotePath({path, size - at - 1}, ref);
   return noErr;
 }
 
@@ -103,13 +70,18 @@ OSStatus FSPathMakeRef(const char *path, FSRef *ref, bool *isFolder) {
     if (isFolder != nullptr) *isFolder = true;
     return noErr;
   }
+  if (FindItemOfPath(text, ref)) {
+    if (isFolder != nullptr) *isFolder = ReferenceIn(*ref).kind == ItemKind::kFolder;
+    return noErr;
+  }
   const std::size_t slash = text.rfind('/');
   const std::string name(text.substr(slash + 1));
   if (name == "." || name == "..") return paramErr;
   FolderIndex folder = 0;
-  if (OSErr error = FindFolderAtPath(text.substr(0, slash), &folder); error != noErr) return error;
   int descriptor = -1;
-  if (OSErr error = OpenTableFolder(folder, &descriptor); error != noErr) return error;
+  if (OSErr error = FindFolderAtPath(text.substr(0, slash), &folder, &descriptor); error != noErr) {
+    return error;
+  }
   ItemStatus status;
   if (int error = ReadItemStatus(descriptor, name.c_str(), &status); error != 0) {
     return ErrorFromErrno(error);

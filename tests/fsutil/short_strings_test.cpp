@@ -43,7 +43,7 @@ TEST(ShortStrings, FormatsAreFilledInAndCut) {
   FormatCString(text, "(%d of %d)", {-1, 2147483647});
   EXPECT_STREQ(text, "(-1 of 2147483647)");
   FormatCString(text, "%s, 100%, %s%", {"50% %s", ""});
-  EXPECT_STREQ(text, "50% %s, 100% %");
+  EXPECT_STREQ(text, "50% %s, 100%, %");
   const std::string longText(254, 'x');
   FormatCString(text, "%s%d!", {longText.c_str(), 12});
   EXPECT_EQ(text, longText + "1");

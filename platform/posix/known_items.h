@@ -1,0 +1,27 @@
+/// What is known of items without another look at the disk.
+///
+/// The steps that handle one file ask for its name several times within microseconds, and collating
+/// makes a path of every item and has it looked up again twice. The item that was looked at last,
+/// and the one whose path was made last, are known until the program changes something; an item
+/// that was listed, as long as its folder's listing holds. All that is known of paths, those of
+/// folders included, is forgotten after some milliseconds.
+#pragma once
+
+#include <string_view>
+
+#include "platform/posix/item_reference.h"
+
+/// Notes that the item has been looked at and exists.
+void NoteSeenItem(const FSRef &item);
+
+/// Whether the item need not be looked at to know that it exists.
+bool IsKnownToExist(const FSRef &item);
+
+/// Notes the path that was made of an item.
+void NotePath(std::string_view path, const FSRef &item);
+
+/// The item that a path was made of; false when it is not known, or not known to exist.
+bool FindItemOfPath(std::string_view path, FSRef *item);
+
+/// Forgets the items, but not the folders, because something is about to be changed.
+void ForgetSeenItems();
