@@ -32,7 +32,6 @@ OSErr FindFolderAtPath(std::string_view path, FolderIndex *folder, int *descript
     return FindTableFolder(known, folder, descriptor);
   }
   if (OSErr error = WalkPath(path, folder); error != noErr) return error;
-  NotePath(path, RefOfFolder(*folder));
   return OpenTableFolder(*folder, descriptor);
 }
 

@@ -12,24 +12,27 @@ namespace {
 using EmptiedFolders = CProgramTest;
 using Contents = CTemporaryFolder::Contents;
 
-TEST_F(EmptiedFolders, LockedItemsAreUnlockedFirst) {
+TEST_F(EmptiedFolders, LockedItemsThatRefuseAreUnlockedFirst) {
   files.WriteFile("top/sub/locked folder/locked file");
   for (const char *item :
        {"top/sub/locked folder/locked file", "top/sub/locked folder", "top/sub"}) {
     ASSERT_EQ(chmod(files.PathOf(item).c_str(), 0555), 0);
   }
-  std::vector<std::string> unlocked;
-  static std::vector<std::string> *notes = &unlocked;
-  notes = &unlocked;
+  static std::vector<std::string> changes;
+  changes.clear();
+  // As an immutable item would, each refuses to be deleted until it has been unlocked.
   SetTreeChangeFault([](const TreeChange &change) {
-    notes->push_back(std::string(change.operation) + " " + change.name);
-    return 0;
+    const bool isUnlocked =
+        !changes.empty() && changes.back() == std::string("chmod ") + change.name;
+    changes.push_back(std::string(change.operation) + " " + change.name);
+    return changes.back().starts_with("chmod") || isUnlocked ? 0 : EPERM;
   });
   EXPECT_EQ(DeleteFolderTree(Ref("top/sub")), noErr);
   SetTreeChangeFault(nullptr);
-  EXPECT_EQ(unlocked, (std::vector<std::string>{"chmod locked file", "unlink locked file",
-                                                "chmod locked folder", "rmdir locked folder",
-                                                "chmod sub", "rmdir sub"}));
+  EXPECT_EQ(changes, (std::vector<std::string>{"unlink locked file", "chmod locked file",
+                                               "unlink locked file", "rmdir locked folder",
+                                               "chmod locked folder", "rmdir locked folder",
+                                               "rmdir sub", "chmod sub", "rmdir sub"}));
   EXPECT_FALSE(files.Exists("top/sub"));
 }
 
