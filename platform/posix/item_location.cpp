@@ -55,7 +55,7 @@ std::string_view NameOnDisk(const FSRef &item) {
 
 std::string PathOnDisk(const FSRef &item) {
   const ItemReference &reference = ReferenceIn(item);
-  if (IsRoot(reference)) return "/";
+  if (reference.IsRoot()) return "/";
   std::string path = std::string("/").append(reference.NameView());
   for (FolderIndex folder = reference.folder; folder > kRootFolder;
        folder = EntryOf(folder).parent) {

@@ -105,11 +105,11 @@ FolderIndex CRecovery::FindFolder(std::uint32_t number) {
     ItemReference expected{};
     expected.device = isOnSameDevice ? device_ : folder.identity.device;
     expected.inode = folder.identity.inode;
+    expected.folder = index;
     expected.isIdentified = true;
+    expected.SetName(folder.name);
     int descriptor = -1;
-    if (EnterFolder(index, folder.name.c_str(), O_PATH, &expected, &index, &descriptor) != noErr) {
-      return 0;
-    }
+    if (EnterFolder(expected, &index, &descriptor) != noErr) return 0;
     indexes_[*next] = index;
   }
   return index;
