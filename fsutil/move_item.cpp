@@ -35,8 +35,9 @@ OSErr MoveItemWithNewName(const FSRef &item, const FSRef &destination,
   FSCatalogInfo itemInfo;
   HFSUniStr255 oldName;
   FSRef oldFolder;
-  error = FSGetCatalogInfo(*result, kFSCatInfoTextEncoding | kFSCatInfoVolume, &itemInfo, &oldName,
-                           nullptr, &oldFolder);
+  // The old name is for undoing a move under a new one.
+  error = FSGetCatalogInfo(*result, kFSCatInfoTextEncoding | kFSCatInfoVolume, &itemInfo,
+                           newName ? &oldName : nullptr, nullptr, &oldFolder);
   if (error != noErr) return error;
   if (itemInfo.volume != destinationInfo.volume) return diffVolErr;
 

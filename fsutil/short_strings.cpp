@@ -7,6 +7,18 @@
 
 #include "fsutil/mac_roman.h"
 
+namespace {
+
+/// Where the first "%s" or "%d" of a format stands.
+std::size_t FindPlace(std::string_view format) {
+  for (std::size_t at = 0; at + 1 < format.size(); ++at) {
+    if (format[at] == '%' && (format[at + 1] == 's' || format[at + 1] == 'd')) return at;
+  }
+  return std::string_view::npos;
+}
+
+}  // namespace
+
 void ClearCString(ShortString &text) {
   text[0] = '\0';
 }
@@ -56,27 +68,25 @@ void FormatCString(ShortString &destination, const char *format,
   char *at = destination;
   char *const end = destination + kShortStringLimit;
   const auto write = [&at, end](std::string_view text) {
-    const auto room = static_cast<std::size_t>(end - at);
-    at = std::copy_n(text.data(), std::min(text.size(), room), at);
+    const std::size_t count = std::min(text.size(), static_cast<std::size_t>(end - at));
+    std::memcpy(at, text.data(), count);
+    at += count;
   };
-  const FormatValue *value = values.begin();
-  for (; *format != '\0'; ++format) {
-    const bool isPlace = format[0] == '%' && (format[1] == 's' || format[1] == 'd') &&
-                         value != values.end();
-    if (!isPlace) {
-      write({format, 1});
-      continue;
-    }
-    ++format;
-    if (const char *const *text = std::get_if<const char *>(value)) {
+  std::string_view rest(format);
+  for (const FormatValue &value : values) {
+    const std::size_t place = FindPlace(rest);
+    if (place == std::string_view::npos) break;
+    write(rest.substr(0, place));
+    rest.remove_prefix(place + 2);
+    if (const char *const *text = std::get_if<const char *>(&value)) {
       write(*text);
     } else {
       char digits[12];
-      const auto written = std::to_chars(digits, std::end(digits), std::get<std::int32_t>(*value));
+      const auto written = std::to_chars(digits, std::end(digits), std::get<std::int32_t>(value));
       write({digits, static_cast<std::size_t>(written.ptr - digits)});
     }
-    ++value;
   }
+  write(rest);
   *at = '\0';
 }
 

@@ -2,6 +2,8 @@
 
 #include <iterator>
 
+#include "platform/posix/plain_text.h"
+
 namespace {
 
 constexpr char16_t kFirstByteSurrogate = 0xDC80;
@@ -17,12 +19,7 @@ bool IsContinuation(unsigned char byte) {
 
 /// Writes the text of `bytes` to `out`, which has room for one unit a byte, and returns its length.
 std::size_t Decode(std::string_view bytes, char16_t *out) {
-  // Most names are plain ASCII to their end.
-  std::size_t length = 0;
-  while (length < bytes.size() && ByteAt(bytes, length) < 0x80) {
-    out[length] = ByteAt(bytes, length);
-    ++length;
-  }
+  std::size_t length = CopyPlainText(bytes, out);
   for (std::size_t i = length; i < bytes.size();) {
     char32_t codePoint = 0;
     const std::size_t sequence = Utf8SequenceLength(bytes, i, &codePoint);
@@ -103,12 +100,9 @@ void NameFromDisk(std::string_view bytes, HFSUniStr255 *name) {
 
 bool TextToDisk(std::u16string_view text, std::string *bytes) {
   bytes->resize(text.size());
-  std::size_t plain = 0;
-  while (plain < text.size() && text[plain] < 0x80 && text[plain] != 0) {
-    (*bytes)[plain] = static_cast<char>(text[plain]);
-    ++plain;
-  }
+  const std::size_t plain = CopyPlainText(text, bytes->data());
   bytes->resize(plain);
+  if (bytes->find('\0') != std::string::npos) return false;
   for (std::size_t i = plain; i < text.size(); ++i) {
     const char16_t unit = text[i];
     if (unit == 0) return false;

@@ -20,6 +20,7 @@ struct TextHash {
 
 struct KnownItems {
   FSRef seenLast = {};
+  bool arePathsKnown = false;
   FSRef pathMadeLastOf = {};
   std::string pathMadeLast;
   std::unordered_map<std::string, FSRef, TextHash, std::equal_to<>> folders;
@@ -57,8 +58,14 @@ bool IsKnownToExist(const FSRef &item) {
          IsSameReference(item, known.seenLast);
 }
 
+void KnowPaths(bool areKnown) {
+  known.arePathsKnown = areKnown;
+  known.folders.clear();
+  known.pathMadeLast.clear();
+}
+
 void NotePath(std::string_view path, const FSRef &item) {
-  if (ReferenceIn(item).kind == ItemKind::kUnknown) return;
+  if (!known.arePathsKnown || ReferenceIn(item).kind == ItemKind::kUnknown) return;
   ForgetOldPaths();
   try {
     if (!ReferenceIn(item).isIdentified) {
@@ -73,8 +80,8 @@ void NotePath(std::string_view path, const FSRef &item) {
 }
 
 bool FindItemOfPath(std::string_view path, FSRef *item) {
+  if (!known.arePathsKnown || path.empty()) return false;
   ForgetOldPaths();
-  if (path.empty()) return false;
   if (path == known.pathMadeLast && IsKnownToExist(known.pathMadeLastOf)) {
     *item = known.pathMadeLastOf;
     return true;

@@ -3,8 +3,9 @@
 /// The steps that handle one file ask for its name several times within microseconds, and collating
 /// makes a path of every item and has it looked up again twice. The item that was looked at last,
 /// and the one whose path was made last, are known until the program changes something; an item
-/// that was listed, as long as its folder's listing holds. All that is known of paths, those of
-/// folders included, is forgotten after some milliseconds.
+/// that was listed, as long as its folder's listing holds. Paths, those of folders included, are known
+/// only within a run, and forgotten after some milliseconds: a path that a user names is always
+/// looked up.
 #pragma once
 
 #include <string_view>
@@ -16,6 +17,9 @@ void NoteSeenItem(const FSRef &item);
 
 /// Whether the item need not be looked at to know that it exists.
 bool IsKnownToExist(const FSRef &item);
+
+/// Whether paths are worth knowing, as they are within a run. All are forgotten.
+void KnowPaths(bool areKnown);
 
 /// Notes the path that was made of an item.
 void NotePath(std::string_view path, const FSRef &item);

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <new>
+#include <string>
 #include <vector>
 
 #include "platform/posix/descriptor.h"
@@ -91,9 +92,15 @@ struct NameFilter {
 NameFilter filter;
 
 std::uint32_t HashOf(std::string_view name) {
+  // Asked three times in a row for each file.
+  static std::string last;
+  static std::uint32_t hash = 0;
+  if (hash != 0 && last == name) return hash;
+  last = name;
   // 0 stands for an empty slot.
-  return std::max<std::uint32_t>(static_cast<std::uint32_t>(std::hash<std::string_view>{}(name)),
-                                 1);
+  hash =
+      std::max<std::uint32_t>(static_cast<std::uint32_t>(std::hash<std::string_view>{}(name)), 1);
+  return hash;
 }
 
 bool IsCurrent() {

@@ -18,6 +18,7 @@
 #include "platform/posix/journal_file.h"
 #include "platform/posix/journal_folder.h"
 #include "platform/posix/journal_text.h"
+#include "platform/posix/known_items.h"
 #include "platform/posix/log.h"
 
 namespace {
@@ -279,10 +280,12 @@ OSErr BeginRunJournal(const FSRef &folder, std::string *reason) {
   }
   if (error == EBUSY) return fBsyErr;
   if (error != 0) TellThatNoneIsKept(error);
+  KnowPaths(true);
   return noErr;
 }
 
 void EndRunJournal(RunEnd end) {
+  KnowPaths(false);
   if (run == nullptr) return;
   run->End(end);
   run.reset();

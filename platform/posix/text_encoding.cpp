@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/posix/plain_text.h"
+
 struct OpaqueTECObject {
   bool isToMacRoman;
 };
@@ -131,11 +133,8 @@ struct Conversion {
 void ConvertAscii(Conversion *conversion) {
   const std::size_t units = conversion->inputSize / 2;
   const std::size_t most = std::min(units, conversion->outputSize);
-  std::size_t count = 0;
-  while (count < most && conversion->UnitAt(2 * count) < 0x80) {
-    conversion->output[count] = static_cast<std::uint8_t>(conversion->UnitAt(2 * count));
-    ++count;
-  }
+  const std::u16string_view text(reinterpret_cast<const char16_t *>(conversion->input), most);
+  std::size_t count = CopyPlainText(text, conversion->output);
   if (count > 0 && count < units && conversion->UnitAt(2 * count) >= 0x80) --count;
   conversion->read = 2 * count;
   conversion->written = count;

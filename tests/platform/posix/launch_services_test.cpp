@@ -135,6 +135,8 @@ TEST_F(LaunchServices, DocumentPackagesAreToldByTypeOrBundleBit) {
 TEST_F(LaunchServices, AFolderThatCannotBeLookedIntoIsKeptWhole) {
   folder_.WriteFile("app/Contents/Info.plist", PropertyList("APPL", false));
   folder_.WriteFile("other/Contents/Info.plist", PropertyList("APPL", false));
+  FSRef app{};
+  ASSERT_EQ(FSPathMakeRef(folder_.PathOf("app").c_str(), &app, nullptr), noErr);
   EXPECT_EQ(FlagsOf("app"), kBundledApplication);
   EXPECT_EQ(FlagsOf("other"), kBundledApplication);
   rlimit limit{};
@@ -142,9 +144,11 @@ TEST_F(LaunchServices, AFolderThatCannotBeLookedIntoIsKeptWhole) {
   rlimit none = limit;
   none.rlim_cur = 0;
   ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-  const std::uint32_t flags = FlagsOf("app");
+  LSItemInfoRecord info{};
+  const OSStatus status = LSCopyItemInfoForRef(app, kLSRequestBasicFlagsOnly, &info);
   ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
-  EXPECT_EQ(flags, kPackage);
+  EXPECT_EQ(status, noErr);
+  EXPECT_EQ(info.flags, kPackage);
 }
 
 TEST(PropertyLists, HostileOnesAreRefusedAtOnce) {
