@@ -1,6 +1,5 @@
 #include "engine/flatten_run.h"
 
-#include <new>
 #include <optional>
 #include <string>
 
@@ -57,13 +56,9 @@ void ShowIdleControls() {
 
 bool AllocateRefs() {
   CollectedFileList &files = FlattenRun.CollectedFiles;
-  try {
-    // Left uninitialised: the collecting pass fills it, and a million references are 80 MB.
-    files.refs = std::make_unique_for_overwrite<FSRef[]>(static_cast<std::size_t>(files.count));
-    return true;
-  } catch (const std::bad_alloc &) {
-    return false;
-  }
+  files.refs.reset(
+      static_cast<FSRef *>(NewPtr(static_cast<std::size_t>(files.count) * sizeof(FSRef))));
+  return files.refs != nullptr;
 }
 
 // Counts, then collects. Only when both passes agree may the files be touched: a scan that was

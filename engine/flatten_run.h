@@ -5,12 +5,14 @@
 
 #include "platform/events.h"
 #include "platform/file_manager.h"
+#include "platform/utilities.h"
 
 /// The files below the dropped folder.
 struct CollectedFileList {
-  std::unique_ptr<FSRef[]> refs;  ///< `count` of them, in the order of the walk
-  std::int32_t count = 0;         ///< how many the counting pass has found
-  std::int32_t collected = 0;     ///< how many the collecting pass has; then how many are handled
+  /// `count` of them, in the order of the walk.
+  std::unique_ptr<FSRef[], PtrDisposer> refs;
+  std::int32_t count = 0;      ///< how many the counting pass has found
+  std::int32_t collected = 0;  ///< how many the collecting pass has; then how many are handled
 };
 
 /// The run's state, of which there is one for the process.

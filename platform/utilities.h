@@ -1,10 +1,21 @@
-/// Time and unique identifiers.
+/// Memory, time and unique identifiers.
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
+
+/// A block of memory, its content undefined; null when there is none. To be given back by
+/// DisposePtr.
+void *NewPtr(std::size_t size);
+void DisposePtr(void *block);
+
+/// Gives a block back for an owner such as std::unique_ptr.
+struct PtrDisposer {
+  void operator()(void *block) const { DisposePtr(block); }
+};
 
 /// The time in whole seconds since 1904, local time left aside; wraps in 32 bits.
 void GetDateTime(std::uint32_t *seconds);

@@ -1,5 +1,6 @@
-/// The file of a journal while it is being written: mapped into memory, so that a line costs no
-/// system call and yet outlives the process.
+/// The file of a journal while it is being written: its end is mapped into memory, so that a line
+/// costs no system call and yet outlives the process. What is written already is not kept there: it
+/// would count as the program's own memory.
 #pragma once
 
 #include <cstddef>
@@ -26,17 +27,20 @@ class CJournalFile {
   static constexpr std::size_t kReserve = 512;
 
   /// Where the next byte goes.
-  char *Next() const { return memory_ + size_; }
+  char *Next() const { return window_ + (size_ - windowStart_); }
   /// Counts everything before `end` as written.
-  void Advance(const char *end) { size_ = static_cast<std::size_t>(end - memory_); }
+  void Advance(const char *end) { size_ = windowStart_ + static_cast<std::size_t>(end - window_); }
 
  private:
   int Grow(std::size_t capacity);
+  int MoveWindow(std::size_t end);
 
   std::optional<CDescriptor> file_;
-  char *memory_ = nullptr;
-  std::size_t capacity_ = 0;
-  std::size_t size_ = 0;
+  std::size_t capacity_ = 0;  ///< how much of the disk is taken
+  std::size_t size_ = 0;      ///< how much is written
+  char *window_ = nullptr;    ///< the part that is mapped
+  std::size_t windowStart_ = 0;
+  std::size_t windowSize_ = 0;
 };
 
 /// Larger journals are neither written nor read.

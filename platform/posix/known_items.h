@@ -3,9 +3,9 @@
 /// The steps that handle one file ask for its name several times within microseconds, and collating
 /// makes a path of every item and has it looked up again twice. The item that was looked at last,
 /// and the one whose path was made last, are known until the program changes something; an item
-/// that was listed, as long as its folder's listing holds. Paths, those of folders included, are known
-/// only within a run, and forgotten after some milliseconds: a path that a user names is always
-/// looked up.
+/// that was listed, as long as its folder's listing holds. Paths, those of folders included, are
+/// known only within a run, and forgotten after some milliseconds: a path that a user names is
+/// always looked up.
 #pragma once
 
 #include <string_view>

@@ -24,7 +24,8 @@ class FolderScan : public CProgramTest {
   /// Collects as many as were counted and answers their names.
   std::u16string Collect(std::string_view folder) {
     CollectedFileList &list = FlattenRun.CollectedFiles;
-    list.refs = std::make_unique<FSRef[]>(static_cast<std::size_t>(list.count));
+    list.refs.reset(
+        static_cast<FSRef *>(NewPtr(static_cast<std::size_t>(list.count) * sizeof(FSRef))));
     list.collected = 0;
     EXPECT_EQ(CollectFilesInFolder(Ref(folder)), noErr);
     std::u16string names;
