@@ -77,11 +77,16 @@ class Result:
         return self.samples[-1].at_top
 
 
+def own_folders(work):
+    """The environment that keeps preferences and journals in `work`, so that those of the user
+    neither count nor change."""
+    return {"XDG_CONFIG_HOME": work + "/config", "XDG_CONFIG_DIRS": work + "/config",
+            "XDG_STATE_HOME": work + "/state"}
+
+
 def measure(build, competitor, work, folder):
     config, written = work + "/config", work + "/measured"
-    environment = {**(competitor.environment or os.environ),
-                   "XDG_CONFIG_HOME": config, "XDG_CONFIG_DIRS": config,
-                   "XDG_STATE_HOME": work + "/state"}
+    environment = {**(competitor.environment or os.environ), **own_folders(work)}
     if competitor.is_window:
         os.makedirs(config + "/vannerly")
         with open(config + "/vannerly/preferences.toml", "w", encoding="ascii") as file:

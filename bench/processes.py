@@ -8,7 +8,7 @@ import tempfile
 import time
 
 from cases import WINDOWS
-from measuring import Competitor, measure
+from measuring import Competitor, measure, own_folders
 from own_desktop import own_desktop
 
 
@@ -53,12 +53,11 @@ def wake_ups(early, late):
 def measure_idle(build, settling, seconds):
     """The windows, each on a desktop of its own, watched for `seconds` after having settled."""
     with contextlib.ExitStack() as stack:
-        config = stack.enter_context(tempfile.TemporaryDirectory(prefix="vannerly-bench-"))
+        work = stack.enter_context(tempfile.TemporaryDirectory(prefix="vannerly-bench-"))
         windows = []
         for platform in WINDOWS.values():
             environment = {**stack.enter_context(own_desktop()), "QT_QPA_PLATFORM": platform,
-                           "XDG_CONFIG_HOME": config, "XDG_CONFIG_DIRS": config,
-                           "XDG_STATE_HOME": config}
+                           **own_folders(work)}
             windows.append(subprocess.Popen(
                 [os.path.join(build, "bin", "vannerly")], env=environment,
                 stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
