@@ -25,12 +25,16 @@ These hold for this run; without them the stored preferences do.
   --preferences                       show the preferences and where each comes from
   --set KEY=VALUE                     store a preference: true or false, or a number
   --quiet                             do not show what is being done
+  --verbose                           tell of each file that is left in place, renamed or
+                                      deleted, and why
+  --json                              print the same on standard output in the end, as JSON
   --force                             flatten even / or your home folder
   --help, --version                   show this text, or the version
   --                                  ends the options
 
 Ctrl-C stops after the file in hand, a second one quits. Exit status: 0 done; 1 a FOLDER
-could not be used; 2 wrong usage, nothing was touched; 130, 143 stopped by a signal.
+could not be used, or the JSON not be written; 2 wrong usage, nothing was touched; 130,
+143 stopped by a signal.
 )";
 
 /// Tells operands from options beforehand, because operands are bytes: in some of them the library
@@ -109,6 +113,8 @@ std::variant<CommandLine, RequestedText, UsageProblem> ParseCommandLine(
     booleans.emplace_back(AddFlag(&parser, names), key);
   const CLI::Option *const preferences = AddFlag(&parser, "--preferences");
   const CLI::Option *const quiet = AddFlag(&parser, "--quiet");
+  const CLI::Option *const verbose = AddFlag(&parser, "--verbose");
+  const CLI::Option *const json = AddFlag(&parser, "--json");
   const CLI::Option *const force = AddFlag(&parser, "--force");
 
   try {
@@ -143,6 +149,8 @@ std::variant<CommandLine, RequestedText, UsageProblem> ParseCommandLine(
   }
   commandLine.showsPreferences = preferences->count() > 0;
   commandLine.isQuiet = quiet->count() > 0;
+  commandLine.isVerbose = verbose->count() > 0;
+  commandLine.isJson = json->count() > 0;
   commandLine.isForced = force->count() > 0;
 
   const bool hasFolders = !commandLine.folders.empty();
@@ -150,5 +158,7 @@ std::variant<CommandLine, RequestedText, UsageProblem> ParseCommandLine(
     return UsageProblem{"--preferences takes no folder"};
   if (!commandLine.showsPreferences && commandLine.toStore.empty() && !hasFolders)
     return UsageProblem{"no folder is given; --help tells more"};
+  if ((commandLine.isVerbose || commandLine.isJson) && !hasFolders)
+    return UsageProblem{"--verbose and --json tell of folders, and none is given"};
   return commandLine;
 }

@@ -18,6 +18,8 @@ struct CommandLine {
   std::vector<PreferenceAssignment> toStore;     ///< for the user
   bool showsPreferences = false;                 ///< instead of flattening; has no folders then
   bool isQuiet = false;
+  bool isVerbose = false;
+  bool isJson = false;
   bool isForced = false;
 };
 

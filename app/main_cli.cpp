@@ -2,6 +2,8 @@
 #include <cstdio>
 
 #include "app/command_line.h"
+#include "app/json_report.h"
+#include "app/line_report.h"
 #include "app/start_up.h"
 #include "platform/journal.h"
 #include "platform/terminal/terminal.h"
@@ -37,6 +39,17 @@ bool StorePreferences(const std::vector<PreferenceAssignment> &assignments) {
   return assignments.empty() || CFPreferencesAppSynchronize();
 }
 
+void Flatten(const CommandLine &commandLine) {
+  if (commandLine.isJson) StartJsonReport("vannerly-cli " VANNERLY_VERSION);
+  if (commandLine.isVerbose || !commandLine.isJson) StartLineReport(commandLine.isVerbose);
+  const auto unusable = TakeOperands(commandLine.folders, commandLine.isForced);
+  for (const auto &[operand, reason] : unusable) ReportUnusableFolder(operand, reason);
+  // The status of start-up tells of a missing menu at most, which a terminal never has.
+  if (unusable.size() < commandLine.folders.size()) (void)RunVannerly();
+  // There has been no run to end when nothing could be used, or when it was called off.
+  PrintJsonReport();
+}
+
 int Perform(const CommandLine &commandLine) {
   StartTerminal(commandLine.isQuiet);
   PreferencesSetProblemHandler([](const std::string &problem) { ReportProblem(problem); });
@@ -46,8 +59,7 @@ int Perform(const CommandLine &commandLine) {
 
   if (!StorePreferences(commandLine.toStore)) return kUnusable;
   if (commandLine.showsPreferences) ShowPreferences();
-  // The status of start-up tells of a missing menu at most, which a terminal never has.
-  if (TakeOperands(commandLine.folders, commandLine.isForced)) (void)RunVannerly();
+  if (!commandLine.folders.empty()) Flatten(commandLine);
   return TerminalExitStatus();
 }
 

@@ -1,8 +1,9 @@
 #include "engine/collate.h"
 
+#include <map>
 #include <optional>
-#include <unordered_map>
 
+#include "engine/run_report.h"
 #include "fsutil/folder_items.h"
 #include "fsutil/item_info.h"
 #include "platform/urls.h"
@@ -14,48 +15,71 @@ namespace {
 constexpr std::uint32_t kCollatePathSize = 2048;
 constexpr std::uint32_t kWorkspacePathSize = 4096;
 
-/// Paths of the extensions' sub-folders, by extension as it is spelled.
-using ExtensionFolderCache = std::unordered_map<std::u16string, std::string>;
+struct ExtensionFolder {
+  FSRef ref;
+  std::string path;
+  std::int32_t itemsMoved = 0;
+};
+
+/// The extensions' sub-folders, by extension as it is spelled.
+using ExtensionFolderCache = std::map<std::u16string, ExtensionFolder>;
 
 template <std::uint32_t kSize>
-std::optional<std::string> MakePath(const FSRef &item) {
-  char path[kSize];
-  if (FSRefMakePath(item, path, kSize) != noErr) return std::nullopt;
-  return path;
+OSErr MakePath(const FSRef &item, std::string *path) {
+  char buffer[kSize];
+  const OSStatus status = FSRefMakePath(item, buffer, kSize);
+  if (status == noErr) *path = buffer;
+  return static_cast<OSErr>(status);
 }
 
 // The cached sub-folder of an extension, made and cached if need be; null when it cannot be had.
-const std::string *SubfolderPath(const FSRef &folder, const std::u16string &extension,
-                                 ExtensionFolderCache &cache) {
+ExtensionFolder *FindExtensionFolder(const FSRef &folder, const std::u16string &extension,
+                                     ExtensionFolderCache &cache, OSErr *error) {
   if (const auto known = cache.find(extension); known != cache.end()) return &known->second;
-  FSRef subfolder{};
-  if (GetOrCreateSubfolder(folder, extension, &subfolder) != noErr) return nullptr;
-  std::optional<std::string> path = MakePath<kCollatePathSize>(subfolder);
-  if (!path) return nullptr;
-  return &cache.emplace(extension, *std::move(path)).first->second;
+  ExtensionFolder made{};
+  *error = GetOrCreateSubfolder(folder, extension, &made.ref);
+  if (*error != noErr) return nullptr;
+  *error = MakePath<kCollatePathSize>(made.ref, &made.path);
+  if (*error != noErr) return nullptr;
+  return &cache.emplace(extension, std::move(made)).first->second;
 }
 
 void CollateItem(const FSRef &folder, const FSRef &item, ExtensionFolderCache &cache) {
-  if (IsHiddenItem(item)) return;
+  if (IsHiddenItem(item)) {
+    CountRunEvent(RunEvent::kHidden);
+    return;
+  }
   const std::optional<CFURL> url = CFURLCreateFromFSRef(item);
-  if (!url) return;
-  const std::optional<std::u16string> extension = CFURLCopyPathExtension(*url);
-  if (!extension) return;
-  const std::string *subfolderPath = SubfolderPath(folder, *extension, cache);
-  if (subfolderPath == nullptr) return;
-  const std::optional<std::string> itemPath = MakePath<kCollatePathSize>(item);
-  if (!itemPath) return;
-  (void)MoveItemToFolderPath(*itemPath, *subfolderPath);
+  const std::optional<std::u16string> extension = url ? CFURLCopyPathExtension(*url) : std::nullopt;
+  if (!extension) {
+    CountRunEvent(RunEvent::kWithoutExtension);
+    return;
+  }
+  OSErr error = noErr;
+  ExtensionFolder *const subfolder = FindExtensionFolder(folder, *extension, cache, &error);
+  std::string itemPath;
+  if (subfolder != nullptr) error = MakePath<kCollatePathSize>(item, &itemPath);
+  if (error == noErr && MoveItemToFolderPath(itemPath, subfolder->path, &error)) {
+    ++subfolder->itemsMoved;
+  } else {
+    NoteRunEvent({RunEvent::kNotCollated, item, error});
+  }
 }
 
 }  // namespace
 
 void CollateFilesByExtension(const FSRef &folder) {
-  ExtensionFolderCache cache(50);
+  ExtensionFolderCache cache;
   FolderItemList items;
   // Listed once, before any sub-folder is made: those made here are never sorted themselves.
-  (void)ListFolderItems(folder, &items, false);
+  if (const OSErr error = ListFolderItems(folder, &items, false); error != noErr) {
+    NoteRunEvent({RunEvent::kNotCollated, folder, error});
+  }
   for (const FSRef &item : items) CollateItem(folder, item, cache);
+  for (const auto &[extension, subfolder] : cache) {
+    if (subfolder.itemsMoved == 0) continue;
+    NoteRunEvent({RunEvent::kCollated, subfolder.ref, noErr, nullptr, subfolder.itemsMoved});
+  }
 }
 
 OSErr ListFolderItems(const FSRef &folder, FolderItemList *list, bool skipFolders) {
@@ -81,30 +105,41 @@ bool IsHiddenItem(const FSRef &item) {
 
 OSErr GetOrCreateSubfolder(const FSRef &parent, std::u16string_view name, FSRef *result) {
   if (FindItemInFolder(parent, name, result)) return noErr;
-  return FSCreateDirectoryUnicode(parent, name, result);
+  const OSErr error = FSCreateDirectoryUnicode(parent, name, result);
+  if (error == noErr) NoteRunEvent({RunEvent::kFolderMade, *result});
+  return error;
 }
 
-bool MoveItemToFolderPath(const std::string &itemPath, const std::string &folderPath) {
+bool MoveItemToFolderPath(const std::string &itemPath, const std::string &folderPath,
+                          OSErr *error) {
   FSRef item;
-  if (FSPathMakeRef(itemPath.c_str(), &item, nullptr) != noErr) return false;
+  OSStatus status = FSPathMakeRef(itemPath.c_str(), &item, nullptr);
+  *error = static_cast<OSErr>(status);
+  if (status != noErr) return false;
   FSRef folder;
-  const OSStatus status = FSPathMakeRef(folderPath.c_str(), &folder, nullptr);
+  status = FSPathMakeRef(folderPath.c_str(), &folder, nullptr);
+  *error = static_cast<OSErr>(status);
   if (status != noErr) {
     NSLog("MoveCM: An error occurred moving a folder or file. Error code = %d", status);
     return false;
   }
-  return WorkspaceMoveItem(item, folder);
+  return WorkspaceMoveItem(item, folder, error);
 }
 
-bool WorkspaceMoveItem(const FSRef &item, const FSRef &destination) {
+bool WorkspaceMoveItem(const FSRef &item, const FSRef &destination, OSErr *error) {
   FSRef parent;
-  if (GetParentFolderRef(item, &parent) != noErr) return false;
-  const std::optional<std::string> source = MakePath<kWorkspacePathSize>(parent);
-  const std::optional<std::string> itemPath = MakePath<kWorkspacePathSize>(item);
-  const std::optional<std::string> target = MakePath<kWorkspacePathSize>(destination);
-  if (!source || !itemPath || !target) return false;
-  const std::string name = itemPath->substr(itemPath->rfind('/') + 1);
+  std::string source;
+  std::string itemPath;
+  std::string target;
+  *error = GetParentFolderRef(item, &parent);
+  if (*error == noErr) *error = MakePath<kWorkspacePathSize>(parent, &source);
+  if (*error == noErr) *error = MakePath<kWorkspacePathSize>(item, &itemPath);
+  if (*error == noErr) *error = MakePath<kWorkspacePathSize>(destination, &target);
+  if (*error != noErr) return false;
+  const std::string name = itemPath.substr(itemPath.rfind('/') + 1);
   int tag = 0;
-  return NSWorkspace::sharedWorkspace().performFileOperation(NSWorkspaceMoveOperation, *source,
-                                                             *target, {name}, &tag);
+  const bool isMoved = NSWorkspace::sharedWorkspace().performFileOperation(
+      NSWorkspaceMoveOperation, source, target, {name}, &tag);
+  *error = static_cast<OSErr>(tag);
+  return isMoved;
 }

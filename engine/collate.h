@@ -24,8 +24,9 @@ bool IsHiddenItem(const FSRef &item);
 /// the name is taken for the folder, and so is any failing look-up but fnfErr.
 OSErr GetOrCreateSubfolder(const FSRef &parent, std::u16string_view name, FSRef *result);
 
-/// Moves an item into a folder, both by path. Logs only that the folder cannot be found.
-bool MoveItemToFolderPath(const std::string &itemPath, const std::string &folderPath);
+/// Moves an item into a folder, both by path. Logs only that the folder cannot be found. False when
+/// any step fails; `error` then says why.
+bool MoveItemToFolderPath(const std::string &itemPath, const std::string &folderPath, OSErr *error);
 
-/// The same through the workspace, by reference: false, without a message, when any step fails.
-bool WorkspaceMoveItem(const FSRef &item, const FSRef &destination);
+/// The same through the workspace, by reference and without any message.
+bool WorkspaceMoveItem(const FSRef &item, const FSRef &destination, OSErr *error);

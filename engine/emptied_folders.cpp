@@ -2,6 +2,7 @@
 
 #include "app/status_display.h"
 #include "engine/package_test.h"
+#include "engine/run_report.h"
 #include "fsutil/folder_items.h"
 #include "fsutil/item_info.h"
 
@@ -9,7 +10,7 @@ namespace {
 
 // Locked items are unlocked first. That is looked for only in what refuses to be deleted: most
 // locks keep nobody from deleting an item, and asking each would cost as much as deleting it.
-OSErr DeleteItem(const FSRef &item) {
+OSErr DeleteAndUnlock(const FSRef &item) {
   const OSErr error = FSDeleteObject(item);
   if (error != permErr && error != afpAccessDenied) return error;
   FSCatalogInfo info;
@@ -31,18 +32,37 @@ void ReadNextItem(const FSIterator &iterator, FSRef *item, DeleteWalkState &stat
   } while (state.result == noErr && state.itemCount != 1);
 }
 
+// Notes an item that stays, and hands the error on.
+OSErr NotDeleted(const FSRef &item, OSErr error) {
+  NoteRunEvent({RunEvent::kNotDeleted, item, error});
+  return error;
+}
+
+OSErr DeleteItem(const FSRef &item, bool isFolder) {
+  if (const OSErr error = DeleteAndUnlock(item); error != noErr) return NotDeleted(item, error);
+  NoteRunEvent({isFolder ? RunEvent::kFolderDeleted : RunEvent::kFileDeleted, item});
+  return noErr;
+}
+
 }  // namespace
 
 void RemoveEmptiedFolders(const FSRef &folder) {
   SetStatusText("Deleting emptied folders...", 1);
   std::vector<FSRef> items;
   bool containerChanged = false;
-  if (GetFolderItemRefs(folder, &items, &containerChanged) != noErr) return;
+  if (const OSErr error = GetFolderItemRefs(folder, &items, &containerChanged); error != noErr) {
+    (void)NotDeleted(folder, error);
+    return;
+  }
   for (const FSRef &item : items) {
     if (!ItemExists(item)) continue;
     FinderInfo finderInfo;
     bool isFolder = false;
-    if (GetItemFinderInfoAndKind(item, &finderInfo, nullptr, &isFolder) != noErr) continue;
+    if (const OSErr error = GetItemFinderInfoAndKind(item, &finderInfo, nullptr, &isFolder);
+        error != noErr) {
+      (void)NotDeleted(item, error);
+      continue;
+    }
     if (!isFolder || IsPackage(item)) continue;
     (void)DeleteFolderTree(item);
   }
@@ -52,27 +72,34 @@ OSErr DeleteFolderTree(const FSRef &folder) {
   FSCatalogInfo info;
   const OSErr error =
       FSGetCatalogInfo(folder, kFSCatInfoNodeFlags, &info, nullptr, nullptr, nullptr);
-  if (error != noErr) return error;
-  if ((info.nodeFlags & kFSNodeIsDirectoryMask) == 0) return dirNFErr;
+  if (error != noErr) return NotDeleted(folder, error);
+  if ((info.nodeFlags & kFSNodeIsDirectoryMask) == 0) return NotDeleted(folder, dirNFErr);
   DeleteWalkState state;
   DeleteFolderContents(folder, state);
   if (state.result != noErr) return state.result;
-  return DeleteItem(folder);
+  return DeleteItem(folder, true);
 }
 
 void DeleteFolderContents(const FSRef &container, DeleteWalkState &state) {
   FSIterator iterator;
   state.result = FSOpenIterator(container, kFSIterateDelete, &iterator);
-  if (state.result != noErr) return;
+  if (state.result != noErr) {
+    (void)NotDeleted(container, state.result);
+    return;
+  }
   while (true) {
     FSRef item;
     ReadNextItem(iterator, &item, state);
-    if (state.result != noErr) break;
-    if ((state.catalogInfo.nodeFlags & kFSNodeIsDirectoryMask) != 0) {
+    if (state.result != noErr) {
+      if (state.result != errFSNoMoreItems) (void)NotDeleted(container, state.result);
+      break;
+    }
+    const bool isFolder = (state.catalogInfo.nodeFlags & kFSNodeIsDirectoryMask) != 0;
+    if (isFolder) {
       DeleteFolderContents(item, state);
       if (state.result != noErr) break;
     }
-    state.result = DeleteItem(item);
+    state.result = DeleteItem(item, isFolder);
     if (state.result != noErr) break;
   }
   if (state.result == errFSNoMoreItems) state.result = noErr;

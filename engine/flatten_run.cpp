@@ -14,6 +14,7 @@
 #include "engine/folder_scan.h"
 #include "engine/move_name.h"
 #include "engine/progress.h"
+#include "engine/run_report.h"
 #include "fsutil/item_info.h"
 #include "fsutil/move_item.h"
 #include "platform/journal.h"
@@ -62,35 +63,62 @@ bool AllocateRefs() {
 }
 
 // Counts, then collects. Only when both passes agree may the files be touched: a scan that was
-// stopped or cut short, or has found a changed tree, does not know them all.
-bool CollectFiles() {
+// stopped or cut short, or has found a changed tree, does not know them all. Any outcome but
+// kFinished means that they may not.
+RunOutcome CollectFiles() {
   CollectedFileList &files = FlattenRun.CollectedFiles;
   files.count = 0;
   files.collected = 0;
   (void)CountFilesInFolder(FlattenRun.droppedFolder);
-  if (files.count <= 0 || !AllocateRefs()) return false;
+  CountRunEvent(RunEvent::kFound, files.count);
+  if (files.count <= 0) return RunOutcome::kNothingFound;
+  if (!AllocateRefs()) return RunOutcome::kOutOfMemory;
   (void)CollectFilesInFolder(FlattenRun.droppedFolder);
-  return files.collected == files.count;
+  return files.collected == files.count ? RunOutcome::kFinished : RunOutcome::kCountsDiffer;
 }
 
-OSErr MoveUnderFreeName(const FSRef &file, bool renamesDuplicates) {
+struct MoveResult {
+  OSErr error;
+  bool isNewName;
+  FSRef now;  ///< the file, moved or not
+};
+
+MoveResult MoveUnderFreeName(const FSRef &file, bool renamesDuplicates) {
   std::optional<std::u16string> newName;
   if (renamesDuplicates) newName = MakeUniqueMoveName(FlattenRun.droppedFolder, file);
-  FSRef newRef;
-  return MoveItemWithNewName(file, FlattenRun.droppedFolder, newName, kTextEncodingUnknown,
-                             &newRef);
+  MoveResult result;
+  result.isNewName = newName.has_value();
+  result.error = MoveItemWithNewName(file, FlattenRun.droppedFolder, newName, kTextEncodingUnknown,
+                                     &result.now);
+  return result;
+}
+
+void NoteMove(const FSRef &file, const MoveResult &move) {
+  if (move.error != noErr) {
+    NoteRunEvent({RunEvent::kLeftInPlace, file, move.error, &move.now});
+    return;
+  }
+  CountRunEvent(RunEvent::kMoved);
+  if (move.isNewName) NoteRunEvent({RunEvent::kRenamed, file, noErr, &move.now});
 }
 
 // A file that cannot be moved stays where it is.
 void MoveFileUp(const FSRef &file) {
   FSRef parent;
-  if (GetParentFolderRef(file, &parent) != noErr) return;
-  if (FSCompareFSRefs(FlattenRun.droppedFolder, parent) == noErr) return;
+  if (const OSErr error = GetParentFolderRef(file, &parent); error != noErr) {
+    NoteRunEvent({RunEvent::kLeftInPlace, file, error});
+    return;
+  }
+  if (FSCompareFSRefs(FlattenRun.droppedFolder, parent) == noErr) {
+    CountRunEvent(RunEvent::kAlreadyInPlace);
+    return;
+  }
   const bool renamesDuplicates = GetRenameDuplicates();
-  if (MoveUnderFreeName(file, renamesDuplicates) != dupFNErr || !renamesDuplicates) return;
+  MoveResult move = MoveUnderFreeName(file, renamesDuplicates);
   // Another program has taken a name since it was found free, and it shows now. Left behind, the
   // file could be deleted with its folder.
-  (void)MoveUnderFreeName(file, renamesDuplicates);
+  if (move.error == dupFNErr && renamesDuplicates) move = MoveUnderFreeName(file, true);
+  NoteMove(file, move);
 }
 
 std::optional<std::u16string> MakePathString(const FSRef &item) {
@@ -102,22 +130,36 @@ std::optional<std::u16string> MakePathString(const FSRef &item) {
 // A file that lies directly in the dropped folder gets an alias beside itself too.
 void MakeAliasOfFile(const FSRef &file) {
   const std::optional<std::u16string> filePath = MakePathString(file);
-  if (!filePath) return;
   const std::optional<std::u16string> folderPath = MakePathString(FlattenRun.droppedFolder);
-  if (!folderPath) return;
-  if (!MakeFinderAlias(*filePath, *folderPath)) NSBeep();
+  if (!filePath || !folderPath) {
+    NoteRunEvent({RunEvent::kLeftInPlace, file, bdNamErr});
+    return;
+  }
+  OSErr error = noErr;
+  if (MakeFinderAlias(*filePath, *folderPath, &error)) {
+    CountRunEvent(RunEvent::kAliased);
+  } else {
+    NoteRunEvent({RunEvent::kLeftInPlace, file, error});
+    NSBeep();
+  }
 }
 
 void HandleFile(const FSRef &file) {
+  CountRunEvent(RunEvent::kHandled);
   ShortString name;
   ClearCString(name);
-  if (GetItemNameAsCString(file, name) != noErr) return;
+  if (const OSErr error = GetItemNameAsCString(file, name); error != noErr) {
+    NoteRunEvent({RunEvent::kLeftInPlace, file, error});
+    return;
+  }
   FormatStatusText(1, "Moving File: %s", name);
   const std::int32_t operation = GetOperation();
   if (operation == kMoveOperation) {
     MoveFileUp(file);
   } else if (operation == kAliasOperation) {
     MakeAliasOfFile(file);
+  } else {
+    CountRunEvent(RunEvent::kUntouched);
   }
   ++FlattenRun.CollectedFiles.collected;
 }
@@ -144,12 +186,11 @@ void ShowElapsedTime(std::uint32_t startTime) {
   SetStatusText(kIdleHint, 1);
 }
 
-// Takes the folder for this process; false when another has it and this one does not wait, or no
-// longer.
-bool TakeDroppedFolder() {
-  std::string reason;
-  while (BeginRunJournal(FlattenRun.droppedFolder, &reason) == fBsyErr) {
-    if (!WaitForBusyFolder(FlattenRun.droppedFolder, reason)) return false;
+// Takes the folder for this process; false, and who has it, when another one has and this one does
+// not wait, or no longer.
+bool TakeDroppedFolder(std::string *reason) {
+  while (BeginRunJournal(FlattenRun.droppedFolder, reason) == fBsyErr) {
+    if (!WaitForBusyFolder(FlattenRun.droppedFolder, *reason)) return false;
     SetStatusText("Waiting for another Vannerly to end its work in this folder...", 1);
     if (StopOrQuitRequested()) return false;
   }
@@ -162,13 +203,16 @@ void FlattenDroppedFolder() {
   GetDateTime(&startTime);
   FlattenRun.StopRequested = false;
   ShowBusyControls();
-  if (!TakeDroppedFolder()) {
+  std::string reason;
+  if (!TakeDroppedFolder(&reason)) {
     // Not even the later phases: the folder is another's.
     ShowIdleControls();
     SetStatusText(kIdleHint, 1);
+    EndFolderReport(RunOutcome::kInUse, reason);
     return;
   }
-  if (CollectFiles()) HandleCollectedFiles();
+  const RunOutcome outcome = CollectFiles();
+  if (outcome == RunOutcome::kFinished) HandleCollectedFiles();
   FlattenRun.CollectedFiles.refs.reset();
 
   // Both run whatever happened before, a stopped run included.
@@ -180,10 +224,12 @@ void FlattenDroppedFolder() {
     SetStatusText("Collating files...", 1);
     CollateFilesByExtension(FlattenRun.droppedFolder);
   }
-  EndRunJournal(StopOrQuitRequested() ? RunEnd::kStopped : RunEnd::kDone);
+  const bool isStopped = StopOrQuitRequested();
+  EndRunJournal(isStopped ? RunEnd::kStopped : RunEnd::kDone);
 
   ShowIdleControls();
   ShowElapsedTime(startTime);
+  EndFolderReport(isStopped ? RunOutcome::kStopped : outcome);
   if (GetQuitWhenDone()) {
     (void)InstallEventLoopTimer(GetCurrentEventLoop(), 1.0, 0, NewEventLoopTimerUPP(QuitTimerProc),
                                 nullptr, nullptr);
@@ -201,6 +247,12 @@ void FlattenTimerProc(EventLoopTimerRef /*timer*/, void * /*userData*/) {
                     sizeof(FSRef), nullptr) != noErr) {
       continue;
     }
-    if (IsFolder(FlattenRun.droppedFolder)) FlattenDroppedFolder();
+    BeginFolderReport(FlattenRun.droppedFolder);
+    if (IsFolder(FlattenRun.droppedFolder)) {
+      FlattenDroppedFolder();
+    } else {
+      EndFolderReport(RunOutcome::kNotAFolder);
+    }
   }
+  EndRunReport();
 }

@@ -1,6 +1,9 @@
 #include "engine/folder_walk.h"
 
+#include "engine/flatten_run.h"
+#include "engine/folder_scan.h"
 #include "engine/package_test.h"
+#include "engine/run_report.h"
 
 namespace {
 
@@ -10,11 +13,19 @@ bool MayEnter(const FolderWalkState &state, DescendMode descendMode) {
   return state.maxLevels == 0 || state.currentLevel < state.maxLevels;
 }
 
+// `state.ref` is the folder that could not be opened, or not listed: that shows before its first
+// item is read. The collecting pass meets the same again and does not repeat it.
+void NoteFolderNotRead(const FolderWalkState &state) {
+  if (FlattenRun.ScanMode != kScanCounts) return;
+  NoteRunEvent({RunEvent::kFolderNotRead, state.ref, state.result});
+}
+
 // Reads one item and gives it to the filter; true while the level goes on.
 bool VisitNextItem(FolderWalkState &state, const FSIterator &iterator, DescendMode descendMode) {
   std::uint32_t count = 0;
   state.result = FSGetCatalogInfoBulk(iterator, 1, &count, &state.containerChanged, state.whichInfo,
                                       &state.catalogInfo, &state.ref, state.specPtr, state.namePtr);
+  if (state.result != noErr && state.result != errFSNoMoreItems) NoteFolderNotRead(state);
   if ((state.result == noErr || state.result == errFSNoMoreItems) && count == 1) {
     state.quit = state.filter(state.containerChanged, state.currentLevel, &state.catalogInfo,
                               &state.ref, state.specPtr, state.namePtr, state.userData);
@@ -56,7 +67,10 @@ void IterateFolderLevel(FolderWalkState &state, DescendMode descendMode) {
   if (!MayEnter(state, descendMode)) return;
   FSIterator iterator;
   state.result = FSOpenIterator(state.ref, kFSIterateFlat, &iterator);
-  if (state.result != noErr) return;
+  if (state.result != noErr) {
+    NoteFolderNotRead(state);
+    return;
+  }
   ++state.currentLevel;
   while (VisitNextItem(state, iterator, descendMode)) {
   }

@@ -16,7 +16,7 @@ class NSWorkspace {
   /// Moves the items named in `files` from one folder to another of the same volume, in order,
   /// under the names they have. Answers false, with the item where it was, at the first that cannot
   /// be moved, as when its name is taken: nothing is ever replaced. Any other operation is false.
-  /// `tag` is set to 0.
+  /// `tag` is set to noErr, or to the error that made the answer false.
   bool performFileOperation(std::string_view operation, const std::string &source,
                             const std::string &destination, const std::vector<std::string> &files,
                             int *tag);

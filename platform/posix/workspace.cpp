@@ -10,6 +10,14 @@ bool IsItemName(const std::string &name) {
          name.find('\0') == std::string::npos;
 }
 
+OSStatus MoveItem(const std::string &source, const std::string &name, const FSRef &folder) {
+  if (!IsItemName(name)) return paramErr;
+  const std::string path = std::string(source).append("/").append(name);
+  FSRef item;
+  const OSStatus status = FSPathMakeRef(path.c_str(), &item, nullptr);
+  return status == noErr ? FSMoveObject(item, folder, &item) : status;
+}
+
 }  // namespace
 
 NSWorkspace &NSWorkspace::sharedWorkspace() {
@@ -20,17 +28,14 @@ NSWorkspace &NSWorkspace::sharedWorkspace() {
 bool NSWorkspace::performFileOperation(std::string_view operation, const std::string &source,
                                        const std::string &destination,
                                        const std::vector<std::string> &files, int *tag) {
-  *tag = 0;
+  *tag = paramErr;
   if (operation != NSWorkspaceMoveOperation) return false;
   FSRef folder;
   bool isFolder = false;
-  if (FSPathMakeRef(destination.c_str(), &folder, &isFolder) != noErr || !isFolder) return false;
-  for (const std::string &name : files) {
-    if (!IsItemName(name)) return false;
-    const std::string path = std::string(source).append("/").append(name);
-    FSRef item;
-    if (FSPathMakeRef(path.c_str(), &item, nullptr) != noErr) return false;
-    if (FSMoveObject(item, folder, &item) != noErr) return false;
+  *tag = FSPathMakeRef(destination.c_str(), &folder, &isFolder);
+  if (*tag == noErr && !isFolder) *tag = dirNFErr;
+  for (auto name = files.begin(); name != files.end() && *tag == noErr; ++name) {
+    *tag = MoveItem(source, *name, folder);
   }
-  return true;
+  return *tag == noErr;
 }

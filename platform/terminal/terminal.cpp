@@ -3,7 +3,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "platform/icons.h"
 #include "platform/journal.h"
@@ -20,7 +23,8 @@
 
 namespace {
 
-bool hasUnusableOperand = false;
+/// An operand cannot be used, or output cannot be written.
+bool hasFailed = false;
 
 /// A closed standard stream would give its number to the next file opened, and status texts would
 /// be written to that.
@@ -39,34 +43,46 @@ void StartTerminal(bool isQuiet) {
   StartStatusView(isQuiet);
 }
 
-bool TakeOperands(const std::vector<std::string> &operands, bool isForced) {
+std::vector<UnusableOperand> TakeOperands(const std::vector<std::string> &operands, bool isForced) {
   std::vector<FSRef> folders;
+  std::vector<UnusableOperand> unusable;
   for (const std::string &operand : operands) {
     FSRef folder;
     std::string problem;
     if (ResolveOperand(operand, isForced, &folder, &problem)) {
       folders.push_back(folder);
     } else {
-      hasUnusableOperand = true;
+      hasFailed = true;
       ReportProblem(std::string(operand).append(": ").append(problem));
+      unusable.push_back({operand, problem});
     }
   }
-  const bool isAnyLeft = !folders.empty();
   OpenWhenLoopStarts(std::move(folders));
-  return isAnyLeft;
+  return unusable;
 }
 
 void ReportProblem(std::string_view problem) {
   PrintLine("vannerly-cli: " + TerminalTextFromDisk(problem));
 }
 
+void PrintNotice(std::string_view line) {
+  PrintLine(TerminalTextFromDisk(line));
+}
+
+void WriteOutput(std::string_view bytes) {
+  const bool isWritten = std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
+  if (isWritten && std::fflush(stdout) == 0) return;
+  hasFailed = true;
+  ReportProblem(std::string("standard output: ") + std::strerror(errno));
+}
+
 int TerminalExitStatus() {
   if (const int status = ExitStatusOfSignals(); status != 0) return status;
-  return hasUnusableOperand ? 1 : 0;
+  return hasFailed ? 1 : 0;
 }
 
 bool WaitForBusyFolder(const FSRef &folder, const std::string &reason) {
-  hasUnusableOperand = true;
+  hasFailed = true;
   ReportProblem(PathOnDisk(folder) + ": " + reason);
   return false;
 }

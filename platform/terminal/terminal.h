@@ -13,13 +13,23 @@ void StartTerminal(bool isQuiet);
 /// Finds the folders that the user named, resolving links, and keeps them for the event loop, which
 /// opens all in one event. Each that is missing, is not a folder or is refused is reported, and the
 /// exit status tells of it. Refused are the root folder and the user's home folder itself, unless
-/// `isForced`. Answers whether any folder is left.
-bool TakeOperands(const std::vector<std::string> &operands, bool isForced);
+/// `isForced`. Answers those that cannot be used.
+struct UnusableOperand {
+  std::string operand;
+  std::string reason;
+};
+std::vector<UnusableOperand> TakeOperands(const std::vector<std::string> &operands, bool isForced);
 
 /// Writes the line "vannerly-cli: PROBLEM" to standard error; what could do harm there is shown as
 /// "?".
 void ReportProblem(std::string_view problem);
 
+/// Writes a line to standard error, quiet or not. The same is shown as "?".
+void PrintNotice(std::string_view line);
+
+/// Writes to standard output. A failure is reported, and the exit status tells of it.
+void WriteOutput(std::string_view bytes);
+
 /// 130, 143 or 129 when SIGINT, SIGTERM or SIGHUP stopped or ended the run, else 1 when an operand
-/// could not be used, else 0.
+/// could not be used or output not be written, else 0.
 int TerminalExitStatus();

@@ -103,9 +103,9 @@ class CliCase(unittest.TestCase):
     # Runs --------------------------------------------------------------------------------------
 
     def start(self, *arguments, environment=None, before=(), **options):
-        options = {"cwd": self.place, "stderr": subprocess.PIPE, **options}
+        options = {"cwd": self.place, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE,
+                   **options}
         return subprocess.Popen([*before, PROGRAM, *arguments], stdin=subprocess.DEVNULL,
-                                stdout=subprocess.PIPE,
                                 env={**self.environment, **(environment or {})}, **options)
 
     def run_cli(self, *arguments, status=0, output="", **options):
@@ -121,7 +121,7 @@ class CliCase(unittest.TestCase):
             process.kill()
             process.communicate()
             raise
-        out, err = out.decode(errors="surrogateescape"), err.decode(errors="surrogateescape")
+        out, err = ((text or b"").decode(errors="surrogateescape") for text in (out, err))
         self.assertEqual(process.returncode, status, f"standard error was:\n{err[-4000:]}")
         if output is not None:
             self.assertEqual(out, output)

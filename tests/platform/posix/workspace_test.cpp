@@ -20,14 +20,14 @@ class Workspace : public testing::Test {
  protected:
   void TearDown() override { SetTreeChangeFault(nullptr); }
 
-  bool Move(std::string_view source, std::string_view destination,
-            const std::vector<std::string> &files,
-            std::string_view operation = NSWorkspaceMoveOperation) const {
+  OSStatus Move(std::string_view source, std::string_view destination,
+                const std::vector<std::string> &files,
+                std::string_view operation = NSWorkspaceMoveOperation) const {
     int tag = 7;
     const bool isDone = NSWorkspace::sharedWorkspace().performFileOperation(
         operation, folder_.PathOf(source), folder_.PathOf(destination), files, &tag);
-    EXPECT_EQ(tag, 0);
-    return isDone;
+    EXPECT_EQ(isDone, tag == noErr);
+    return tag;
   }
 
   CTemporaryFolder folder_;
@@ -39,14 +39,14 @@ TEST_F(Workspace, MovesWithoutEverReplacing) {
   folder_.WriteFile("from/later", "3");
   folder_.WriteFile("to/taken", "old");
   folder_.MakeSymbolicLink("elsewhere", "to");
-  EXPECT_TRUE(Move("from", "to", {"folder"}));
-  EXPECT_FALSE(Move("from", "to", {"taken", "later"}));
-  EXPECT_FALSE(Move("from", "to", {"missing"}));
-  EXPECT_FALSE(Move("from", "to/taken", {"later"}));
-  EXPECT_FALSE(Move("from", "elsewhere", {"later"}));
-  EXPECT_FALSE(Move("from", "to", {"later"}, "destroy"));
+  EXPECT_EQ(Move("from", "to", {"folder"}), noErr);
+  EXPECT_EQ(Move("from", "to", {"taken", "later"}), dupFNErr);
+  EXPECT_EQ(Move("from", "to", {"missing"}), fnfErr);
+  EXPECT_EQ(Move("from", "to/taken", {"later"}), dirNFErr);
+  EXPECT_EQ(Move("from", "elsewhere", {"later"}), dirNFErr);
+  EXPECT_EQ(Move("from", "to", {"later"}, "destroy"), paramErr);
   for (const char *name : {"", ".", "..", "../from/later"}) {
-    EXPECT_FALSE(Move("from", "to", {name})) << name;
+    EXPECT_EQ(Move("from", "to", {name}), paramErr) << name;
   }
   EXPECT_EQ(folder_.Tree(), (CTemporaryFolder::Contents{
                                 {"elsewhere", "-> to"},

@@ -1,0 +1,152 @@
+#include "app/line_report.h"
+
+#include <array>
+#include <cstdio>
+#include <new>
+#include <string>
+
+#include "app/report_words.h"
+#include "platform/terminal/terminal.h"
+
+namespace {
+
+std::string Reason(OSErr error) {
+  const ResultWords words = WordsOf(error);
+  std::string text = std::string(": ") + words.reason + " (";
+  if (*words.name != '\0') text.append(words.name).append(", ");
+  return text + std::to_string(error) + ")";
+}
+
+std::string LineOf(const RunNote &note) {
+  const std::string path = ItemPath(note.item);
+  const std::string now = note.now != nullptr ? ItemPath(*note.now) : path;
+  switch (note.event) {
+    case RunEvent::kLeftInPlace:
+      return path + ": left in place" + Reason(note.error) +
+             (now != path ? "; its name is now " + now : "");
+    case RunEvent::kRenamed:
+      return path + ": moved as " + now.substr(now.rfind('/') + 1);
+    case RunEvent::kFolderNotRead:
+      return path + ": could not be looked into" + Reason(note.error);
+    case RunEvent::kFileDeleted:
+      return path + ": deleted with its folder";
+    case RunEvent::kFolderDeleted:
+      return path + ": deleted";
+    case RunEvent::kNotDeleted:
+      return path + ": not deleted, nor the folders it lies in" + Reason(note.error);
+    case RunEvent::kFolderMade:
+      return path + ": made";
+    case RunEvent::kCollated:
+      return path + ": items moved into it: " + std::to_string(note.count);
+    case RunEvent::kNotCollated:
+      return path + ": not collated" + Reason(note.error);
+    default:
+      return path;
+  }
+}
+
+/// By event.
+constexpr const char *kCountWords[kRunEventCount] = {
+    "found",
+    "handled",
+    "moved",
+    "already in place",
+    "aliased",
+    "untouched",
+    "hidden and not collated",
+    "without extension and not collated",
+    "left in place",
+    "renamed",
+    "folders not looked into",
+    "files deleted",
+    "folders deleted",
+    "not deleted",
+    "folders made",
+    "collated",
+    "not collated",
+};
+
+std::string SummaryOf(const std::string &path, const FolderReport &report) {
+  char seconds[32];
+  (void)std::snprintf(seconds, sizeof seconds, " after %.3f s", report.seconds);
+  std::string line = path + ": " + WordsOf(report.outcome) + seconds;
+  const char *separator = ": ";
+  for (std::size_t i = 0; i < kRunEventCount; ++i) {
+    if (report.counts[i] == 0) continue;
+    line.append(separator).append(std::to_string(report.counts[i])).append(" ");
+    line.append(kCountWords[i]);
+    separator = ", ";
+  }
+  return line;
+}
+
+/// What a user has to know who has not asked for anything.
+struct Concern {
+  RunEvent event;
+  const char *one;
+  const char *several;
+};
+
+constexpr Concern kConcerns[] = {
+    {RunEvent::kLeftInPlace, " file was left in place", " files were left in place"},
+    {RunEvent::kFolderNotRead, " folder could not be looked into",
+     " folders could not be looked into"},
+    {RunEvent::kFileDeleted, " file was deleted with its folder",
+     " files were deleted with their folders"},
+    {RunEvent::kNotDeleted, " item could not be deleted", " items could not be deleted"},
+};
+
+class CLineReport final : public CRunObserver {
+ public:
+  explicit CLineReport(bool isVerbose) : isVerbose_(isVerbose) {}
+
+  void BeginFolder(const FSRef &folder) noexcept override { folder_ = folder; }
+
+  void TakeNote(const RunNote &note) noexcept override {
+    if (isVerbose_) Print([&] { return LineOf(note); });
+  }
+
+  void EndFolder(const FolderReport &report) noexcept override {
+    for (std::size_t i = 0; i < kRunEventCount; ++i) totals_[i] += report.counts[i];
+    // That a folder is in use has been told.
+    if (!isVerbose_ || report.outcome == RunOutcome::kInUse) return;
+    Print([&] { return SummaryOf(ItemPath(folder_), report); });
+  }
+
+  void EndRun() noexcept override {
+    if (!isVerbose_) Print([this] { return ClosingLine(); });
+  }
+
+ private:
+  /// A line that there is no memory for is left out; the run goes on.
+  template <typename Text>
+  static void Print(Text text) noexcept {
+    try {
+      const std::string line = text();
+      if (!line.empty()) PrintNotice(line);
+    } catch (const std::bad_alloc &) {
+    }
+  }
+
+  std::string ClosingLine() const {
+    std::string line;
+    for (const auto &[event, one, several] : kConcerns) {
+      const std::int64_t count = totals_[static_cast<std::size_t>(event)];
+      if (count == 0) continue;
+      if (!line.empty()) line += ", ";
+      line.append(std::to_string(count)).append(count == 1 ? one : several);
+    }
+    return line.empty() ? line : line + "; --verbose tells which and why.";
+  }
+
+  bool isVerbose_;
+  FSRef folder_{};
+  std::array<std::int64_t, kRunEventCount> totals_{};
+};
+
+}  // namespace
+
+void StartLineReport(bool isVerbose) {
+  static CLineReport report(isVerbose);
+  AddRunObserver(&report);
+}

@@ -1,0 +1,97 @@
+/// What a run tells of itself: how many files met with what, and each exception.
+///
+/// The run does not depend on any of this. Where its rules let the result of a step go, the result
+/// is noted here and the run goes on as ever. A file that is simply moved costs a counter.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "platform/file_manager.h"
+
+/// What can happen. The first group counts files and is not told to observers one by one.
+enum class RunEvent : std::uint8_t {
+  kFound,           ///< by the counting pass
+  kHandled,         ///< reached by the pass that handles files; each is one of the next five too
+  kMoved,           ///< kRenamed included
+  kAlreadyInPlace,  ///< lies directly in the dropped folder
+  kAliased,
+  kUntouched,         ///< `Operation` asks for nothing to be done
+  kHidden,            ///< not collated, because the item is hidden
+  kWithoutExtension,  ///< not collated, because there is no folder to put the item in
+
+  kLeftInPlace,     ///< `item` was not moved, or got no alias; `error` says why
+  kRenamed,         ///< `item` was moved under another name and is `now`
+  kFolderNotRead,   ///< `item` could not be listed: what lies in it has not been found
+  kFileDeleted,     ///< `item` was deleted with the folder that held it
+  kFolderDeleted,   ///< so was the folder `item`, or it was empty
+  kNotDeleted,      ///< `item` was to be deleted; it and the folders above it stay
+  kFolderMade,      ///< `item` was made for collating
+  kCollated,        ///< `count` items were moved into the folder `item`
+  kNotCollated,     ///< `item` could not be moved into the folder of its extension
+  kNumberOfEvents,  ///< not an event
+};
+inline constexpr std::size_t kRunEventCount = static_cast<std::size_t>(RunEvent::kNumberOfEvents);
+
+/// One event, as observers are told of it. Valid during the call only.
+struct RunNote {
+  RunEvent event;
+  const FSRef &item;  ///< as it was before
+  OSErr error = noErr;
+  const FSRef *now = nullptr;  ///< the item as it is now, where it was on its way; else null
+  std::int32_t count = 1;
+};
+
+/// How the work on one dropped folder ended.
+enum class RunOutcome : std::uint8_t {
+  kFinished,
+  kStopped,       ///< Stop or Quit was requested, in whatever phase
+  kNothingFound,  ///< no file, so none was handled
+  kCountsDiffer,  ///< the two passes found different numbers, so none was handled
+  kOutOfMemory,   ///< for the list of files, so none was handled
+  kNotAFolder,    ///< it no longer is one; nothing was done
+  kInUse,         ///< by another process; nothing was done
+};
+
+struct FolderReport {
+  std::array<std::int32_t, kRunEventCount> counts{};
+  RunOutcome outcome = RunOutcome::kFinished;
+  std::string reason;  ///< of kInUse: who uses it, as bytes
+  double seconds = 0;
+
+  std::int32_t CountOf(RunEvent event) const { return counts[static_cast<std::size_t>(event)]; }
+};
+
+/// Somebody who is told. Nothing here may touch the files or throw: a run must not end because of
+/// its report.
+class CRunObserver {
+ public:
+  virtual void BeginFolder(const FSRef &folder) noexcept = 0;
+  virtual void TakeNote(const RunNote &note) noexcept = 0;
+  virtual void EndFolder(const FolderReport &report) noexcept = 0;
+  /// All dropped folders are done.
+  virtual void EndRun() noexcept = 0;
+
+ protected:
+  ~CRunObserver() = default;
+};
+
+/// The observer is told from now on, for the life of the process.
+void AddRunObserver(CRunObserver *observer);
+
+/// The report of the folder in hand.
+extern FolderReport ReportOfFolder;
+
+/// Counts an event of the first group.
+inline void CountRunEvent(RunEvent event, std::int32_t count = 1) {
+  ReportOfFolder.counts[static_cast<std::size_t>(event)] += count;
+}
+
+/// Counts an event of the second group and tells the observers.
+void NoteRunEvent(const RunNote &note);
+
+void BeginFolderReport(const FSRef &folder);
+void EndFolderReport(RunOutcome outcome, const std::string &reason = {});
+void EndRunReport();
