@@ -28,7 +28,7 @@ _vannerly_cli() {
     words='--operation= --rename-duplicates --no-rename-duplicates --ignore-applications
       --no-ignore-applications --delete-emptied-folders --no-delete-emptied-folders
       --aggregate-files-when-done --no-aggregate-files-when-done --preferences --set --quiet
-      --force --help --version --'
+      --verbose --json --force --help --version --'
     ;;
   esac
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")

@@ -15,6 +15,8 @@ complete -c vannerly-cli -l set -x -d 'Store a preference' -a "
   {RenameDuplicates,IgnoreApplications,DeleteEmptiedFolders}={true,false}
   {AggregateFilesWhenDone,QuitWhenDone}={true,false}"
 complete -c vannerly-cli -l quiet -d 'Show nothing while working'
+complete -c vannerly-cli -l verbose -d 'Tell of each file left in place, renamed or deleted'
+complete -c vannerly-cli -l json -d 'Print the same in the end, as JSON'
 complete -c vannerly-cli -l force -d 'Flatten even / or the home folder'
 complete -c vannerly-cli -l help -d 'Show the options'
 complete -c vannerly-cli -l version -d 'Show the version'

@@ -98,7 +98,8 @@ class OnTerminal(CliCase):
         self.assertEqual(self.run_on_terminal(*arguments, status=1).count("\a"), 1,
                          "a beep for the alias that could not be made")
         self.assertEqual(self.run_on_terminal("--quiet", *arguments, status=1),
-                         "vannerly-cli: a?b?: No such file or directory\r\n")
+                         "vannerly-cli: a?b?: No such file or directory\r\n"
+                         "1 file was left in place; --verbose tells which and why.\r\n")
 
     def test_many_files_are_drawn_at_most_sixty_times_a_second(self):
         drop = self.path("drop")

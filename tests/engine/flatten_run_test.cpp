@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "engine/run_report.h"
 #include "platform/common/timers.h"
 #include "platform/posix/tree_changes.h"
 #include "tests/support/program_test.h"
@@ -12,8 +13,38 @@ namespace {
 using Contents = CTemporaryFolder::Contents;
 using List = std::vector<std::string>;
 
+/// Takes down "FILE: error" of every file left in place, and where it is when that is elsewhere.
+class CNotes final : public CRunObserver {
+ public:
+  List left;
+  void BeginFolder(const FSRef &) noexcept override { left.clear(); }
+  void TakeNote(const RunNote &note) noexcept override {
+    if (note.event != RunEvent::kLeftInPlace) return;
+    const std::string name = Name(note.item);
+    const std::string now = note.now != nullptr ? Name(*note.now) : name;
+    left.push_back(name + ": " + std::to_string(note.error) + (now != name ? " " + now : ""));
+  }
+  void EndFolder(const FolderReport &) noexcept override {}
+  void EndRun() noexcept override {}
+
+ private:
+  static std::string Name(const FSRef &item) {
+    char path[4096];
+    EXPECT_EQ(FSRefMakePath(item, path, sizeof path), noErr);
+    return std::string(path).substr(std::string(path).rfind('/') + 1);
+  }
+};
+
+CNotes &Notes() {
+  static CNotes notes;
+  static const bool isAdded = (AddRunObserver(&notes), true);
+  (void)isAdded;
+  return notes;
+}
+
 class FlattenRunTest : public CProgramTest {
  protected:
+  FlattenRunTest() { Notes().left.clear(); }
   ~FlattenRunTest() override { SetTreeChangeFault(nullptr); }
 
   /// Three files at the top, two below, one of whose names is taken.
@@ -144,6 +175,8 @@ TEST_F(FlattenRunTest, TreeThatChangesBetweenThePassesIsNotTouched) {
     EXPECT_EQ(files.Tree(), expected);
     EXPECT_TRUE(Recorder().CallsBeginningWith("SetControlData 1 \"Moving").empty());
     EXPECT_FALSE(Recorder().Control(6).shown) << "the elapsed time goes into a hidden control";
+    EXPECT_EQ(ReportOfFolder.outcome, RunOutcome::kCountsDiffer);
+    EXPECT_EQ(ReportOfFolder.CountOf(RunEvent::kHandled), 0);
     files.Remove("top");
   }
 }
@@ -160,6 +193,7 @@ TEST_F(FlattenRunTest, FileThatIsGoneIsSkippedButTheCounterGoesOn) {
   EXPECT_EQ(files.Tree("top"), (Contents{{"a", "1"}, {"sub/", ""}}));
   EXPECT_EQ(FlattenRun.CollectedFiles.collected, 1);
   EXPECT_EQ(TextsOfLine(2)[3], "(2 of 2)");
+  EXPECT_EQ(Notes().left, List{"b: " + std::to_string(fnfErr)});
 }
 
 TEST_F(FlattenRunTest, NameTakenByAnotherProgramMeanwhileIsResolved) {
@@ -174,6 +208,8 @@ TEST_F(FlattenRunTest, NameTakenByAnotherProgramMeanwhileIsResolved) {
   EXPECT_EQ(std::ranges::count_if(tree, [](const auto &item) { return item.second == "ours"; }),
             50);
   EXPECT_EQ(tree.size(), 52U) << "with the folder, so that all 50 have come up";
+  EXPECT_EQ(ReportOfFolder.CountOf(RunEvent::kMoved), 50);
+  EXPECT_EQ(ReportOfFolder.CountOf(RunEvent::kRenamed), 1);
 }
 
 TEST_F(FlattenRunTest, FailingMovesLoseNothing) {
@@ -191,6 +227,8 @@ TEST_F(FlattenRunTest, FailingMovesLoseNothing) {
   expected["top/sub/517A7274"] = expected["top/sub/a.txt"];
   expected.erase("top/sub/a.txt");
   EXPECT_EQ(files.Tree(), expected);
+  const std::string error = ": " + std::to_string(ioErr);
+  EXPECT_EQ(Notes().left, (List{"a.txt" + error + " 517A7274", "d" + error}));
 }
 
 }  // namespace

@@ -132,7 +132,8 @@ TEST(EventLoop, OpensAllFoldersAtOnceAndEndsWithTheLastTimer) {
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(EventsOf([&] {
               Start();
-              if (!TakeOperands({folder.PathOf("one"), folder.PathOf("two")}, false)) return;
+              if (!TakeOperands({folder.PathOf("one"), folder.PathOf("two")}, false).empty())
+                return;
               Arm(0.2, [](EventLoopTimerRef, void *) { events += "late "; });
               Arm(0.001, [](EventLoopTimerRef, void *) {
                 Arm(0, [](EventLoopTimerRef, void *) { events += "nested "; });
