@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <new>
 #include <nlohmann/json.hpp>
 #include <string_view>
 #include <utility>
@@ -148,21 +147,21 @@ class CJsonReport final : public CRunObserver {
     document_["complete"] = isComplete_;
     try {
       WriteOutput(document_.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
-    } catch (const std::bad_alloc &) {
+    } catch (...) {
       WriteOutput(R"({"format": 1, "complete": false})"
                   "\n");
     }
   }
 
  private:
-  /// Lets the run go on when memory is short. What comes later is not taken down either: with a gap
-  /// in it, a list would look whole.
+  /// Lets the run go on whatever happens here, as when memory is short. What comes later is not
+  /// taken down either: with a gap in it, a list would look whole.
   template <typename Work>
   void TakeDown(Work work) noexcept {
     if (!isComplete_) return;
     try {
       work();
-    } catch (const std::bad_alloc &) {
+    } catch (...) {
       isComplete_ = false;
     }
   }

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdio>
-#include <new>
 #include <string>
 
 #include "app/report_words.h"
@@ -41,7 +40,7 @@ std::string LineOf(const RunNote &note) {
     case RunEvent::kNotCollated:
       return path + ": not collated" + Reason(note.error);
     default:
-      return path;
+      return {};
   }
 }
 
@@ -118,13 +117,13 @@ class CLineReport final : public CRunObserver {
   }
 
  private:
-  /// A line that there is no memory for is left out; the run goes on.
+  /// A line that cannot be made, for want of memory, is left out; the run goes on.
   template <typename Text>
   static void Print(Text text) noexcept {
     try {
       const std::string line = text();
       if (!line.empty()) PrintNotice(line);
-    } catch (const std::bad_alloc &) {
+    } catch (...) {
     }
   }
 

@@ -44,6 +44,18 @@ ExtensionFolder *FindExtensionFolder(const FSRef &folder, const std::u16string &
   return &cache.emplace(extension, std::move(made)).first->second;
 }
 
+OSErr MoveToSubfolder(const FSRef &folder, const FSRef &item, const std::u16string &extension,
+                      ExtensionFolderCache &cache) {
+  OSErr error = noErr;
+  ExtensionFolder *const subfolder = FindExtensionFolder(folder, extension, cache, &error);
+  if (subfolder == nullptr) return error;
+  std::string itemPath;
+  error = MakePath<kCollatePathSize>(item, &itemPath);
+  if (error != noErr) return error;
+  if (MoveItemToFolderPath(itemPath, subfolder->path, &error)) ++subfolder->itemsMoved;
+  return error;
+}
+
 void CollateItem(const FSRef &folder, const FSRef &item, ExtensionFolderCache &cache) {
   if (IsHiddenItem(item)) {
     CountRunEvent(RunEvent::kHidden);
@@ -55,13 +67,7 @@ void CollateItem(const FSRef &folder, const FSRef &item, ExtensionFolderCache &c
     CountRunEvent(RunEvent::kWithoutExtension);
     return;
   }
-  OSErr error = noErr;
-  ExtensionFolder *const subfolder = FindExtensionFolder(folder, *extension, cache, &error);
-  std::string itemPath;
-  if (subfolder != nullptr) error = MakePath<kCollatePathSize>(item, &itemPath);
-  if (error == noErr && MoveItemToFolderPath(itemPath, subfolder->path, &error)) {
-    ++subfolder->itemsMoved;
-  } else {
+  if (const OSErr error = MoveToSubfolder(folder, item, *extension, cache); error != noErr) {
     NoteRunEvent({RunEvent::kNotCollated, item, error});
   }
 }
