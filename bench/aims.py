@@ -77,7 +77,7 @@ def compare_times(mine, other, figure):
 
 
 def aims_table(aims):
-    return "aims\n\n" + report.table(
+    return "**aims**\n\n" + report.table(
         ["", "where", "at most", "measured", "fastest", "CPU", ""],
         [[aim.what, aim.where, f"{aim.at_most:g}", report.number(aim.measured, ".2f"),
           report.number(aim.of_fastest, ".2f"), report.number(aim.by_cpu, ".2f"), aim.verdict]

@@ -33,7 +33,7 @@ def case_table(place, case, results):
              number(r.pick("peak") / 1e6, ".1f"),
              number(r.bytes_an_item if r.items >= 1000 else None, ".0f"),  # of few it says nothing
              str(r.at_top), str(r.status)] for r in results]
-    return (f"{place} ({file_system(place)}), {case.name}: {case.tree.__doc__}\n"
+    return (f"**{place} ({file_system(place)}), {case.name}: {case.tree.__doc__}**\n"
             f"{base.items:,} items, {len(base.samples)} rounds"
             f"{', less the same on an empty folder' if case.is_start_left_out else ''}\n\n"
             + table(["", "seconds", "ratio", "CPU s", "ratio", "last move", "µs/item", "peak MB",
@@ -41,13 +41,13 @@ def case_table(place, case, results):
 
 
 def start_table(start):
-    return "start\n\n" + table(["", "median ms", "fastest ms", "pairs"], [
+    return "**start**\n\n" + table(["", "median ms", "fastest ms", "pairs"], [
         [r["name"], f"{r['median ms']:.2f}", f"{r['fastest ms']:.2f}", str(r["pairs"])]
         for r in start])
 
 
 def idle_table(idle):
-    return "idle window\n\n" + table(
+    return "**idle window**\n\n" + table(
         ["", "seconds", "CPU s", "wake-ups"],
         [[r["name"], str(r["seconds"]), f"{r['cpu']:.2f}", str(r["wake-ups"])] for r in idle])
 
