@@ -103,7 +103,7 @@ OSErr FSSetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, const FS
       return ErrorFromErrno(error);
     }
   }
-  return ErrorFromErrno(AddOwnerWritePermission(folder, location.name, status.mode));
+  return ErrorFromErrno(AddOwnerWritePermission(folder, location.name));
 }
 
 OSErr FSMakeFSRefUnicode(const FSRef &parent, std::u16string_view name, TextEncoding /*hint*/,

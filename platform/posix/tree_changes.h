@@ -4,8 +4,6 @@
 /// linking can be left under both names when neither can be removed.
 #pragma once
 
-#include <sys/types.h>
-
 #include "platform/posix/item_reference.h"
 
 /// A folder in which something is changed.
@@ -26,8 +24,9 @@ int RemoveFile(const OpenedFolder &folder, const char *name);
 int RemoveEmptyFolder(const OpenedFolder &folder, const char *name);
 int MakeSymbolicLink(const OpenedFolder &folder, const char *name, const char *target);
 
-/// Gives the owner write permission. Never follows a link.
-int AddOwnerWritePermission(const OpenedFolder &folder, const char *name, mode_t currentMode);
+/// Gives the owner write permission. Never follows a link; EPERM for a file with several names,
+/// which may lie elsewhere.
+int AddOwnerWritePermission(const OpenedFolder &folder, const char *name);
 /// Takes the immutable attribute off a regular file or a folder; never opens anything else.
 int ClearImmutableAttribute(const OpenedFolder &folder, const char *name);
 
