@@ -62,14 +62,25 @@ void CHalfMoves::NoteStep(MoveStep step, const JournalPlaceView &from, const Jou
   inHand_->step = step;
 }
 
+/// One of an item's two names may go on a way of its own, as when it is collated.
+void CHalfMoves::FollowLeft(const JournalPlaceView &from, const JournalPlaceView &to) {
+  for (HalfMove &move : left_) {
+    const bool isOneOf = std::ranges::any_of(
+        move.places, [&from](const JournalPlace &place) { return from == place; });
+    if (isOneOf) AddPlace(to, &move.places);
+  }
+}
+
 void CHalfMoves::NoteRename(const JournalPlaceView &from, const JournalPlaceView &to,
                             const std::optional<ItemIdentity> &item) {
+  FollowLeft(from, to);
   if (!inHand_ && !item) return;
   NoteStep(MoveStep::kRename, from, to, item);
 }
 
 void CHalfMoves::NoteLink(const JournalPlaceView &from, const JournalPlaceView &to,
                           const std::optional<ItemIdentity> &item) {
+  FollowLeft(from, to);
   NoteStep(MoveStep::kLink, from, to, item);
 }
 
@@ -93,6 +104,7 @@ void CHalfMoves::NoteOtherChange() {
 void CHalfMoves::NoteFailure() {
   if (!inHand_) return;
   if (inHand_->step == MoveStep::kRename || inHand_->step == MoveStep::kLink) inHand_->next.reset();
+  if (inHand_->step == MoveStep::kRemovalOfNew) inHand_->isInTwoPlaces = true;
   // What has failed is undone.
   inHand_->move.goal = inHand_->move.places.front();
   inHand_->step = MoveStep::kNone;

@@ -47,8 +47,9 @@ struct ItemInHand {
   JournalPlace at;
   std::optional<JournalPlace> next;  ///< where the step takes it, or where it is as well
   MoveStep step = MoveStep::kNone;   ///< under way
+  bool isInTwoPlaces = false;        ///< neither name could be removed after a link
 
-  bool IsOver() const { return !next && at == move.goal; }
+  bool IsOver() const { return !next && !isInTwoPlaces && at == move.goal; }
   void EndStep();
 };
 
@@ -82,6 +83,7 @@ class CHalfMoves {
   void NoteStep(MoveStep step, const JournalPlaceView &from, const JournalPlaceView &to,
                 const std::optional<ItemIdentity> &item);
   void LetGo();
+  void FollowLeft(const JournalPlaceView &from, const JournalPlaceView &to);
 
   std::optional<ItemInHand> inHand_;
   std::vector<HalfMove> left_;

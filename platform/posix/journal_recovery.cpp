@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <new>
 #include <utility>
 
@@ -178,17 +179,20 @@ bool CRecovery::PutRight(const HalfMove &move) {
     return std::ranges::all_of(
         move.places, [this](const JournalPlace &place) { return FindFolder(place.folder) != 0; });
   }
-  int error = Rename(*found, move.goal);
-  if (error == 0 && move.goal != origin) {
-    lines_.push_back(PathOf(move.goal) +
-                     ": has its new name now; a run was interrupted while moving it");
-    return RemoveOtherNames(move, move.goal);
-  }
-  if (error != 0 && move.goal != origin) error = Rename(*found, origin);
-  if (error == 0) {
-    lines_.push_back(PathOf(origin) +
-                     ": is back in its place; a run was interrupted while moving it");
-    return RemoveOtherNames(move, origin);
+  std::vector<JournalPlace> choices = {move.goal, origin};
+  // Its old folder can be gone. Where it is it gets the name that it was to have, or its old one.
+  std::ranges::copy_if(move.places, std::back_inserter(choices), [&](const JournalPlace &place) {
+    return place.folder == found->folder && place != *found;
+  });
+  choices.push_back({found->folder, origin.name});
+  int error = 0;
+  for (const JournalPlace &choice : choices) {
+    error = Rename(*found, choice);
+    if (error != 0) continue;
+    const char *const outcome =
+        choice == origin ? ": is back in its place" : ": has its new name now";
+    lines_.push_back(PathOf(choice) + outcome + "; a run was interrupted while moving it");
+    return RemoveOtherNames(move, choice);
   }
   TellOfProblem(PathOf(origin) + ": could not be put back (" + std::strerror(error) +
                 "); an interrupted run has left it as " + PathOf(*found));
