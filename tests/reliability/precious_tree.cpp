@@ -1,0 +1,172 @@
+#include "tests/reliability/precious_tree.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <string_view>
+
+namespace {
+
+constexpr std::string_view kRemovalText = "Deleting emptied folders...";
+constexpr std::string_view kApplication = "Tool.app/Contents/Info.plist";
+
+/// Takes each " - UUID" out of a path; none of the names has the separator by itself.
+std::string WithoutUuids(std::string path) {
+  constexpr std::size_t kLength = 3 + 36;
+  for (std::size_t at = 0; (at = path.find(" - ", at)) != std::string::npos;)
+    path.erase(at, kLength);
+  return path;
+}
+
+bool EndsWithItem(std::string_view path, std::string_view item) {
+  return path == item || path.ends_with("/" + std::string(item));
+}
+
+}  // namespace
+
+const std::vector<Rules> &AllRules() {
+  static const std::vector<Rules> rules = {
+      {"Usual"},
+      {"EverythingOn", 1, true, true, true, true},
+      {"DuplicatesDeleted", 1, false, true, true},
+      {"ApplicationsOpened", 1, true, false, true},
+      {"Aliases", 2, true, true, false, true},
+      {"UsualByLinking", 1, true, true, false, false, true},
+      {"EverythingOnByLinking", 1, true, false, true, true, true},
+  };
+  return rules;
+}
+
+int RefusalOf(const TreeChange &change, const Rules &rules) {
+  const std::string_view operation(change.operation);
+  if (rules.isLinking) return operation == "rename" ? EINVAL : 0;
+  if (operation != "unlink" && operation != "rmdir") return 0;
+  struct stat item;
+  const bool isThere =
+      fstatat(change.folder.descriptor, change.name, &item, AT_SYMLINK_NOFOLLOW) == 0;
+  return isThere && (item.st_mode & S_IWUSR) == 0 ? EPERM : 0;
+}
+
+std::string NameOfRules(const testing::TestParamInfo<Rules> &rules) {
+  return rules.param.name;
+}
+
+CPreciousTreeTest::CPreciousTreeTest() {
+  SetPreference("Operation", GetParam().operation);
+  SetPreference("RenameDuplicates", GetParam().renamesDuplicates);
+  SetPreference("IgnoreApplications", GetParam().ignoresApplications);
+  SetPreference("DeleteEmptiedFolders", GetParam().deletesFolders);
+  SetPreference("AggregateFilesWhenDone", GetParam().collates);
+  for (const char *path :
+       {"a.txt", "Tool.app/Contents/Info.plist", "one/a.txt", "one/b", "one/517A7274",
+        "one/in/a.txt", "one/Tool.app/Contents/Info.plist", "two/locked.txt", "two/locked/c.txt"}) {
+    items.push_back({path, std::string("of ") + path});
+  }
+  items.push_back({"two/link", "-> ../../beside/kept"});
+  items.push_back({"two/pipe", "special"});
+  files.WriteFile("beside/kept", "kept");
+  files.WriteFile("beside/in/locked", "kept too");
+  EXPECT_EQ(chmod(files.PathOf("beside/in/locked").c_str(), 0444), 0);
+  EXPECT_EQ(chmod(files.PathOf("beside/in").c_str(), 0555), 0);
+  beside_ = PortraitOfBeside();
+}
+
+CPreciousTreeTest::~CPreciousTreeTest() {
+  SetTreeChangeFault(nullptr);
+}
+
+void CPreciousTreeTest::MakeTree() {
+  if (files.Exists("drop")) files.Remove("drop");
+  // Journals of runs that were never put right would be tried again at every start.
+  if (home.Exists("state")) home.Remove("state");
+  for (const auto &[path, content] : items) {
+    const std::string place = "drop/" + path;
+    if (content == "special") {
+      ASSERT_EQ(mkfifo(files.PathOf(place).c_str(), 0600), 0);
+    } else if (content.starts_with("-> ")) {
+      files.MakeSymbolicLink(place, content.substr(3));
+    } else {
+      files.WriteFile(place, content);
+    }
+  }
+  for (const char *path : {"drop/two/locked.txt", "drop/one/in/a.txt"}) {
+    ASSERT_EQ(chmod(files.PathOf(path).c_str(), 0444), 0);
+  }
+  ASSERT_EQ(chmod(files.PathOf("drop/two/locked").c_str(), 0555), 0);
+  mayBeGone.clear();
+}
+
+void CPreciousTreeTest::Flatten() {
+  bool isNoted = false;
+  Recorder().ForgetCalls();
+  Recorder().AtEachYield([&](int) {
+    if (isNoted || Recorder().Control(1).text != kRemovalText) return;
+    isNoted = true;
+    NoteWhatMayBeDeleted();
+    if (whenDeletionBegins) whenDeletionBegins();
+  });
+  CProgramTest::Flatten({"drop"});
+  Recorder().AtEachYield(nullptr);
+}
+
+/// The deletion takes the sub-folders that are no packages, with everything left in them.
+void CPreciousTreeTest::NoteWhatMayBeDeleted() {
+  // The folder may have been moved away during the run; it is the dropped one all the same.
+  const bool isAway = std::filesystem::is_symlink(files.PathOf("drop"));
+  const CTemporaryFolder::Contents tree = files.Tree(isAway ? "away" : "drop");
+  for (const auto &[path, content] : tree) {
+    const std::string top = path.substr(0, path.find('/'));
+    const bool isPackage = top.ends_with(".app") || tree.contains(top + "/Contents/Info.plist");
+    if (top != path && !isPackage) mayBeGone.insert(content);
+  }
+  // Of what has two names one is enough.
+  for (const auto &[path, content] : tree) {
+    if (path.find('/') == std::string::npos) mayBeGone.erase(content);
+  }
+}
+
+std::string CPreciousTreeTest::PortraitOfBeside() const {
+  std::string portrait;
+  for (const auto &[path, content] : files.Tree("beside")) {
+    struct stat item;
+    EXPECT_EQ(lstat(files.PathOf("beside/" + path).c_str(), &item), 0);
+    portrait += path + "=" + content + " " + std::to_string(item.st_mode) + " " +
+                std::to_string(item.st_mtim.tv_sec) + "." + std::to_string(item.st_mtim.tv_nsec) +
+                "\n";
+  }
+  return portrait;
+}
+
+bool CPreciousTreeTest::IsNameRight(const std::string &path, const std::string &origin) const {
+  const bool isWhole = GetParam().ignoresApplications && EndsWithItem(origin, kApplication);
+  return EndsWithItem(WithoutUuids(path),
+                      isWhole ? kApplication : origin.substr(origin.rfind('/') + 1));
+}
+
+std::string CPreciousTreeTest::Damage(const Allowed &allowed) const {
+  std::map<std::string, std::vector<std::string>> places;
+  for (const auto &[path, content] : files.Tree("drop")) {
+    const bool isAlias = content.starts_with("-> " + files.Path());
+    if (!path.ends_with('/') && !isAlias) places[content].push_back(path);
+  }
+  std::string damage;
+  for (const auto &[origin, content] : items) {
+    const std::vector<std::string> found = places[content];
+    places.erase(content);
+    if (found.empty() && !mayBeGone.contains(content)) damage += origin + " is lost\n";
+    if (found.size() > 1 && !allowed.twoNames) {
+      damage += origin + " is both " + found[0] + " and " + found[1] + "\n";
+    }
+    for (const std::string &path : found) {
+      const bool isTemporary = path.find("517A72") != std::string::npos && origin != "one/517A7274";
+      if (!(isTemporary ? allowed.temporaryNames : IsNameRight(path, origin))) {
+        damage += origin + " is " + path + "\n";
+      }
+    }
+  }
+  for (const auto &[content, found] : places) damage += "\"" + content + "\" is new\n";
+  if (PortraitOfBeside() != beside_) damage += "what lies beside it was changed\n";
+  return damage;
+}

@@ -1,0 +1,69 @@
+/// A small folder that holds every kind of item the rules speak of, the only copy of each, and what
+/// has to be left of it when a run over it went wrong.
+#pragma once
+
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/posix/tree_changes.h"
+#include "tests/support/program_test.h"
+
+/// The preferences under which the tree is flattened.
+struct Rules {
+  const char *name;
+  std::int64_t operation = 1;
+  bool renamesDuplicates = true;
+  bool ignoresApplications = true;
+  bool deletesFolders = false;
+  bool collates = false;
+  bool isLinking = false;  ///< on a file system that cannot be told to rename without replacing
+};
+const std::vector<Rules> &AllRules();
+std::string NameOfRules(const testing::TestParamInfo<Rules> &rules);
+
+/// What the file system of these rules has to say before a change: the kernel's flag is refused by
+/// one that is linking; any other refuses to remove what is locked, as if it were immutable.
+int RefusalOf(const TreeChange &change, const Rules &rules);
+
+/// Follows the rules that are its parameter.
+class CPreciousTreeTest : public CProgramTest, public testing::WithParamInterface<Rules> {
+ protected:
+  CPreciousTreeTest();
+  ~CPreciousTreeTest() override;
+
+  /// Makes the folder "drop" anew, with clashes, packages, what is locked, a link and a pipe.
+  void MakeTree();
+
+  /// Flattens "drop". What lies in a sub-folder when the deletion begins may be gone afterwards.
+  void Flatten();
+
+  /// Kinds of damage that a run may have done by the faults it met.
+  struct Allowed {
+    bool temporaryNames = false;  ///< undoing a move has failed
+    bool twoNames = false;        ///< of one file, neither of which could be removed
+  };
+  /// What is wrong with "drop" and with what lies beside it; empty when nothing is.
+  std::string Damage(const Allowed &allowed) const;
+
+  /// The folder "beside", of which nothing may change: contents, names, modes and times.
+  std::string PortraitOfBeside() const;
+
+  /// An item whose content is told apart from all others.
+  struct Item {
+    std::string path;
+    std::string content;
+  };
+  std::vector<Item> items;
+  /// Contents that the rules may have deleted; found by Flatten.
+  std::set<std::string> mayBeGone;
+  /// Called when Flatten has found them.
+  std::function<void()> whenDeletionBegins;
+
+ private:
+  bool IsNameRight(const std::string &path, const std::string &origin) const;
+  void NoteWhatMayBeDeleted();
+
+  std::string beside_;
+};
