@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """A run that is killed, two at once, and a disk that has no room for the journal."""
 
+import json
 import os
 import re
 import signal
@@ -51,10 +52,14 @@ class Recovery(CliCase):
         self.wait_until(lambda: self.journal_text().count("\nrename\t") > 0, process)
         for folder, where in ((drop, "it"), (drop + "/one", drop), (self.path("above"), drop),
                               (self.path("link"), "it")):
-            _, err = self.run_cli("--delete-emptied-folders", "--aggregate-files-when-done", "--quiet",
-                                  folder, "beside", status=1)
-            self.assertEqual(err, f"vannerly-cli: {os.path.realpath(folder)}: another Vannerly "
-                                  f"(process {process.pid}) is at work in {where}\n")
+            out, err = self.run_cli("--delete-emptied-folders", "--aggregate-files-when-done",
+                                    "--json", "--quiet", folder, "beside", status=1, output=None)
+            path, reason = (os.path.realpath(folder), f"another Vannerly (process {process.pid}) is "
+                            f"at work in {where}")
+            self.assertEqual(err, f"vannerly-cli: {path}: {reason}\n")
+            document = json.loads(out)
+            self.assertEqual(document["errors"], [{"folder": path, "reason": reason}])
+            self.assertEqual([told["path"] for told in document["folders"]], [self.path("beside")])
         self.assertEqual(self.tree(drop), before)
         process.send_signal(signal.SIGKILL)
         self.finish(process, -signal.SIGKILL, None)
