@@ -97,18 +97,24 @@ class Mounts(CliCase):
             self.assertEqual(self.tree(drop), before)
 
     def test_full_volume(self):
-        """Moving needs no room for contents; no file is harmed when names find none either."""
-        os.mkdir(self.path("drop"))
-        look = self.path("look")
-        self.run_mounted(
-            "mount -t tmpfs -o size=256k,nr_inodes=40 none drop\nmkdir -p drop/a/b\n"
-            "for i in 1 2 3 4 5 6 7 8 9; do echo $i > drop/a/$i.x$i; echo b$i > drop/a/b/$i.x$i; done\n"
-            "cat /dev/zero > drop/a/full 2>/dev/null || true\n"
-            "while true > drop/a/b/fill$n.y; do n=x$n; done 2>/dev/null",
-            "--aggregate-files-when-done", "drop", after=f"cp -a drop {look}")
-        contents = [content for name, content in self.tree(look).items()
-                    if ".x" in name and content != "folder"]
-        self.assertCountEqual(contents, [f"{p}{i}\n" for p in ("", "b") for i in range(1, 10)])
+        """Moving needs no room for contents; no file is harmed when names, sub-folders of
+        extensions and aliases find none either."""
+        files = ["a/%d.x%d" % (i, i) for i in range(1, 10)]
+        files += [name.replace("/", "/b/") for name in files]
+        for number, options in enumerate((("--aggregate-files-when-done",), ("--operation=alias",),
+                                          ("--delete-emptied-folders",))):
+            with self.subTest(options=options):
+                drop, look = f"drop{number}", self.path(f"look{number}")
+                os.mkdir(self.path(drop))
+                self.run_mounted(
+                    f"mount -t tmpfs -o size=256k,nr_inodes=40 none {drop}\nmkdir -p {drop}/a/b\n"
+                    f"for i in {' '.join(files)}; do echo $i > {drop}/$i; done\n"
+                    f"cat /dev/zero > {drop}/a/full 2>/dev/null || true\n"
+                    f"while true > {drop}/a/b/fill$n.y; do n=x$n; done 2>/dev/null",
+                    *options, drop, after=f"cp -a {drop} {look}")
+                contents = [content for content in self.tree(look).values()
+                            if ".x" in content and not content.startswith("->")]
+                self.assertCountEqual(contents, [name + "\n" for name in files])
 
     def test_no_room_for_the_journal(self):
         """Is told once, leaves nothing behind and stops nothing."""

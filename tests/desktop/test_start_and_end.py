@@ -36,6 +36,19 @@ class Start(DesktopCase):
         wait_until(lambda: self.moved(drop) == 4, "not flattened")
         self.quit()
 
+    def test_the_session_bus_dies_during_a_run(self):
+        bus = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--print-address=1"],
+                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.processes.append(bus)
+        drop = self.make_folder("drop", 200)
+        self.open_window(drop, delay=10,
+                         environment={"DBUS_SESSION_BUS_ADDRESS": bus.stdout.readline().strip()})
+        wait_until(lambda: self.moved(drop) > 5, "the run does not start")
+        bus.kill()
+        wait_until(lambda: self.moved(drop) == 200, "the run does not go on")
+        self.assertComplete(drop, 200)
+        self.quit()
+
     def test_wrong_usage_and_questions(self):
         drop = self.make_folder()
         for arguments, status in ((["--frobnicate"], 2), (["--preferences", drop], 2),

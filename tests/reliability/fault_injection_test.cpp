@@ -141,6 +141,6 @@ TEST_P(FaultInjection, LosesNothingWhicheverChangeIsTheLast) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(, FaultInjection, testing::ValuesIn(AllRules()), NameOfRules);
+INSTANTIATE_TEST_SUITE_P(Under, FaultInjection, testing::ValuesIn(AllRules()), NameOfRules);
 
 }  // namespace

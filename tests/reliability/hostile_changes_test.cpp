@@ -211,6 +211,6 @@ TEST_P(HostileChanges, CostNothing) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(, HostileChanges, testing::ValuesIn(AllRules()), NameOfRules);
+INSTANTIATE_TEST_SUITE_P(Under, HostileChanges, testing::ValuesIn(AllRules()), NameOfRules);
 
 }  // namespace
