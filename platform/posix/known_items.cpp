@@ -71,7 +71,7 @@ void NotePath(std::string_view path, const FSRef &item) {
     if (!ReferenceIn(item).isIdentified) {
       known.pathMadeLast = path;
       known.pathMadeLastOf = item;
-    } else if (known.folders.find(path) == known.folders.end()) {
+    } else if (!known.folders.contains(path)) {
       known.folders.emplace(path, item);
     }
   } catch (const std::bad_alloc &) {
