@@ -1,6 +1,7 @@
 #include "platform/posix/half_moves.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -9,10 +10,12 @@ constexpr std::size_t kMostLeft = 1000;
 /// A move and its undoing, by links, touch fewer.
 constexpr std::size_t kMostPlaces = 8;
 
-void AddPlace(const JournalPlaceView &place, std::vector<JournalPlace> *places) {
-  const bool isKnown =
-      std::ranges::any_of(*places, [&place](const JournalPlace &known) { return place == known; });
-  if (!isKnown && places->size() < kMostPlaces) places->push_back(place.Copy());
+/// The index of a place, which is added when it is new.
+std::size_t IndexOf(const JournalPlaceView &place, std::vector<JournalPlace> *places) {
+  std::size_t index = 0;
+  while (index < places->size() && place != (*places)[index]) ++index;
+  if (index == places->size()) places->push_back({place.folder, std::string(place.name)});
+  return index;
 }
 
 }  // namespace
@@ -38,27 +41,29 @@ void CHalfMoves::LetGo() {
 bool CHalfMoves::BeginsSteps(const JournalPlaceView &from, std::uint32_t toFolder, bool isLink) {
   EndStep();
   if (!isLink && from.folder != toFolder) return false;
-  return !inHand_ || from != inHand_->at;
+  return !inHand_ || from != inHand_->Place();
 }
 
 void CHalfMoves::NoteStep(MoveStep step, const JournalPlaceView &from, const JournalPlaceView &to,
                           const std::optional<ItemIdentity> &item) {
   EndStep();
-  const bool isContinued = inHand_ && from == inHand_->at;
+  const bool isContinued = inHand_ && from == inHand_->Place();
   if (!isContinued) {
     LetGo();
+    FollowLeft(from, to);
     if (!item) return;  // A move in one step needs no care.
     inHand_ = ItemInHand();
-    inHand_->move = {*item, {from.Copy()}, from.Copy()};
-    inHand_->at = from.Copy();
+    inHand_->move.item = *item;
+    inHand_->move.places.reserve(4);
+    inHand_->at = IndexOf(from, &inHand_->move.places);
   }
   HalfMove &move = inHand_->move;
-  const JournalPlace &origin = move.places.front();
+  if (move.places.size() == kMostPlaces) return LetGo();
   // The last step is the one that names it in its new folder; a link may be first and last in one.
-  const bool isLast = from.folder == to.folder ? from.folder != origin.folder : !isContinued;
-  move.goal = isLast ? to.Copy() : origin;
-  AddPlace(to, &move.places);
-  inHand_->next = to.Copy();
+  const bool isInOldFolder = from.folder == move.places.front().folder;
+  const bool isLast = from.folder == to.folder ? !isInOldFolder : !isContinued;
+  inHand_->next = IndexOf(to, &move.places);
+  move.goal = isLast ? *inHand_->next : 0;
   inHand_->step = step;
 }
 
@@ -67,29 +72,27 @@ void CHalfMoves::FollowLeft(const JournalPlaceView &from, const JournalPlaceView
   for (HalfMove &move : left_) {
     const bool isOneOf = std::ranges::any_of(
         move.places, [&from](const JournalPlace &place) { return from == place; });
-    if (isOneOf) AddPlace(to, &move.places);
+    if (isOneOf && move.places.size() < kMostPlaces) (void)IndexOf(to, &move.places);
   }
 }
 
 void CHalfMoves::NoteRename(const JournalPlaceView &from, const JournalPlaceView &to,
                             const std::optional<ItemIdentity> &item) {
-  FollowLeft(from, to);
-  if (!inHand_ && !item) return;
+  if (!inHand_ && !item) return FollowLeft(from, to);
   NoteStep(MoveStep::kRename, from, to, item);
 }
 
 void CHalfMoves::NoteLink(const JournalPlaceView &from, const JournalPlaceView &to,
                           const std::optional<ItemIdentity> &item) {
-  FollowLeft(from, to);
   NoteStep(MoveStep::kLink, from, to, item);
 }
 
 void CHalfMoves::NoteRemoval(const JournalPlaceView &place) {
   EndStep();
   if (!inHand_) return;
-  if (inHand_->next && place == inHand_->at) {
+  if (inHand_->next && place == inHand_->Place()) {
     inHand_->step = MoveStep::kRemovalOfOld;
-  } else if (inHand_->next && place == *inHand_->next) {
+  } else if (inHand_->next && place == inHand_->move.places[*inHand_->next]) {
     inHand_->step = MoveStep::kRemovalOfNew;
   } else {
     LetGo();
@@ -106,7 +109,7 @@ void CHalfMoves::NoteFailure() {
   if (inHand_->step == MoveStep::kRename || inHand_->step == MoveStep::kLink) inHand_->next.reset();
   if (inHand_->step == MoveStep::kRemovalOfNew) inHand_->isInTwoPlaces = true;
   // What has failed is undone.
-  inHand_->move.goal = inHand_->move.places.front();
+  inHand_->move.goal = 0;
   inHand_->step = MoveStep::kNone;
 }
 

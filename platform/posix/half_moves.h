@@ -27,7 +27,6 @@ struct JournalPlaceView {
   bool operator==(const JournalPlace &place) const {
     return folder == place.folder && name == place.name;
   }
-  JournalPlace Copy() const { return {folder, std::string(name)}; }
 };
 
 /// An item whose move had begun and, for all that is known, had not ended.
@@ -35,8 +34,8 @@ struct HalfMove {
   ItemIdentity item;
   /// Where it can be: the first is where it came from. No place is there twice.
   std::vector<JournalPlace> places;
-  /// Where it belongs: its old place, or the new one when the last step had begun.
-  JournalPlace goal;
+  /// Which of them it belongs to: its old one, or the new one when the last step had begun.
+  std::size_t goal = 0;
 };
 
 enum class MoveStep { kNone, kRename, kLink, kRemovalOfOld, kRemovalOfNew };
@@ -44,11 +43,12 @@ enum class MoveStep { kNone, kRename, kLink, kRemovalOfOld, kRemovalOfNew };
 /// The item that the change noted last belongs to.
 struct ItemInHand {
   HalfMove move;
-  JournalPlace at;
-  std::optional<JournalPlace> next;  ///< where the step takes it, or where it is as well
-  MoveStep step = MoveStep::kNone;   ///< under way
-  bool isInTwoPlaces = false;        ///< neither name could be removed after a link
+  std::size_t at = 0;               ///< which of its places
+  std::optional<std::size_t> next;  ///< the one to which the step takes it, or where it is as well
+  MoveStep step = MoveStep::kNone;  ///< under way
+  bool isInTwoPlaces = false;       ///< neither name could be removed after a link
 
+  const JournalPlace &Place() const { return move.places[at]; }
   bool IsOver() const { return !next && !isInTwoPlaces && at == move.goal; }
   void EndStep();
 };

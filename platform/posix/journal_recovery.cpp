@@ -64,9 +64,10 @@ class CRecovery {
   bool IsAt(const ItemIdentity &item, const JournalPlace &place);
   int Rename(const JournalPlace &from, const JournalPlace &to);
   int Remove(const JournalPlace &place);
-  bool RemoveOtherNames(const HalfMove &move, const JournalPlace &kept);
+  bool RemoveOtherNames(const HalfMove &move, const JournalPlace &kept, int *removed);
   bool PutRight(const HalfMove &move);
   std::string PathOf(const JournalPlace &place) const;
+  void TellOfSuccess(const JournalPlace &place, const char *what);
   void TellOfProblem(const std::string &line);
 
   const Journal &journal_;
@@ -148,8 +149,9 @@ int CRecovery::Remove(const JournalPlace &place) {
   return found.linkCount > 1 ? RemoveFile(folder, place.name.c_str()) : EPERM;
 }
 
-/// Leaves an item that was being moved by linking under one name; false when it has others still.
-bool CRecovery::RemoveOtherNames(const HalfMove &move, const JournalPlace &kept) {
+/// Leaves an item that was being moved by linking under one name, and counts the others removed;
+/// false when one could not be.
+bool CRecovery::RemoveOtherNames(const HalfMove &move, const JournalPlace &kept, int *removed) {
   bool isAnyLeft = false;
   for (const JournalPlace &place : move.places) {
     if (place == kept || !IsAt(move.item, place)) continue;
@@ -157,9 +159,9 @@ bool CRecovery::RemoveOtherNames(const HalfMove &move, const JournalPlace &kept)
       TellOfProblem(PathOf(place) + ": could not be removed (" + std::strerror(error) +
                     "); an interrupted run has left the same file as " + PathOf(kept));
       isAnyLeft = true;
-      continue;
+    } else {
+      ++*removed;
     }
-    lines_.push_back(PathOf(kept) + ": is whole again; a run was interrupted while moving it");
   }
   return !isAnyLeft;
 }
@@ -167,8 +169,13 @@ bool CRecovery::RemoveOtherNames(const HalfMove &move, const JournalPlace &kept)
 /// Answers whether nothing is left to do for the item.
 bool CRecovery::PutRight(const HalfMove &move) {
   const JournalPlace &origin = move.places.front();
-  for (const JournalPlace &place : {move.goal, origin}) {
-    if (IsAt(move.item, place)) return RemoveOtherNames(move, place);
+  const JournalPlace &goal = move.places[move.goal];
+  int removed = 0;
+  for (const JournalPlace &place : {goal, origin}) {
+    if (!IsAt(move.item, place)) continue;
+    const bool isAllRight = RemoveOtherNames(move, place, &removed);
+    if (removed > 0) TellOfSuccess(place, "is whole again");
+    return isAllRight;
   }
   const auto found = std::ranges::find_if(
       move.places, [&](const JournalPlace &place) { return IsAt(move.item, place); });
@@ -179,7 +186,7 @@ bool CRecovery::PutRight(const HalfMove &move) {
     return std::ranges::all_of(
         move.places, [this](const JournalPlace &place) { return FindFolder(place.folder) != 0; });
   }
-  std::vector<JournalPlace> choices = {move.goal, origin};
+  std::vector<JournalPlace> choices = {goal, origin};
   // Its old folder can be gone. Where it is it gets the name that it was to have, or its old one.
   std::ranges::copy_if(move.places, std::back_inserter(choices), [&](const JournalPlace &place) {
     return place.folder == found->folder && place != *found;
@@ -189,10 +196,8 @@ bool CRecovery::PutRight(const HalfMove &move) {
   for (const JournalPlace &choice : choices) {
     error = Rename(*found, choice);
     if (error != 0) continue;
-    const char *const outcome =
-        choice == origin ? ": is back in its place" : ": has its new name now";
-    lines_.push_back(PathOf(choice) + outcome + "; a run was interrupted while moving it");
-    return RemoveOtherNames(move, choice);
+    TellOfSuccess(choice, choice == origin ? "is back in its place" : "has its new name now");
+    return RemoveOtherNames(move, choice, &removed);
   }
   TellOfProblem(PathOf(origin) + ": could not be put back (" + std::strerror(error) +
                 "); an interrupted run has left it as " + PathOf(*found));
@@ -211,6 +216,10 @@ bool CRecovery::PutAllRight() {
   }
   return std::ranges::count_if(journal_.halfMoves,
                                [this](const HalfMove &move) { return !PutRight(move); }) == 0;
+}
+
+void CRecovery::TellOfSuccess(const JournalPlace &place, const char *what) {
+  lines_.push_back(PathOf(place) + ": " + what + "; a run was interrupted while moving it");
 }
 
 /// What could not be put right is told once, and tried again at every start.
