@@ -79,7 +79,7 @@ TEST(Signals, AreCommandsAtTheNextYield) {
     std::vector<int> signals;
     std::string expected;
   };
-  for (const auto &[signals, expected] :
+  for (const Case &given :
        std::vector<Case>{{{}, "0"},
                          {{SIGINT}, "signal stop 130"},
                          {{SIGINT, SIGINT}, "signal stop signal quit 130"},
@@ -91,14 +91,14 @@ TEST(Signals, AreCommandsAtTheNextYield) {
                          {{SIGPIPE}, "signal 0"}}) {
     EXPECT_EQ(EventsOf([&] {
                 Start();
-                for (const int signal : signals) {
+                for (const int signal : given.signals) {
                   std::raise(signal);
                   events += "signal ";  // Nothing is sent before the program yields.
                   Yield();
                 }
                 Yield();
               }),
-              expected);
+              given.expected);
   }
 }
 
