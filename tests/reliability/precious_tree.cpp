@@ -53,6 +53,10 @@ std::string NameOfRules(const testing::TestParamInfo<Rules> &rules) {
   return rules.param.name;
 }
 
+void PrintTo(const Rules &rules, std::ostream *out) {
+  *out << rules.name;
+}
+
 CPreciousTreeTest::CPreciousTreeTest() {
   SetPreference("Operation", GetParam().operation);
   SetPreference("RenameDuplicates", GetParam().renamesDuplicates);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
@@ -22,6 +23,8 @@ struct Rules {
 };
 const std::vector<Rules> &AllRules();
 std::string NameOfRules(const testing::TestParamInfo<Rules> &rules);
+/// For the names of tests.
+void PrintTo(const Rules &rules, std::ostream *out);
 
 /// What the file system of these rules has to say before a change: the kernel's flag is refused by
 /// one that is linking; any other refuses to remove what is locked, as if it were immutable.

@@ -196,6 +196,8 @@ class COther {
 };
 
 pid_t StartOther(const std::string &name, bool waitsForChange) {
+  // One that is told to end before it has done anything writes nothing down.
+  fs::remove(place + "/made-by-" + name);
   const unsigned seed = static_cast<unsigned>(randomNumbers());
   COther other(name, waitsForChange);
   const pid_t process = fork();
