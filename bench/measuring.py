@@ -98,7 +98,7 @@ def measure(build, competitor, work, folder):
         start, seconds, cpu, kilobytes, status = file.read().split()
     # Every rename into the folder sets its time of change; nobody has to watch while it works.
     last_move = (os.stat(folder).st_mtime_ns - int(start)) / 1e9
-    return Sample(float(seconds), last_move if last_move > 0 else None, float(cpu),
+    return Sample(float(seconds), last_move if last_move >= 0 else None, float(cpu),
                   int(kilobytes) * 1024, int(status), len(os.listdir(folder)))
 
 

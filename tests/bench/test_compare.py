@@ -11,6 +11,7 @@ import sys
 import tempfile
 import unittest
 
+TICK = 0.01  # the longest of usual kernels, in seconds
 MOVERS = ("bare loop", "vannerly-cli", "vannerly (offscreen)", "vannerly (Xvfb)")
 
 
@@ -42,8 +43,9 @@ class Compare(unittest.TestCase):
                     if name in MOVERS or case["case"] != "packages":
                         self.assertEqual(sample["at_top"], at_top[case["case"]])
                     self.assertEqual(empty["at_top"], 0)
-                    self.assertGreater(sample["last_move"], 0)
-                    self.assertLess(sample["last_move"], sample["seconds"])
+                    # Times of files tick; a short run may begin and end in the same tick.
+                    self.assertGreaterEqual(sample["last_move"], 0)
+                    self.assertLess(sample["last_move"], sample["seconds"] + TICK)
                     self.assertGreater(sample["peak"], 100_000)
                     if "(" in name:
                         # Left out of the time is the second for which the window stays.
