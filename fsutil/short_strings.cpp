@@ -3,18 +3,24 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
-#include <iterator>
+#include <string>
+#include <system_error>
 
 #include "fsutil/mac_roman.h"
 
 namespace {
 
-/// Where the first "%s" or "%d" of a format stands.
-std::size_t FindPlace(std::string_view format) {
-  for (std::size_t at = 0; at + 1 < format.size(); ++at) {
-    if (format[at] == '%' && (format[at + 1] == 's' || format[at + 1] == 'd')) return at;
+bool IsPlace(const char *format) {
+  return format[0] == '%' && (format[1] == 's' || format[1] == 'd');
+}
+
+/// Writes the digits that there is room for and answers where they end.
+char *WriteDecimalNumber(char *at, char *end, std::int32_t value) {
+  if (const auto written = std::to_chars(at, end, value); written.ec == std::errc()) {
+    return written.ptr;
   }
-  return std::string_view::npos;
+  const std::string digits = std::to_string(value);
+  return std::copy_n(digits.begin(), end - at, at);
 }
 
 }  // namespace
@@ -67,26 +73,19 @@ void FormatCString(ShortString &destination, const char *format,
                    std::initializer_list<FormatValue> values) {
   char *at = destination;
   char *const end = destination + kShortStringLimit;
-  const auto write = [&at, end](std::string_view text) {
-    const std::size_t count = std::min(text.size(), static_cast<std::size_t>(end - at));
-    std::memcpy(at, text.data(), count);
-    at += count;
-  };
-  std::string_view rest(format);
   for (const FormatValue &value : values) {
-    const std::size_t place = FindPlace(rest);
-    if (place == std::string_view::npos) break;
-    write(rest.substr(0, place));
-    rest.remove_prefix(place + 2);
+    while (*format != '\0' && !IsPlace(format) && at < end) *at++ = *format++;
+    if (!IsPlace(format)) break;
+    format += 2;
     if (const char *const *text = std::get_if<const char *>(&value)) {
-      write(*text);
+      const std::size_t count = strnlen(*text, static_cast<std::size_t>(end - at));
+      std::memcpy(at, *text, count);
+      at += count;
     } else {
-      char digits[12];
-      const auto written = std::to_chars(digits, std::end(digits), std::get<std::int32_t>(value));
-      write({digits, static_cast<std::size_t>(written.ptr - digits)});
+      at = WriteDecimalNumber(at, end, std::get<std::int32_t>(value));
     }
   }
-  write(rest);
+  while (*format != '\0' && at < end) *at++ = *format++;
   *at = '\0';
 }
 

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -106,9 +107,17 @@ struct FolderTable {
   }
 };
 
+constinit std::optional<FolderTable> folderTable;
+
+[[gnu::noinline]] void MakeTable() {
+  folderTable.emplace();
+}
+
+/// Asked some twenty times a file, so it has to be inlined.
 FolderTable &Table() {
-  static FolderTable table;
-  return table;
+  if (!folderTable) [[unlikely]]
+    MakeTable();
+  return *folderTable;
 }
 
 /// `openat` that gives up other descriptors when the process has too many. `from` is the folder

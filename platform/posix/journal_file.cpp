@@ -62,8 +62,8 @@ int CJournalFile::MoveWindow(std::size_t end) {
   const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
   const std::size_t start = size_ - size_ % page;
   const std::size_t size = std::max(end - start, std::min(kWindow, capacity_ - start));
-  void *const memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, file_->Get(),
-                            static_cast<off_t>(start));
+  void *const memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_POPULATE,
+                            file_->Get(), static_cast<off_t>(start));
   if (memory == MAP_FAILED) return errno;
   if (window_ != nullptr) (void)munmap(window_, windowSize_);
   window_ = static_cast<char *>(memory);

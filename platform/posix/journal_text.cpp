@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <ctime>
 #include <utility>
 
@@ -25,9 +26,30 @@ std::size_t ReadableLength(std::string_view bytes, std::size_t start) {
   return isControl || codePoint == '\\' ? 0 : length;
 }
 
+/// Whether IsPlain holds for eight bytes, asked of all at once. A byte of `word - n * kOnes` has
+/// its high bit set, where `word` has not, when it or one to its right is less than n, which must
+/// be less than 0x80.
+bool ArePlain(const char *bytes) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101;
+  constexpr std::uint64_t kHighBits = 0x80 * kOnes;
+  const auto isAnyLess = [](std::uint64_t word, std::uint64_t n) {
+    return ((word - n * kOnes) & ~word & kHighBits) != 0;
+  };
+  std::uint64_t word = 0;
+  std::memcpy(&word, bytes, sizeof word);
+  return (word & kHighBits) == 0 && !isAnyLess(word, 0x20) && !isAnyLess(word ^ 0x7F * kOnes, 1) &&
+         !isAnyLess(word ^ '\\' * kOnes, 1);
+}
+
 char *WriteEscaped(char *at, std::string_view bytes) {
   constexpr char kDigits[] = "0123456789ABCDEF";
+  constexpr std::size_t kBlock = sizeof(std::uint64_t);
   for (std::size_t i = 0; i < bytes.size();) {
+    if (i + kBlock <= bytes.size() && ArePlain(bytes.data() + i)) {
+      at = std::copy_n(bytes.data() + i, kBlock, at);
+      i += kBlock;
+      continue;
+    }
     if (IsPlain(bytes[i])) {
       *at++ = bytes[i++];
       continue;

@@ -8,20 +8,38 @@
 #include <string_view>
 #include <type_traits>
 
+inline constexpr std::size_t kPlainBlock = 8;
+
+/// Copies eight characters when all are below 0x80; false when they are not.
+template <typename From, typename To>
+bool CopyPlainBlock(const From *text, To *out) {
+  using Unit = std::conditional_t<sizeof(From) == 1, std::uint8_t, std::uint16_t>;
+  constexpr std::uint64_t kOthers = sizeof(From) == 1 ? 0x8080808080808080 : 0xFF80FF80FF80FF80;
+  std::array<std::uint64_t, sizeof(Unit)> words;
+  std::memcpy(words.data(), text, sizeof words);
+  std::uint64_t all = 0;
+  for (const std::uint64_t word : words) all |= word;
+  if ((all & kOthers) != 0) return false;
+  for (std::size_t i = 0; i < kPlainBlock; ++i) {
+    out[i] = static_cast<To>(static_cast<Unit>(text[i]));
+  }
+  return true;
+}
+
 /// Copies characters below 0x80 to `out`, which has room for all of `text`, and returns how many
 /// there were before the first other one.
 template <typename From, typename To>
 std::size_t CopyPlainText(std::basic_string_view<From> text, To *out) {
   using Unit = std::conditional_t<sizeof(From) == 1, std::uint8_t, std::uint16_t>;
-  constexpr std::size_t kBlock = 8;
   std::size_t count = 0;
-  for (; count + kBlock <= text.size(); count += kBlock) {
-    std::array<Unit, kBlock> block;
-    std::memcpy(block.data(), text.data() + count, sizeof block);
-    Unit all = 0;
-    for (const Unit unit : block) all |= unit;
-    if (all >= 0x80) break;
-    for (std::size_t i = 0; i < kBlock; ++i) out[count + i] = static_cast<To>(block[i]);
+  while (count + kPlainBlock <= text.size() && CopyPlainBlock(text.data() + count, out + count)) {
+    count += kPlainBlock;
+  }
+  // What is left is less than a block, but the last eight characters are one.
+  if (const std::size_t last = text.size() - kPlainBlock;
+      text.size() >= kPlainBlock && last < count &&
+      CopyPlainBlock(text.data() + last, out + last)) {
+    return text.size();
   }
   for (; count < text.size(); ++count) {
     if (static_cast<Unit>(text[count]) >= 0x80) break;

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <memory>
+#include <utility>
 
 #include "platform/posix/config_folders.h"
 #include "platform/posix/log.h"
@@ -137,15 +138,17 @@ class CPreferenceDomain {
   std::int64_t retryTime_ = 0;    ///< when a failed write is tried again
 };
 
-std::unique_ptr<CPreferenceDomain> &DomainOwner() {
-  // Never destroyed: what runs late in the process may still ask for a value.
-  static auto &owner = *new std::unique_ptr<CPreferenceDomain>;
-  return owner;
+/// Not destroyed with the process: what runs late in it may still ask for a value.
+CPreferenceDomain *domain = nullptr;
+
+[[gnu::noinline]] void MakeDomain() {
+  domain = std::make_unique<CPreferenceDomain>().release();
 }
 
+/// Asked six times a file, so it has to be inlined.
 CPreferenceDomain &Domain() {
-  std::unique_ptr<CPreferenceDomain> &domain = DomainOwner();
-  if (!domain) domain = std::make_unique<CPreferenceDomain>();
+  if (domain == nullptr) [[unlikely]]
+    MakeDomain();
   return *domain;
 }
 
@@ -188,6 +191,6 @@ void PreferencesSetProblemHandler(PreferencesProblemHandler handler) {
 }
 
 void ForgetPreferences() {
-  DomainOwner().reset();
+  std::unique_ptr<CPreferenceDomain>(std::exchange(domain, nullptr)).reset();
   problemHandler = nullptr;
 }

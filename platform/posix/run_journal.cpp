@@ -163,6 +163,10 @@ void CRunJournal::SetNumber(FolderIndex index, std::uint32_t number) {
 /// The number of a folder, which is given one and is recorded, with those above it, when it has
 /// none.
 int CRunJournal::NumberOf(FolderIndex index, std::uint32_t *number) {
+  if (index < numbers_.size() && numbers_[index] != 0) {
+    *number = numbers_[index] - 1;
+    return 0;
+  }
   std::vector<FolderIndex> unnumbered;
   FolderIndex above = index;
   while (above >= numbers_.size() || numbers_[above] == 0) {
@@ -200,33 +204,33 @@ int CRunJournal::Record(const TreeChange &change) {
   if (!isRecording_) return 0;
   const bool isMove = change.newFolder.descriptor >= 0;
   JournalPlaceView from{0, change.name};
-  JournalPlaceView to{0, change.newName != nullptr ? change.newName : ""};
+  const bool isNewName = change.newName != nullptr && change.newName != change.name;
+  JournalPlaceView to{0, isNewName ? change.newName : from.name};
   int error = NumberOf(change.folder.index, &from.folder);
   if (error == 0 && isMove) error = NumberOf(change.newFolder.index, &to.folder);
   if (error == kIsOutside) return 0;
   if (error == 0) error = file_.MakeRoom(CJournalLine::RoomFor(from.name.size() + to.name.size()));
   if (error != 0) return error;
 
-  const std::string_view operation(change.operation);
   std::optional<ItemIdentity> item;
-  if (isMove && halfMoves_.BeginsSteps(from, to.folder, operation == "link")) {
+  if (isMove && halfMoves_.BeginsSteps(from, to.folder, change.operation == "link")) {
     IdentifiedItem found;
     if (IdentifyItem(change.folder.descriptor, change.name, &found) == 0) item = found.identity;
   }
   CJournalLine line(file_.Next());
-  line.Word(operation);
+  line.Word(change.operation);
   line.Number(from.folder);
   line.Text(from.name);
   if (isMove) line.Number(to.folder);
-  if (item || (!to.name.empty() && to.name != from.name)) line.Text(to.name);
+  if (item || (isNewName && to.name != from.name)) line.Text(to.name);
   if (item) line.Identity(*item);
   file_.Advance(line.End());
 
-  if (operation == "rename") {
+  if (change.operation == "rename") {
     halfMoves_.NoteRename(from, to, item);
-  } else if (operation == "link") {
+  } else if (change.operation == "link") {
     halfMoves_.NoteLink(from, to, item);
-  } else if (operation == "unlink") {
+  } else if (change.operation == "unlink") {
     halfMoves_.NoteRemoval(from);
   } else {
     halfMoves_.NoteOtherChange();

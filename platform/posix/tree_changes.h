@@ -4,6 +4,8 @@
 /// linking can be left under both names when neither can be removed.
 #pragma once
 
+#include <string_view>
+
 #include "platform/posix/item_reference.h"
 
 /// A folder in which something is changed.
@@ -32,8 +34,8 @@ int ClearImmutableAttribute(const OpenedFolder &folder, const char *name);
 
 /// What a call is about to do; for the journal, and for tests that make calls fail.
 struct TreeChange {
-  const char
-      *operation;    ///< "rename", "link", "mkdir", "unlink", "rmdir", "symlink", "chmod", "chattr"
+  /// "rename", "link", "mkdir", "unlink", "rmdir", "symlink", "chmod", "chattr"
+  std::string_view operation;
   const char *name;  ///< the item changed, or made
   OpenedFolder folder;               ///< in which it lies
   const char *newName = nullptr;     ///< of a rename or link; the target of a "symlink"
