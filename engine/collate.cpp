@@ -49,7 +49,7 @@ OSErr MoveToSubfolder(const FSRef &folder, const FSRef &item, const std::u16stri
   OSErr error = noErr;
   ExtensionFolder *const subfolder = FindExtensionFolder(folder, extension, cache, &error);
   if (subfolder == nullptr) return error;
-  std::string itemPath;
+  static std::string itemPath;  // made anew for every item, it keeps its memory
   error = MakePath<kCollatePathSize>(item, &itemPath);
   if (error != noErr) return error;
   if (MoveItemToFolderPath(itemPath, subfolder->path, &error)) ++subfolder->itemsMoved;
@@ -93,8 +93,11 @@ OSErr ListFolderItems(const FSRef &folder, FolderItemList *list, bool skipFolder
   bool containerChanged = false;
   const OSErr error = GetFolderItemRefs(folder, &items, &containerChanged);
   if (error != noErr) return error;
-  for (const FSRef &item : items) {
-    if (!skipFolders || !IsFolder(item)) list->push_back(item);
+  if (skipFolders) std::erase_if(items, IsFolder);
+  if (list->empty()) {
+    list->swap(items);
+  } else {
+    list->insert(list->end(), items.begin(), items.end());
   }
   return noErr;
 }
@@ -134,9 +137,10 @@ bool MoveItemToFolderPath(const std::string &itemPath, const std::string &folder
 
 bool WorkspaceMoveItem(const FSRef &item, const FSRef &destination, OSErr *error) {
   FSRef parent;
-  std::string source;
-  std::string itemPath;
-  std::string target;
+  // Made anew for every item, they keep their memory.
+  static std::string source;
+  static std::string itemPath;
+  static std::string target;
   *error = GetParentFolderRef(item, &parent);
   if (*error == noErr) *error = MakePath<kWorkspacePathSize>(parent, &source);
   if (*error == noErr) *error = MakePath<kWorkspacePathSize>(item, &itemPath);

@@ -10,7 +10,10 @@ std::optional<std::u16string> MakeUniqueMoveName(const FSRef &destination, const
   FSRef found;
   if (!FindItemInFolder(destination, oldName.View(), &found)) return std::nullopt;
 
-  std::u16string name(oldName.View());
+  constexpr std::size_t kAddition = 3 + 36;  // a dash and an identifier
+  std::u16string name;
+  name.reserve(oldName.length + kAddition);
+  name = oldName.View();
   const std::optional<CFURL> url = CFURLCreateFromFSRef(item);
   if (!url) return std::nullopt;
   std::u16string suffix;

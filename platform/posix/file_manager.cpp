@@ -177,7 +177,7 @@ OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
 OSErr FSRenameUnicode(const FSRef &ref, std::u16string_view name, TextEncoding /*hint*/,
                       FSRef *result) {
   ForgetSeenItems();
-  std::string bytes;
+  static std::string bytes;  // asked for twice a file, it keeps its memory
   if (OSErr error = NameToDisk(name, &bytes); error != noErr) return error;
   ItemLocation location;
   if (OSErr error = LocateItem(ref, &location); error != noErr) return error;

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <array>
+#include <climits>
 #include <cstring>
 #include <string>
 
@@ -35,28 +37,48 @@ OSErr FindFolderAtPath(std::string_view path, FolderIndex *folder, int *descript
   return OpenTableFolder(*folder, descriptor);
 }
 
+/// Writes the path of a folder of the table, without a slash at its end, and answers its length:
+/// `size` or more when there is no room for it.
+std::size_t WriteFolderPath(FolderIndex folder, char *path, std::size_t size) {
+  // Written from the end of the buffer backwards, as the way leads from the item up to the root.
+  std::size_t at = size;
+  for (; folder != kRootFolder; folder = EntryOf(folder).parent) {
+    const FolderEntry &entry = EntryOf(folder);
+    if (at < std::size_t{entry.nameLength} + 1) return size;
+    at -= entry.nameLength;
+    std::memcpy(path + at, entry.name, entry.nameLength);
+    path[--at] = '/';
+  }
+  std::memmove(path, path + at, size - at);
+  return size - at;
+}
+
+/// The same, by way of the path of the folder asked for last, which can never become another.
+std::size_t CopyFolderPath(FolderIndex folder, char *path, std::size_t size) {
+  static std::array<char, PATH_MAX> last;
+  static std::size_t lastLength = 0;
+  static FolderIndex lastFolder = 0;
+  if (folder != lastFolder) {
+    lastFolder = folder;
+    lastLength = WriteFolderPath(folder, last.data(), last.size());
+  }
+  if (lastLength >= last.size()) return WriteFolderPath(folder, path, size);
+  std::memcpy(path, last.data(), std::min(lastLength, size));
+  return lastLength;
+}
+
 }  // namespace
 
 OSStatus FSRefMakePath(const FSRef &ref, char *path, std::uint32_t size) {
   const ItemReference &item = ReferenceIn(ref);
   if (item.folder == 0 || size == 0) return paramErr;
-  // Written from the end of the buffer backwards, as the way leads from the item up to the root.
-  std::size_t at = size - 1;
-  const auto prepend = [&](std::string_view name) {
-    if (at < name.size() + 1) return false;
-    at -= name.size();
-    std::memcpy(path + at, name.data(), name.size());
-    path[--at] = '/';
-    return true;
-  };
-  path[at] = '\0';
-  const bool isRoot = item.IsRoot();
-  if (!prepend(isRoot ? std::string_view() : item.NameView())) return bdNamErr;
-  for (FolderIndex folder = item.folder; folder != kRootFolder; folder = EntryOf(folder).parent) {
-    if (!prepend({EntryOf(folder).name, EntryOf(folder).nameLength})) return bdNamErr;
-  }
-  std::memmove(path, path + at, size - at);
-  NotePath({path, size - at - 1}, ref);
+  const std::size_t length = CopyFolderPath(item.folder, path, size);
+  const std::string_view name = item.IsRoot() ? std::string_view() : item.NameView();
+  if (length + name.size() + 2 > size) return bdNamErr;
+  path[length] = '/';
+  char *const end = std::copy(name.begin(), name.end(), path + length + 1);
+  *end = '\0';
+  NotePath({path, static_cast<std::size_t>(end - path)}, ref);
   return noErr;
 }
 
