@@ -1,15 +1,22 @@
 #include "platform/posix/item_reference.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstring>
+#include <memory_resource>
 #include <new>
-#include <string>
 #include <unordered_set>
 
 const char *KeepName(std::string_view bytes) {
-  static std::unordered_set<std::string> names;
-  return names.emplace(bytes).first->c_str();
+  // Names are never given back, so they stand close together: a run whose every file gets a long
+  // new name keeps as many.
+  static std::pmr::monotonic_buffer_resource memory(std::size_t{16} * 1024);
+  static std::pmr::unordered_set<std::string_view> names(&memory);
+  if (const auto known = names.find(bytes); known != names.end()) return known->data();
+  char *const kept = static_cast<char *>(memory.allocate(bytes.size() + 1, 1));
+  *std::copy(bytes.begin(), bytes.end(), kept) = '\0';
+  return names.emplace(kept, bytes.size()).first->data();
 }
 
 const char *ItemReference::Name() const {
