@@ -10,17 +10,19 @@
 #include "platform/desktop/bus_service.h"
 #include "platform/desktop/control_drawing.h"
 #include "platform/events.h"
+#include "platform/posix/coarse_time.h"
 #include "platform/posix/folder_descriptors.h"
 
 namespace {
 
-/// As often as a person can notice: sixty times a second.
-constexpr auto kTimeBetweenLooks = std::chrono::microseconds(16667);
+/// Nanoseconds; thirty times a second is as often as a text can be read, and a click is answered
+/// before a person notices that it was not at once.
+constexpr std::int64_t kTimeBetweenLooks = 33'000'000;
 
 bool isQuitting = false;
 bool isFiring = false;
 bool isYielding = false;
-TimerClock::time_point lastLook;
+std::int64_t lastLook = 0;
 
 /// Wakes the loop up when the next timer is due. One-shot, and armed from the outer loop only: a
 /// run's yields, and the loops of drags that Qt runs inside this one, find it unarmed.
@@ -86,11 +88,11 @@ bool WaitNextEvent(EventMask, EventRecord *, std::uint32_t, RgnHandle) {
   // Outside a run there is nothing to keep alive: the loop itself delivers and draws. Inside a
   // handler that a yield has called, another yield would deliver events out of their order.
   if (!isFiring || isYielding) return false;
-  if (TimerClock::now() - lastLook < kTimeBetweenLooks) return false;
+  if (CoarseTime() - lastLook < kTimeBetweenLooks) return false;
   isYielding = true;
   DrawChangedControls();
   QCoreApplication::processEvents();
   isYielding = false;
-  lastLook = TimerClock::now();
+  lastLook = CoarseTime();
   return false;
 }

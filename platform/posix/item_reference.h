@@ -1,6 +1,9 @@
 /// What the 80 opaque bytes of an FSRef hold.
 #pragma once
 
+#include <sys/sysmacros.h>
+#include <sys/types.h>
+
 #include <cstdint>
 #include <string_view>
 
@@ -16,19 +19,32 @@ enum class ItemKind : std::uint8_t {
   kOther,  ///< file, symbolic link, socket, pipe or device
 };
 
+/// A device's number in the 32 bits that the kernel itself gives it: 12 for the major number, 20
+/// for the minor (Linux, include/linux/kdev_t.h).
+class CPackedDevice {
+ public:
+  CPackedDevice() = default;
+  CPackedDevice(dev_t device) : bits_(major(device) << kMinorBits | minor(device)) {}
+  operator dev_t() const { return makedev(bits_ >> kMinorBits, bits_ & ((1U << kMinorBits) - 1)); }
+
+ private:
+  static constexpr unsigned kMinorBits = 20;
+  std::uint32_t bits_;
+};
+
 /// An item by the folder it lies in and its name there.
 struct ItemReference {
-  static constexpr std::size_t kInlineNameSize = 56;
+  /// Room for twenty characters and what makes a taken name unique.
+  static constexpr std::size_t kInlineNameSize = 60;
 
-  std::uint64_t device;  ///< of the item itself where `isIdentified`, else of the folder it lies in
-  std::uint64_t inode;   ///< 0 when only a listing has told of the item
-  FolderIndex folder;    ///< the folder it lies in; 0: refers to nothing
-  ItemKind kind;         ///< as it was seen last
-  bool isIdentified;     ///< a folder seen by itself: whatever else stands there now is refused
-                         ///< refused
+  std::uint64_t inode;      ///< 0 when only a listing has told of the item
+  CPackedDevice device;     ///< the item's own where `isIdentified`, else of the folder it lies in
+  FolderIndex folder;       ///< the folder it lies in; 0: refers to nothing
+  ItemKind kind;            ///< as it was seen last
+  bool isIdentified;        ///< a folder seen by itself: whatever else stands there now is refused
   std::uint8_t nameLength;  ///< in bytes, 1 to 255
-  char name[kInlineNameSize +
-            1];  ///< zero-terminated; a longer name's address in the table of names
+  /// Zero-terminated; a longer name's address in the table of names.
+  char name[kInlineNameSize + 1];
 
   /// The name as on disk, zero-terminated.
   const char *Name() const;

@@ -1,11 +1,11 @@
 #include "platform/posix/known_items.h"
 
-#include <ctime>
 #include <functional>
 #include <new>
 #include <string>
 #include <unordered_map>
 
+#include "platform/posix/coarse_time.h"
 #include "platform/posix/folder_table.h"
 #include "platform/posix/item_location.h"
 
@@ -36,9 +36,7 @@ constexpr std::int64_t kTrustInPaths = 20'000'000;
 constexpr std::size_t kMostFolders = 1024;
 
 void ForgetOldPaths() {
-  timespec time{};
-  (void)clock_gettime(CLOCK_MONOTONIC_COARSE, &time);
-  const std::int64_t now = static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+  const std::int64_t now = CoarseTime();
   if (now - known.pathsSince < kTrustInPaths && known.folders.size() < kMostFolders) return;
   known.folders.clear();
   known.pathMadeLast.clear();

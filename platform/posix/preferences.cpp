@@ -4,10 +4,10 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <ctime>
 #include <memory>
 #include <utility>
 
+#include "platform/posix/coarse_time.h"
 #include "platform/posix/config_folders.h"
 #include "platform/posix/log.h"
 #include "platform/posix/preference_domain.h"
@@ -29,13 +29,6 @@ void ReportProblem(const std::string &problem) {
   // The handler shows it to the user, so it need not be on the terminal a second time.
   WriteToSystemLog(problem);
   problemHandler(problem);
-}
-
-/// Nanoseconds of a clock that goes on every few milliseconds and is read without a system call.
-std::int64_t CoarseTime() {
-  timespec time{};
-  (void)clock_gettime(CLOCK_MONOTONIC_COARSE, &time);
-  return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
 }
 
 /// What is held for a key, and from where.

@@ -36,7 +36,7 @@ int ClearImmutableAttribute(const OpenedFolder &folder, const char *name);
 struct TreeChange {
   /// "rename", "link", "mkdir", "unlink", "rmdir", "symlink", "chmod", "chattr"
   std::string_view operation;
-  const char *name;  ///< the item changed, or made
+  const char *name;                  ///< the item changed, or made
   OpenedFolder folder;               ///< in which it lies
   const char *newName = nullptr;     ///< of a rename or link; the target of a "symlink"
   OpenedFolder newFolder = {-1, 0};  ///< of a rename or link
