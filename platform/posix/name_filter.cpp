@@ -74,7 +74,7 @@ class CHashSet {
 };
 
 /// Lookups in one folder before it is listed: for fewer the listing would cost more than it saves.
-constexpr int kLookupsBeforeListing = 256;
+constexpr int kLookupsBeforeListing = 32;
 
 struct NameFilter {
   FolderIndex folder = 0;
