@@ -39,7 +39,9 @@ struct Slot {
 };
 
 constexpr std::size_t kFewestSlots = 4;
-constexpr std::size_t kMostSlots = 64;
+/// With those of a window fewer than 64: a process with threads stands still for milliseconds while
+/// the kernel makes its table of descriptors longer (Linux, fs/file.c, expand_fdtable).
+constexpr std::size_t kMostSlots = 32;
 
 /// A quarter of what the process may open: the rest of the program needs descriptors too.
 std::size_t SlotsWithinLimit() {
