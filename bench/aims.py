@@ -4,7 +4,7 @@ import dataclasses
 import statistics
 
 import report
-from cases import WINDOWS
+from cases import WINDOWS, WITHOUT_JOURNAL
 
 CLI = "vannerly-cli"
 BARE = "bare loop"
@@ -47,6 +47,7 @@ def list_aims(cases, start, idle):
             add("no clashes", 1.25 if report.file_system(place) == "tmpfs" else 1.15, cli,
                 results.get(BARE))
         add("flattening", 0.9, cli, results.get("find + mv"))
+        add("the journal", 1.1, cli, results.get(WITHOUT_JOURNAL))
         if name.endswith("clash"):
             add("half the names clashing, against none clashing", 2.2, cli,
                 other({"clash": "wide"}.get(name, "million"), BARE))

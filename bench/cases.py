@@ -7,6 +7,7 @@ import trees
 from measuring import Case, Competitor
 
 WINDOWS = {"vannerly (offscreen)": "offscreen", "vannerly (Xvfb)": "xcb"}  # and Qt's platforms
+WITHOUT_JOURNAL = "vannerly-cli, no journal"
 HERE = os.path.dirname(os.path.realpath(__file__))
 
 
@@ -18,6 +19,7 @@ def flattening(build, program, desktop):
     competitors = [
         Competitor("bare loop", lambda folder: [os.path.join(build, "bin", "bare_loop"), folder]),
         Competitor("vannerly-cli", lambda folder: [program, folder]),
+        Competitor(WITHOUT_JOURNAL, lambda folder: [program, folder], has_journal=False),
         Competitor("find + mv", lambda folder: ["find", folder, "-mindepth", "2", "-type", "f",
                                                 "-exec", "mv", "-n", "-t", folder, "{}", "+"]),
         Competitor("python script", lambda folder: [sys.executable, mover, folder])]

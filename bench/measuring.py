@@ -14,6 +14,7 @@ class Competitor:
     command: typing.Callable[[str], list[str]]  # for a folder; called when the tree is there
     environment: dict[str, str] | None = None   # None for this process's own
     is_window: bool = False                     # ends a second after its work
+    has_journal: bool = True                    # else none can be written
 
 
 @dataclasses.dataclass
@@ -87,6 +88,8 @@ def own_folders(work):
 def measure(build, competitor, work, folder):
     config, written = work + "/config", work + "/measured"
     environment = {**(competitor.environment or os.environ), **own_folders(work)}
+    if not competitor.has_journal:
+        environment["XDG_STATE_HOME"] = os.devnull
     if competitor.is_window:
         os.makedirs(config + "/vannerly")
         with open(config + "/vannerly/preferences.toml", "w", encoding="ascii") as file:
