@@ -29,7 +29,7 @@ class CPackedDevice {
 
  private:
   static constexpr unsigned kMinorBits = 20;
-  std::uint32_t bits_;
+  std::uint32_t bits_ = 0;
 };
 
 /// An item by the folder it lies in and its name there.
