@@ -5,6 +5,7 @@
 #include "app/main_window.h"
 #include "engine/dropped_items.h"
 #include "engine/flatten_run.h"
+#include "platform/posix/preference_domain.h"
 
 namespace {
 
@@ -24,6 +25,7 @@ CProgramTest::CProgramTest() {
   setenv("XDG_CONFIG_DIRS", home.PathOf("system").c_str(), 1);
   setenv("XDG_STATE_HOME", home.PathOf("state").c_str(), 1);
   setenv("XDG_DATA_HOME", home.PathOf("data").c_str(), 1);
+  ForgetPreferences();
   ResetRecorder();
   FlattenRun = {};
   DroppedItemList = {};
