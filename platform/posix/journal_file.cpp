@@ -62,6 +62,7 @@ int CJournalFile::MoveWindow(std::size_t end) {
   const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
   const std::size_t start = size_ - size_ % page;
   const std::size_t size = std::max(end - start, std::min(kWindow, capacity_ - start));
+  // Prepared at once: page by page, when a line comes to it, costs more.
   void *const memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_POPULATE,
                             file_->Get(), static_cast<off_t>(start));
   if (memory == MAP_FAILED) return errno;
