@@ -25,9 +25,9 @@ constexpr KnownResult kKnownResults[] = {
     {dirNFErr, {"dirNFErr", "what should be a folder is none"}},
     {diffVolErr, {"diffVolErr", "it lies on another volume"}},
     {afpAccessDenied, {"afpAccessDenied", "permission is denied"}},
-    {errOSAScriptError, {"errOSAScriptError", "the alias could not be made"}},
-    {OSASyntaxError,
-     {"OSASyntaxError", "a path with a quotation mark or a backslash gets no alias"}},
+    {errFSRefsDifferent,
+     {"errFSRefsDifferent",
+      "it is not, or was not all the time, the folder that was looked through"}},
 };
 
 // Most paths fit the first time; no file system has one that does not fit the last.

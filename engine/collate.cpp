@@ -3,6 +3,7 @@
 #include <map>
 #include <optional>
 
+#include "engine/finder_alias.h"
 #include "engine/run_report.h"
 #include "fsutil/folder_items.h"
 #include "fsutil/item_info.h"
@@ -11,25 +12,20 @@
 
 namespace {
 
-// Two limits of long standing: paths that the phase makes, and those that the workspace takes.
+// A limit of long standing: items with longer paths stay where they are.
 constexpr std::uint32_t kCollatePathSize = 2048;
-constexpr std::uint32_t kWorkspacePathSize = 4096;
 
 struct ExtensionFolder {
   FSRef ref;
-  std::string path;
   std::int32_t itemsMoved = 0;
 };
 
 /// The extensions' sub-folders, by extension as it is spelled.
 using ExtensionFolderCache = std::map<std::u16string, ExtensionFolder>;
 
-template <std::uint32_t kSize>
-OSErr MakePath(const FSRef &item, std::string *path) {
-  char buffer[kSize];
-  const OSStatus status = FSRefMakePath(item, buffer, kSize);
-  if (status == noErr) *path = buffer;
-  return static_cast<OSErr>(status);
+OSErr CheckPathLength(const FSRef &item) {
+  char path[kCollatePathSize];
+  return static_cast<OSErr>(FSRefMakePath(item, path, kCollatePathSize));
 }
 
 // The cached sub-folder of an extension, made and cached if need be; null when it cannot be had.
@@ -38,10 +34,9 @@ ExtensionFolder *FindExtensionFolder(const FSRef &folder, const std::u16string &
   if (const auto known = cache.find(extension); known != cache.end()) return &known->second;
   ExtensionFolder made{};
   *error = GetOrCreateSubfolder(folder, extension, &made.ref);
+  if (*error == noErr) *error = CheckPathLength(made.ref);
   if (*error != noErr) return nullptr;
-  *error = MakePath<kCollatePathSize>(made.ref, &made.path);
-  if (*error != noErr) return nullptr;
-  return &cache.emplace(extension, std::move(made)).first->second;
+  return &cache.emplace(extension, made).first->second;
 }
 
 OSErr MoveToSubfolder(const FSRef &folder, const FSRef &item, const std::u16string &extension,
@@ -49,10 +44,8 @@ OSErr MoveToSubfolder(const FSRef &folder, const FSRef &item, const std::u16stri
   OSErr error = noErr;
   ExtensionFolder *const subfolder = FindExtensionFolder(folder, extension, cache, &error);
   if (subfolder == nullptr) return error;
-  static std::string itemPath;  // made anew for every item, it keeps its memory
-  error = MakePath<kCollatePathSize>(item, &itemPath);
-  if (error != noErr) return error;
-  if (MoveItemToFolderPath(itemPath, subfolder->path, &error)) ++subfolder->itemsMoved;
+  error = CheckPathLength(item);
+  if (error == noErr && MoveItemToFolder(item, subfolder->ref, &error)) ++subfolder->itemsMoved;
   return error;
 }
 
@@ -116,40 +109,24 @@ OSErr GetOrCreateSubfolder(const FSRef &parent, std::u16string_view name, FSRef 
   if (FindItemInFolder(parent, name, result)) return noErr;
   const OSErr error = FSCreateDirectoryUnicode(parent, name, result);
   if (error == noErr) NoteRunEvent({RunEvent::kFolderMade, *result});
+  // Somebody has made it meanwhile, or the volume takes another spelling for the same name.
+  if (error == dupFNErr && FindItemInFolder(parent, name, result)) return noErr;
   return error;
 }
 
-bool MoveItemToFolderPath(const std::string &itemPath, const std::string &folderPath,
-                          OSErr *error) {
-  FSRef item;
-  OSStatus status = FSPathMakeRef(itemPath.c_str(), &item, nullptr);
-  *error = static_cast<OSErr>(status);
-  if (status != noErr) return false;
-  FSRef folder;
-  status = FSPathMakeRef(folderPath.c_str(), &folder, nullptr);
-  *error = static_cast<OSErr>(status);
-  if (status != noErr) {
-    NSLog("MoveCM: An error occurred moving a folder or file. Error code = %d", status);
-    return false;
+bool MoveItemToFolder(const FSRef &item, const FSRef &folder, OSErr *error) {
+  FSRef moved;
+  if (WorkspaceMoveItem(item, folder, &moved, error)) {
+    FollowMovedItem(item, moved);
+    return true;
   }
-  return WorkspaceMoveItem(item, folder, error);
+  if (!ItemExists(folder)) {
+    NSLog("MoveCM: An error occurred moving a folder or file. Error code = %d", *error);
+  }
+  return false;
 }
 
-bool WorkspaceMoveItem(const FSRef &item, const FSRef &destination, OSErr *error) {
-  FSRef parent;
-  // Made anew for every item, they keep their memory.
-  static std::string source;
-  static std::string itemPath;
-  static std::string target;
-  *error = GetParentFolderRef(item, &parent);
-  if (*error == noErr) *error = MakePath<kWorkspacePathSize>(parent, &source);
-  if (*error == noErr) *error = MakePath<kWorkspacePathSize>(item, &itemPath);
-  if (*error == noErr) *error = MakePath<kWorkspacePathSize>(destination, &target);
-  if (*error != noErr) return false;
-  const std::string name = itemPath.substr(itemPath.rfind('/') + 1);
-  int tag = 0;
-  const bool isMoved = NSWorkspace::sharedWorkspace().performFileOperation(
-      NSWorkspaceMoveOperation, source, target, {name}, &tag);
-  *error = static_cast<OSErr>(tag);
-  return isMoved;
+bool WorkspaceMoveItem(const FSRef &item, const FSRef &destination, FSRef *moved, OSErr *error) {
+  *error = FSMoveObject(item, destination, moved);
+  return *error == noErr;
 }

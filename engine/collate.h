@@ -1,7 +1,6 @@
 /// Sorting a folder's direct items into sub-folders named after their extensions.
 #pragma once
 
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -24,9 +23,9 @@ bool IsHiddenItem(const FSRef &item);
 /// the name is taken for the folder, and so is any failing look-up but fnfErr.
 OSErr GetOrCreateSubfolder(const FSRef &parent, std::u16string_view name, FSRef *result);
 
-/// Moves an item into a folder, both by path. Logs only that the folder cannot be found. False when
-/// any step fails; `error` then says why.
-bool MoveItemToFolderPath(const std::string &itemPath, const std::string &folderPath, OSErr *error);
+/// Moves an item into a folder, with the aliases of it following. Logs only that the folder cannot
+/// be found. False, with the item where it was, when it cannot be moved; `error` then says why.
+bool MoveItemToFolder(const FSRef &item, const FSRef &folder, OSErr *error);
 
-/// The same through the workspace, by reference and without any message.
-bool WorkspaceMoveItem(const FSRef &item, const FSRef &destination, OSErr *error);
+/// The same move by itself, without any message; `moved` is the item at its new place.
+bool WorkspaceMoveItem(const FSRef &item, const FSRef &destination, FSRef *moved, OSErr *error);

@@ -1,5 +1,9 @@
 #include "engine/emptied_folders.h"
 
+#include <new>
+#include <utility>
+#include <vector>
+
 #include "app/status_display.h"
 #include "engine/package_test.h"
 #include "engine/run_report.h"
@@ -44,6 +48,27 @@ OSErr DeleteItem(const FSRef &item, bool isFolder) {
   return noErr;
 }
 
+// One of the folders that are being emptied, each of which lies in the one before. Not on the
+// program's own stack, as a tree can be hundreds of thousands of levels deep.
+struct DeleteLevel {
+  FSIterator iterator;
+  FSRef folder;
+};
+using Levels = std::vector<DeleteLevel>;
+
+void OpenLevel(const FSRef &folder, Levels &levels, DeleteWalkState &state) {
+  FSIterator iterator;
+  state.result = FSOpenIterator(folder, kFSIterateDelete, &iterator);
+  if (state.result == noErr) {
+    try {
+      levels.push_back({std::move(iterator), folder});
+    } catch (const std::bad_alloc &) {
+      state.result = memFullErr;
+    }
+  }
+  if (state.result != noErr) (void)NotDeleted(folder, state.result);
+}
+
 }  // namespace
 
 void RemoveEmptiedFolders(const FSRef &folder) {
@@ -81,26 +106,21 @@ OSErr DeleteFolderTree(const FSRef &folder) {
 }
 
 void DeleteFolderContents(const FSRef &container, DeleteWalkState &state) {
-  FSIterator iterator;
-  state.result = FSOpenIterator(container, kFSIterateDelete, &iterator);
-  if (state.result != noErr) {
-    (void)NotDeleted(container, state.result);
-    return;
-  }
-  while (true) {
+  Levels levels;
+  OpenLevel(container, levels, state);
+  while (state.result == noErr && !levels.empty()) {
     FSRef item;
-    ReadNextItem(iterator, &item, state);
-    if (state.result != noErr) {
-      if (state.result != errFSNoMoreItems) (void)NotDeleted(container, state.result);
-      break;
+    ReadNextItem(levels.back().iterator, &item, state);
+    if (state.result == errFSNoMoreItems) {
+      const FSRef emptied = levels.back().folder;
+      levels.pop_back();
+      state.result = levels.empty() ? noErr : DeleteItem(emptied, true);
+    } else if (state.result != noErr) {
+      (void)NotDeleted(levels.back().folder, state.result);
+    } else if ((state.catalogInfo.nodeFlags & kFSNodeIsDirectoryMask) != 0) {
+      OpenLevel(item, levels, state);
+    } else {
+      state.result = DeleteItem(item, false);
     }
-    const bool isFolder = (state.catalogInfo.nodeFlags & kFSNodeIsDirectoryMask) != 0;
-    if (isFolder) {
-      DeleteFolderContents(item, state);
-      if (state.result != noErr) break;
-    }
-    state.result = DeleteItem(item, isFolder);
-    if (state.result != noErr) break;
   }
-  if (state.result == errFSNoMoreItems) state.result = noErr;
 }

@@ -31,6 +31,9 @@ namespace {
 constexpr std::int32_t kMoveOperation = 1;
 constexpr std::int32_t kAliasOperation = 2;
 
+// More names in a row than anyone but an adversary takes.
+constexpr int kMostTries = 1000;
+
 void ShowFolderInTitle() {
   std::u16string displayName;
   if (LSCopyDisplayNameForRef(FlattenRun.droppedFolder, &displayName) != noErr) return;
@@ -64,16 +67,17 @@ bool AllocateRefs() {
 
 // Counts, then collects. Only when both passes agree may the files be touched: a scan that was
 // stopped or cut short, or has found a changed tree, does not know them all. Any outcome but
-// kFinished means that they may not.
-RunOutcome CollectFiles() {
+// kFinished means that they may not. `scanError` tells of a walk that came to no end.
+RunOutcome CollectFiles(OSErr *scanError) {
   CollectedFileList &files = FlattenRun.CollectedFiles;
   files.count = 0;
   files.collected = 0;
-  (void)CountFilesInFolder(FlattenRun.droppedFolder);
+  *scanError = CountFilesInFolder(FlattenRun.droppedFolder);
   CountRunEvent(RunEvent::kFound, files.count);
   if (files.count <= 0) return RunOutcome::kNothingFound;
   if (!AllocateRefs()) return RunOutcome::kOutOfMemory;
-  (void)CollectFilesInFolder(FlattenRun.droppedFolder);
+  const OSErr error = CollectFilesInFolder(FlattenRun.droppedFolder);
+  if (*scanError == noErr) *scanError = error;
   return files.collected == files.count ? RunOutcome::kFinished : RunOutcome::kCountsDiffer;
 }
 
@@ -115,28 +119,29 @@ void MoveFileUp(const FSRef &file) {
   }
   const bool renamesDuplicates = GetRenameDuplicates();
   MoveResult move = MoveUnderFreeName(file, renamesDuplicates);
-  // Another program has taken a name since it was found free, and it shows now. Left behind, the
-  // file could be deleted with its folder.
-  if (move.error == dupFNErr && renamesDuplicates) move = MoveUnderFreeName(file, true);
+  // A name is taken that was found free: by another program, or in another spelling that the volume
+  // takes for the same. Now it shows. Left behind, the file could be deleted with its folder.
+  for (int tries = 0; move.error == dupFNErr && renamesDuplicates && tries < kMostTries &&
+                      FSCompareFSRefs(move.now, file) == noErr;
+       ++tries) {
+    move = MoveUnderFreeName(file, true);
+  }
   NoteMove(file, move);
 }
 
-std::optional<std::u16string> MakePathString(const FSRef &item) {
+bool HasShortPath(const FSRef &item) {
   char path[4096];
-  if (FSRefMakePath(item, path, sizeof path) != noErr) return std::nullopt;
-  return CFStringCreateWithCString(path, kCFStringEncodingUTF8);
+  return FSRefMakePath(item, path, sizeof path) == noErr;
 }
 
 // A file that lies directly in the dropped folder gets an alias beside itself too.
 void MakeAliasOfFile(const FSRef &file) {
-  const std::optional<std::u16string> filePath = MakePathString(file);
-  const std::optional<std::u16string> folderPath = MakePathString(FlattenRun.droppedFolder);
-  if (!filePath || !folderPath) {
+  if (!HasShortPath(file) || !HasShortPath(FlattenRun.droppedFolder)) {
     NoteRunEvent({RunEvent::kLeftInPlace, file, bdNamErr});
     return;
   }
   OSErr error = noErr;
-  if (MakeFinderAlias(*filePath, *folderPath, &error)) {
+  if (MakeFinderAlias(file, FlattenRun.droppedFolder, &error)) {
     CountRunEvent(RunEvent::kAliased);
   } else {
     NoteRunEvent({RunEvent::kLeftInPlace, file, error});
@@ -211,19 +216,26 @@ void FlattenDroppedFolder() {
     EndFolderReport(RunOutcome::kInUse, reason);
     return;
   }
-  const RunOutcome outcome = CollectFiles();
+  OSErr scanError = noErr;
+  const RunOutcome outcome = CollectFiles(&scanError);
   if (outcome == RunOutcome::kFinished) HandleCollectedFiles();
   FlattenRun.CollectedFiles.refs.reset();
 
   // Both run whatever happened before, a stopped run included.
   if (GetDeleteEmptiedFolders()) {
     SetStatusText("Deleting emptied folders...", 1);
-    RemoveEmptiedFolders(FlattenRun.droppedFolder);
+    // Where the scan has failed nobody knows what would be deleted.
+    if (scanError == noErr) {
+      RemoveEmptiedFolders(FlattenRun.droppedFolder);
+    } else {
+      NoteRunEvent({RunEvent::kNotDeleted, FlattenRun.droppedFolder, scanError});
+    }
   }
   if (GetAggregateFilesWhenDone()) {
     SetStatusText("Collating files...", 1);
     CollateFilesByExtension(FlattenRun.droppedFolder);
   }
+  ForgetFinderAliases();
   const bool isStopped = StopOrQuitRequested();
   EndRunJournal(isStopped ? RunEnd::kStopped : RunEnd::kDone);
 

@@ -1,5 +1,9 @@
 #include "engine/folder_walk.h"
 
+#include <new>
+#include <utility>
+#include <vector>
+
 #include "engine/flatten_run.h"
 #include "engine/folder_scan.h"
 #include "engine/package_test.h"
@@ -15,30 +19,48 @@ bool MayEnter(const FolderWalkState &state, DescendMode descendMode) {
 
 // `state.ref` is the folder that could not be opened, or not listed: that shows before its first
 // item is read. The collecting pass meets the same again and does not repeat it.
-void NoteFolderNotRead(const FolderWalkState &state) {
+void NoteFolderNotRead(const FolderWalkState &state, OSErr reason) {
   if (FlattenRun.ScanMode != kScanCounts) return;
-  NoteRunEvent({RunEvent::kFolderNotRead, state.ref, state.result});
+  NoteRunEvent({RunEvent::kFolderNotRead, state.ref, reason});
 }
 
-// Reads one item and gives it to the filter; true while the level goes on.
-bool VisitNextItem(FolderWalkState &state, const FSIterator &iterator, DescendMode descendMode) {
+// The folders that the walk is in, one below the other. Not on the program's own stack, as a tree
+// can be hundreds of thousands of levels deep.
+using Levels = std::vector<FSIterator>;
+
+void Enter(FolderWalkState &state, DescendMode descendMode, Levels &levels) {
+  if (!MayEnter(state, descendMode)) return;
+  FSIterator iterator;
+  state.result = FSOpenIterator(state.ref, kFSIterateFlat | kFSIterateScan, &iterator);
+  if (state.result != noErr) {
+    NoteFolderNotRead(state, state.result);
+    return;
+  }
+  levels.push_back(std::move(iterator));
+  ++state.currentLevel;
+}
+
+void Leave(FolderWalkState &state, Levels &levels) {
+  levels.pop_back();
+  --state.currentLevel;
+}
+
+// Reads one item, gives it to the filter and enters it when it is a folder.
+void VisitNextItem(FolderWalkState &state, DescendMode descendMode, Levels &levels) {
+  const FSIterator &iterator = levels.back();
   std::uint32_t count = 0;
   state.result = FSGetCatalogInfoBulk(iterator, 1, &count, &state.containerChanged, state.whichInfo,
                                       &state.catalogInfo, &state.ref, state.specPtr, state.namePtr);
-  if (state.result != noErr && state.result != errFSNoMoreItems) NoteFolderNotRead(state);
-  if ((state.result == noErr || state.result == errFSNoMoreItems) && count == 1) {
-    state.quit = state.filter(state.containerChanged, state.currentLevel, &state.catalogInfo,
-                              &state.ref, state.specPtr, state.namePtr, state.userData);
-    if (!state.quit && (state.catalogInfo.nodeFlags & kFSNodeIsDirectoryMask) != 0) {
-      IterateFolderLevel(state, descendMode);
-    }
+  if (state.result != noErr && state.result != errFSNoMoreItems) {
+    NoteFolderNotRead(state, FSGetIteratorError(iterator));
+    return;
   }
-  // The level below may have left another result than the read.
-  if (state.result == errFSNoMoreItems || state.result == afpAccessDenied) {
-    state.result = noErr;
-    return false;
+  if (count != 1) return;
+  state.quit = state.filter(state.containerChanged, state.currentLevel, &state.catalogInfo,
+                            &state.ref, state.specPtr, state.namePtr, state.userData);
+  if (!state.quit && (state.catalogInfo.nodeFlags & kFSNodeIsDirectoryMask) != 0) {
+    Enter(state, descendMode, levels);
   }
-  return state.result == noErr && !state.quit;
 }
 
 }  // namespace
@@ -64,15 +86,21 @@ OSErr IterateFolderTree(const FSRef &container, std::uint32_t maxLevels,
 }
 
 void IterateFolderLevel(FolderWalkState &state, DescendMode descendMode) {
-  if (!MayEnter(state, descendMode)) return;
-  FSIterator iterator;
-  state.result = FSOpenIterator(state.ref, kFSIterateFlat, &iterator);
-  if (state.result != noErr) {
-    NoteFolderNotRead(state);
-    return;
+  Levels levels;
+  const std::uint32_t startLevel = state.currentLevel;
+  try {
+    Enter(state, descendMode, levels);
+    while (!levels.empty()) {
+      VisitNextItem(state, descendMode, levels);
+      if (state.result == errFSNoMoreItems || state.result == afpAccessDenied) {
+        state.result = noErr;
+        Leave(state, levels);
+      }
+      // What a level has left ends those above it too.
+      while ((state.result != noErr || state.quit) && !levels.empty()) Leave(state, levels);
+    }
+  } catch (const std::bad_alloc &) {
+    state.result = memFullErr;
+    state.currentLevel = startLevel;
   }
-  ++state.currentLevel;
-  while (VisitNextItem(state, iterator, descendMode)) {
-  }
-  --state.currentLevel;
 }

@@ -37,13 +37,13 @@ struct FolderWalkState {
 /// them, each folder's contents right after the folder itself. The starting folder too is entered
 /// only if `descendMode` lets it; it is never given to `filter`.
 ///
-/// A folder that may not be listed (afpAccessDenied) counts as empty. One that may not even be
-/// opened ends, beside itself, the folder that holds it, and the walk goes on above. Any other
-/// error ends the walk and is returned; so is paramErr without a filter. A walk that the filter has
-/// stopped is noErr.
+/// A folder that cannot be listed reads as afpAccessDenied and counts as empty. One for which that
+/// is the result of opening it ends, beside itself, the folder that holds it, and the walk goes on
+/// above. Any other error ends the walk and is returned; so is paramErr without a filter. A walk
+/// that the filter has stopped is noErr.
 OSErr IterateFolderTree(const FSRef &container, std::uint32_t maxLevels,
                         FSCatalogInfoBitmap whichInfo, bool wantSpec, bool wantName,
                         DescendMode descendMode, ItemFilterProc filter, void *userData);
 
-/// One level of the walk: reads the items of the folder in `state.ref`.
+/// Walks through the folder in `state.ref`, one level below `state.currentLevel`.
 void IterateFolderLevel(FolderWalkState &state, DescendMode descendMode);

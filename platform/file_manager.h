@@ -116,16 +116,28 @@ using FSIterator = std::unique_ptr<FolderIterator, FolderIteratorCloser>;
 using FSIteratorFlags = std::uint32_t;
 inline constexpr FSIteratorFlags kFSIterateFlat = 0;    ///< the folder's direct items
 inline constexpr FSIteratorFlags kFSIterateDelete = 2;  ///< the same, while the caller deletes them
+/// Joined to kFSIterateFlat for walks through a tree that come one after the other while nothing is
+/// changed: a folder may then be read once for all of them, and what could not be read is kept in
+/// mind for deleting iterators.
+inline constexpr FSIteratorFlags kFSIterateScan = 0x100;
 
-/// Opens `container` for reading its direct items. A refusal to list the folder is not reported
-/// here but by the first read, as afpAccessDenied. A deleting iterator fails with fBsyErr on a
-/// folder on which another volume is mounted.
+/// Opens `container` for reading its direct items. A folder that cannot be opened or listed, for
+/// whatever reason, is not reported here but by the first read; a scan reads afpAccessDenied then,
+/// which lets a walk go on beside it, and the reason from FSGetIteratorError.
+///
+/// A deleting iterator is refused where nobody knows what would be deleted: with the error of a
+/// scan that could not read the folder, with errFSRefsDifferent where the scan has met another
+/// folder in its place, and with fBsyErr on a folder on which another volume is mounted.
 OSErr FSOpenIterator(const FSRef &container, FSIteratorFlags flags, FSIterator *iterator);
 OSErr FSCloseIterator(FSIterator &iterator);
 
+/// Why the folder could not be opened or listed; noErr when it could.
+OSErr FSGetIteratorError(const FSIterator &iterator);
+
 /// Reads up to `maximum` further items in byte order of their names and says in `actual` how many
 /// came. Returns errFSNoMoreItems when there is nothing left after them. Each output but `actual`
-/// may be left out; those given are arrays of `maximum` entries.
+/// may be left out; those given are arrays of `maximum` entries. A name of more than 255 units, of
+/// those asked for, is bdNamErr.
 ///
 /// The folder is listed once, when it is opened, so `containerChanged` is always false. Of the node
 /// flags only the folder bit is carried: the locked bit would cost a look at every item.
@@ -165,7 +177,7 @@ OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result);
 /// used.
 OSErr FSRenameUnicode(const FSRef &ref, std::u16string_view name, TextEncoding hint, FSRef *result);
 
-/// noErr when both refer to the same item, else errFSRefsDifferent.
+/// noErr when both refer to the same item at the same place, else errFSRefsDifferent.
 OSErr FSCompareFSRefs(const FSRef &first, const FSRef &second);
 
 /// Writes the item's absolute path, zero-terminated, as the bytes it has on disk. A path that does

@@ -1,25 +1,16 @@
-/// The workspace: file operations by path, addresses in the browser, sounds and the log.
+/// The workspace: addresses in the browser, sounds and the log.
 #pragma once
 
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "platform/types.h"
 
-inline constexpr std::string_view NSWorkspaceMoveOperation = "move";
-
 class NSWorkspace {
  public:
-  static NSWorkspace &sharedWorkspace();
-
-  /// Moves the items named in `files` from one folder to another of the same volume, in order,
-  /// under the names they have. Answers false, with the item where it was, at the first that cannot
-  /// be moved, as when its name is taken: nothing is ever replaced. Any other operation is false.
-  /// `tag` is set to noErr, or to the error that made the answer false.
-  bool performFileOperation(std::string_view operation, const std::string &source,
-                            const std::string &destination, const std::vector<std::string> &files,
-                            int *tag);
+  static NSWorkspace &sharedWorkspace() {
+    static NSWorkspace workspace;
+    return workspace;
+  }
 
   /// Opens an address in the user's browser; false when no browser could be started.
   bool openURL(const std::string &url);

@@ -17,7 +17,6 @@
 #include "platform/desktop/quit_signals.h"
 #include "platform/desktop/uris.h"
 #include "platform/journal.h"
-#include "platform/posix/stack_limit.h"
 #include "platform/preferences.h"
 
 namespace {
@@ -130,7 +129,6 @@ void ShowPreferencesWhenLoopRuns() {
 std::optional<int> OpenDesktop(int argc, char **argv) {
   const CommandLine commandLine = ReadCommandLine(argc, argv);
   if (commandLine.exitStatus) return commandLine.exitStatus;
-  LetStackGrow();
   StartQt(argv);
 
   const std::vector<ItemAtDoor> items = LetOperandsIn(commandLine.operands);

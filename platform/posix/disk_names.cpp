@@ -1,5 +1,6 @@
 #include "platform/posix/disk_names.h"
 
+#include <algorithm>
 #include <iterator>
 
 #include "platform/posix/plain_text.h"
@@ -93,9 +94,17 @@ std::u16string TextFromDisk(std::string_view bytes) {
   return text;
 }
 
-void NameFromDisk(std::string_view bytes, HFSUniStr255 *name) {
-  name->length =
-      static_cast<std::uint16_t>(Decode(bytes.substr(0, std::size(name->unicode)), name->unicode));
+bool NameFromDisk(std::string_view bytes, HFSUniStr255 *name) {
+  if (bytes.size() <= std::size(name->unicode)) {
+    name->length = static_cast<std::uint16_t>(Decode(bytes, name->unicode));
+    return true;
+  }
+  // Only characters of several bytes can bring it within the limit.
+  const std::u16string text = TextFromDisk(bytes);
+  if (text.size() > std::size(name->unicode)) return false;
+  std::ranges::copy(text, name->unicode);
+  name->length = static_cast<std::uint16_t>(text.size());
+  return true;
 }
 
 bool TextToDisk(std::u16string_view text, std::string *bytes) {
@@ -124,6 +133,6 @@ bool TextToDisk(std::u16string_view text, std::string *bytes) {
 
 OSErr NameToDisk(std::u16string_view name, std::string *bytes) {
   if (name.empty() || !TextToDisk(name, bytes)) return bdNamErr;
-  if (bytes->size() > 255 || bytes->find('/') != std::string::npos) return bdNamErr;
+  if (bytes->find('/') != std::string::npos) return bdNamErr;
   return *bytes == "." || *bytes == ".." ? bdNamErr : noErr;
 }

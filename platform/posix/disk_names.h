@@ -15,12 +15,12 @@
 std::size_t Utf8SequenceLength(std::string_view bytes, std::size_t start, char32_t *codePoint);
 
 std::u16string TextFromDisk(std::string_view bytes);
-/// The same into a fixed name; a name on disk has at most 255 bytes, so it always fits.
-void NameFromDisk(std::string_view bytes, HFSUniStr255 *name);
+/// The same into a fixed name; false, and nothing is set, for more than 255 units.
+bool NameFromDisk(std::string_view bytes, HFSUniStr255 *name);
 
 /// The bytes of `text`; false when it holds a surrogate that stands for no byte, or a zero.
 bool TextToDisk(std::u16string_view text, std::string *bytes);
 
-/// The same for a name: bdNamErr also when it is empty, ".", "..", or has a "/" or more than 255
-/// bytes.
+/// The same for a name: bdNamErr also when it is empty, ".", ".." or has a "/". How long a name may
+/// be is up to the volume, which is asked when the name is used.
 OSErr NameToDisk(std::u16string_view name, std::string *bytes);

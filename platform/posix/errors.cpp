@@ -34,6 +34,8 @@ OSErr ErrorFromErrno(int error) {
     case ENOMEM:
       return memFullErr;
     case EINVAL:
+    case ENOSYS:
+    case EOPNOTSUPP:
       return paramErr;
     default:
       return ioErr;

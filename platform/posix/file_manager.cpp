@@ -83,7 +83,7 @@ OSErr FSGetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, FSCatalo
   if ((whichInfo & kFSCatInfoTextEncoding) != 0) info->textEncodingHint = kTextEncodingUnknown;
   if (name != nullptr) {
     PrepareLookup(item.NameView());
-    NameFromDisk(item.NameView(), name);
+    if (!NameFromDisk(item.NameView(), name)) return bdNamErr;
   }
   if (spec != nullptr) *spec = SpecOfItem(item);
   if (parent != nullptr) *parent = RefOfFolder(item.folder);
@@ -135,9 +135,10 @@ OSErr FSCreateDirectoryUnicode(const FSRef &parent, std::u16string_view name, FS
   FolderIndex folder = 0;
   int descriptor = -1;
   if (OSErr error = FindTableFolder(parent, &folder, &descriptor); error != noErr) return error;
-  if (int error = MakeFolder({descriptor, folder}, bytes.c_str()); error != 0)
-    return ErrorFromErrno(error);
-  NoteNameInFolder(folder, bytes);
+  ForgetSeenItems();
+  const int error = MakeFolder({descriptor, folder}, bytes.c_str());
+  if (error == 0 || error == EEXIST) NoteNameInFolder(folder, bytes);
+  if (error != 0) return ErrorFromErrno(error);
   return FSMakeFSRefUnicode(parent, name, kTextEncodingUnknown, result);
 }
 
@@ -192,8 +193,9 @@ OSErr FSRenameUnicode(const FSRef &ref, std::u16string_view name, TextEncoding /
 OSErr FSCompareFSRefs(const FSRef &first, const FSRef &second) {
   const ItemReference &a = ReferenceIn(first);
   const ItemReference &b = ReferenceIn(second);
-  const bool isSame = a.isIdentified && b.isIdentified
-                          ? a.device == b.device && a.inode == b.inode
-                          : a.folder == b.folder && a.NameView() == b.NameView();
-  return isSame ? noErr : errFSRefsDifferent;
+  // An identity alone says nothing: on some volumes several items have the same.
+  const bool isSamePlace = a.folder == b.folder && a.NameView() == b.NameView();
+  const bool isOther =
+      a.isIdentified && b.isIdentified && (a.device != b.device || a.inode != b.inode);
+  return isSamePlace && !isOther ? noErr : errFSRefsDifferent;
 }

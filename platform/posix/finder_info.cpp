@@ -2,8 +2,7 @@
 
 #include <sys/xattr.h>
 
-#include <cstdio>
-#include <cstring>
+#include <string>
 
 #include "platform/posix/item_location.h"
 #include "platform/posix/working_folder.h"
@@ -29,15 +28,16 @@ FinderInfo ReadFinderInfo(const FSRef &item) {
   if (LocateItem(item, &location) != noErr) return {};
   // Where the folder cannot be made the current one, its entry under /proc stands for its
   // descriptor (proc(5)).
-  std::array<char, 320> path{};
+  static std::string path;  // asked for every item of a folder, it keeps its memory
+  path.clear();
   if (!WorkInFolder(ReferenceIn(item).folder, location.folder)) {
-    std::snprintf(path.data(), path.size(), "/proc/self/fd/%d/", location.folder);
+    path.append("/proc/self/fd/").append(std::to_string(location.folder)).append("/");
   }
-  std::strncat(path.data(), location.name, 255);
+  path += location.name;
   // Hardly any item has attributes, and that is told by one call.
-  if (llistxattr(path.data(), nullptr, 0) == 0) return {};
-  return ReadWith([&path](const char *attribute, void *value, std::size_t size) {
-    return lgetxattr(path.data(), attribute, value, size);
+  if (llistxattr(path.c_str(), nullptr, 0) == 0) return {};
+  return ReadWith([](const char *attribute, void *value, std::size_t size) {
+    return lgetxattr(path.c_str(), attribute, value, size);
   });
 }
 

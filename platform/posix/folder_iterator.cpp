@@ -13,19 +13,30 @@ struct FolderIterator {
   std::size_t place = 0;  ///< of the next item in the listing
 
   ~FolderIterator() {
-    // What is being deleted is not walked through again.
-    if (listing != nullptr && flags == kFSIterateFlat) KeepListing(std::move(listing));
+    if (listing != nullptr && IsOfScan()) KeepListing(std::move(listing));
   }
+
+  bool IsOfScan() const { return (flags & kFSIterateScan) != 0; }
 };
 
 namespace {
 
 std::uint64_t listingCount = 0;
 
-/// What another volume holds is never deleted, so a folder on which one is mounted may not even be
-/// opened for that.
-OSErr RefuseMountPoint(const FSRef &container, const CFolderListing &listing) {
+void NoteScan(const FSRef &container, const CFolderListing &listing) {
+  const ItemReference &reference = ReferenceIn(container);
+  if (listing.Error() == noErr) {
+    NoteFolderRead(listing.Folder());
+  } else if (reference.folder != 0) {
+    NoteFolderUnread(reference.folder, reference.NameView(), listing.Error());
+  }
+}
+
+/// What the scan could not read, and what another volume holds, is never deleted: such a folder may
+/// not even be opened for that.
+OSErr RefuseDeletion(const FSRef &container, const CFolderListing &listing) {
   if (listing.Error() != noErr) return noErr;
+  if (OSErr error = CheckReadByScan(listing.Folder()); error != noErr) return error;
   int descriptor = -1;
   if (OSErr error = OpenTableFolder(listing.Folder(), &descriptor); error != noErr) return error;
   ItemStatus status;
@@ -77,15 +88,20 @@ OSErr FSOpenIterator(const FSRef &container, FSIteratorFlags flags, FSIterator *
   try {
     FSIterator opened(new FolderIterator);
     opened->flags = flags;
-    if (OSErr error = ListFolder(container, &opened->listing); error != noErr) return error;
+    opened->listing = opened->IsOfScan() ? ListFolderForScan(container) : ListFolder(container);
+    if (opened->IsOfScan()) NoteScan(container, *opened->listing);
     if (flags == kFSIterateDelete) {
-      if (OSErr error = RefuseMountPoint(container, *opened->listing); error != noErr) return error;
+      if (OSErr error = RefuseDeletion(container, *opened->listing); error != noErr) return error;
     }
     *iterator = std::move(opened);
     return noErr;
   } catch (const std::bad_alloc &) {
     return memFullErr;
   }
+}
+
+OSErr FSGetIteratorError(const FSIterator &iterator) {
+  return iterator == nullptr ? paramErr : iterator->listing->Error();
 }
 
 OSErr FSCloseIterator(FSIterator &iterator) {
@@ -100,7 +116,7 @@ OSErr FSGetCatalogInfoBulk(const FSIterator &iterator, std::uint32_t maximum, st
   if (containerChanged != nullptr) *containerChanged = false;
   if (iterator == nullptr || maximum == 0) return paramErr;
   const CFolderListing &listing = *iterator->listing;
-  if (listing.Error() != noErr) return listing.Error();
+  if (listing.Error() != noErr) return iterator->IsOfScan() ? afpAccessDenied : listing.Error();
 
   while (*actual < maximum) {
     CFolderListing::Item listed;
@@ -117,7 +133,7 @@ OSErr FSGetCatalogInfoBulk(const FSIterator &iterator, std::uint32_t maximum, st
       infos[*actual].nodeFlags = item.kind == ItemKind::kFolder ? kFSNodeIsDirectoryMask : 0;
     }
     if (specs != nullptr) specs[*actual] = SpecOfItem(item);
-    if (names != nullptr) NameFromDisk(item.NameView(), &names[*actual]);
+    if (names != nullptr && !NameFromDisk(item.NameView(), &names[*actual])) return bdNamErr;
     ++*actual;
   }
   return noErr;

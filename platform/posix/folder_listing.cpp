@@ -13,12 +13,14 @@
 
 namespace {
 
+constexpr std::size_t kHeadOfRecord = 3;
+
 /// An item as it is read; its name stands in the text of all.
 struct ReadItem {
   std::uint64_t sortKey;  ///< eight bytes of the name, so that most comparisons need no look at the
                           ///< text
   std::uint32_t nameStart;
-  std::uint8_t nameLength;
+  std::uint16_t nameLength;
   ItemKind kind;
 };
 
@@ -78,22 +80,19 @@ void Sort(ReadItems *read) {
 /// that one walk has been through, for the next.
 class CListingStore {
  public:
-  OSErr Take(const FSRef &folder, std::unique_ptr<CFolderListing> *listing) {
+  std::unique_ptr<CFolderListing> Take(const FSRef &folder) {
     // A refusal is always asked for anew: there is no state that could tell of a change.
     const bool isCurrent = latest_ != nullptr && latest_->Error() == noErr &&
                            IsSameReference(latestFolder_, folder) &&
                            IsListingCurrent(latest_->Folder());
-    if (!isCurrent) return OpenAndList(folder, listing);
-    *listing = std::move(latest_);
-    return noErr;
+    return isCurrent ? std::move(latest_) : OpenAndList(folder);
   }
 
-  OSErr LookInto(const FSRef &folder, const CFolderListing **listing) {
+  const CFolderListing &LookInto(const FSRef &folder) {
     latest_.reset();
-    if (OSErr error = OpenAndList(folder, &latest_); error != noErr) return error;
+    latest_ = OpenAndList(folder);
     latestFolder_ = folder;
-    *listing = latest_.get();
-    return noErr;
+    return *latest_;
   }
 
   void Keep(std::unique_ptr<CFolderListing> listing) {
@@ -109,6 +108,7 @@ class CListingStore {
   }
 
   void Forget() {
+    if (latest_ == nullptr && kept_.empty()) return;
     latest_.reset();
     kept_.clear();
     size_ = 0;
@@ -123,23 +123,16 @@ class CListingStore {
     return sizeof listing + listing.records_.capacity() + kPlaceInMap;
   }
 
-  OSErr OpenAndList(const FSRef &folder, std::unique_ptr<CFolderListing> *listing) {
+  std::unique_ptr<CFolderListing> OpenAndList(const FSRef &folder) {
     const ItemReference &reference = ReferenceIn(folder);
-    if (reference.folder == 0) return paramErr;
     FolderIndex index = 0;
     int descriptor = -1;
-    const OSErr error = EnterFolderForListing(reference, &index, &descriptor);
-    if (error != noErr && error != afpAccessDenied) return error;
-    try {
-      if (error != noErr) {
-        *listing = std::make_unique<CFolderListing>(error);
-      } else if (*listing = TakeKept(index); *listing == nullptr) {
-        *listing = std::make_unique<CFolderListing>(index, descriptor);
-      }
-      return noErr;
-    } catch (const std::bad_alloc &) {
-      return memFullErr;
-    }
+    OSErr error = paramErr;
+    if (reference.folder != 0) error = EnterFolderForListing(reference, &index, &descriptor);
+    if (error != noErr) return std::make_unique<CFolderListing>(error);
+    std::unique_ptr<CFolderListing> listing = TakeKept(index);
+    return listing != nullptr ? std::move(listing)
+                              : std::make_unique<CFolderListing>(index, descriptor);
   }
 
   /// The kept listing of a folder that has just been entered; null when it was changed since.
@@ -173,15 +166,16 @@ CFolderListing::CFolderListing(FolderIndex folder, int descriptor)
   read.items.clear();
   const int error = VisitDirectory(descriptor, [](std::string_view name, unsigned char type) {
     read.items.push_back({0, static_cast<std::uint32_t>(read.text.size()),
-                          static_cast<std::uint8_t>(name.size()), KindFromListing(type)});
+                          static_cast<std::uint16_t>(name.size()), KindFromListing(type)});
     read.text += name;
   });
   error_ = ErrorFromErrno(error);
   if (error != 0) return;
   Sort(&read);
-  records_.reserve(read.text.size() + 2 * read.items.size());
+  records_.reserve(read.text.size() + kHeadOfRecord * read.items.size());
   for (const ReadItem &item : read.items) {
-    records_ += static_cast<char>(item.nameLength);
+    records_ += static_cast<char>(item.nameLength & 0xFF);
+    records_ += static_cast<char>(item.nameLength >> 8);
     records_ += static_cast<char>(item.kind);
     records_ += read.NameOf(item);
   }
@@ -192,9 +186,12 @@ CFolderListing::CFolderListing(FolderIndex folder, int descriptor)
 bool CFolderListing::ReadNext(std::size_t *place, Item *item) const {
   if (*place == records_.size()) return false;
   const char *record = records_.data() + *place;
-  const auto length = static_cast<unsigned char>(record[0]);
-  *item = {{record + 2, length}, static_cast<ItemKind>(record[1])};
-  *place += 2 + std::size_t{length};
+  const auto byteAt = [record](int i) {
+    return std::size_t{static_cast<unsigned char>(record[i])};
+  };
+  const std::size_t length = byteAt(0) | byteAt(1) << 8;
+  *item = {{record + kHeadOfRecord, length}, static_cast<ItemKind>(record[2])};
+  *place += kHeadOfRecord + length;
   return true;
 }
 
@@ -206,12 +203,17 @@ bool CFolderListing::Holds(std::string_view name) const {
   return false;
 }
 
-OSErr ListFolder(const FSRef &folder, std::unique_ptr<CFolderListing> *listing) {
-  return Store().Take(folder, listing);
+std::unique_ptr<CFolderListing> ListFolder(const FSRef &folder) {
+  Store().Forget();
+  return Store().Take(folder);
 }
 
-OSErr LookIntoFolder(const FSRef &folder, const CFolderListing **listing) {
-  return Store().LookInto(folder, listing);
+std::unique_ptr<CFolderListing> ListFolderForScan(const FSRef &folder) {
+  return Store().Take(folder);
+}
+
+const CFolderListing &LookIntoFolder(const FSRef &folder) {
+  return Store().LookInto(folder);
 }
 
 void KeepListing(std::unique_ptr<CFolderListing> listing) {

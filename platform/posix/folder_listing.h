@@ -1,9 +1,13 @@
-/// The items of a folder, listed once for all who ask for them while it does not change.
+/// The items of a folder, listed once for all the walks of a scan while it does not change.
 ///
 /// A scan asks of a folder first whether it is a package, which depends on what it holds, and for
 /// its items right after that; and it walks through every folder twice, to count and to collect.
 /// Each walk looks at each folder anew, but reads its items again only when the folder has changed:
 /// with every item added, removed or renamed in it the time of its last change goes on.
+///
+/// Listings are kept for scans alone and no longer than a scan goes on: the first change that the
+/// program makes ends it, and so does listing a folder for anything else. What is deleted or sorted
+/// is always listed anew, and where a volume's times cannot be relied on no listing is kept.
 #pragma once
 
 #include <cstdint>
@@ -23,7 +27,7 @@ class CFolderListing {
   /// Reads the folder that is open for reading as `descriptor`, with its position at the start.
   /// Throws std::bad_alloc.
   CFolderListing(FolderIndex folder, int descriptor);
-  /// The listing of a folder that refused to be listed.
+  /// The listing of a folder that could not be opened.
   explicit CFolderListing(OSErr error) : error_(error) {}
 
   FolderIndex Folder() const { return folder_; }
@@ -41,16 +45,20 @@ class CFolderListing {
   OSErr error_ = noErr;
   bool isKeptOnce_ = false;  ///< a second walk uses it, and hardly ever a third
   std::int64_t state_ = 0;   ///< of the folder as it was listed
-  std::string records_;      ///< of each item the length and kind, a byte each, and the name
+  std::string records_;      ///< of each item the length in two bytes, the kind, and the name
 };
 
-/// Lists `folder`, unless a listing is kept that still holds. A folder that may not be listed has a
-/// listing too, with the error afpAccessDenied. The folder is then open in the table of folders,
-/// for reading.
-OSErr ListFolder(const FSRef &folder, std::unique_ptr<CFolderListing> *listing);
+/// Lists a folder anew, and lets go of all listings that are kept. A folder that cannot be opened
+/// or read has a listing too, with the error; otherwise it is open in the table of folders, for
+/// reading. Throws std::bad_alloc.
+std::unique_ptr<CFolderListing> ListFolder(const FSRef &folder);
 
-/// The same, but the listing stays here for who lists the folder next; it is good until then.
-OSErr LookIntoFolder(const FSRef &folder, const CFolderListing **listing);
+/// The same for a walk of a scan, which may be given a listing that is kept and still holds.
+std::unique_ptr<CFolderListing> ListFolderForScan(const FSRef &folder);
+
+/// The same for a look at what a folder holds. The listing stays here for the walk that may come
+/// right after it; it is good until the next call.
+const CFolderListing &LookIntoFolder(const FSRef &folder);
 
 /// Takes a listing back for the next walk, as long as all that are kept stay small.
 void KeepListing(std::unique_ptr<CFolderListing> listing);

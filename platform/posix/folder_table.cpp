@@ -8,12 +8,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
+#include <functional>
 #include <optional>
 #include <unordered_map>
 #include <vector>
 
 #include "platform/posix/errors.h"
 #include "platform/posix/item_location.h"
+#include "platform/posix/volume_traits.h"
 
 namespace {
 
@@ -22,12 +24,19 @@ constexpr int kSafeFlags = O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 struct Identity {
   dev_t device;
   ino_t inode;
-  bool operator==(const Identity &) const = default;
 };
 
-struct IdentityHash {
-  std::size_t operator()(const Identity &identity) const {
-    return static_cast<std::size_t>((identity.inode ^ identity.device << 40) * 0x9E3779B97F4A7C15u);
+/// Where a folder was found. Not the identity is what a folder is looked up by: on some volumes
+/// several have the same.
+struct Place {
+  FolderIndex parent;
+  std::string_view name;
+  bool operator==(const Place &) const = default;
+};
+
+struct PlaceHash {
+  std::size_t operator()(const Place &place) const {
+    return std::hash<std::string_view>{}(place.name) ^ place.parent * 0x9E3779B97F4A7C15u;
   }
 };
 
@@ -52,17 +61,19 @@ std::size_t SlotsWithinLimit() {
 
 struct FolderTable {
   std::vector<FolderEntry> entries;
-  std::unordered_map<Identity, FolderIndex, IdentityHash> byIdentity;
+  std::unordered_map<Place, FolderIndex, PlaceHash> byPlace;
+  std::unordered_map<Place, OSErr, PlaceHash> unread;
   std::vector<Slot> slots = std::vector<Slot>(SlotsWithinLimit());
   std::uint64_t useCount = 0;
+  std::uint32_t scan = 1;
 
   FolderTable() {
     entries.reserve(256);
-    entries.push_back({0, "", 0, -1, 0, 0});
+    entries.push_back({0, 0, -1, "", 0, 0});
     struct stat root {};
     (void)stat("/", &root);
-    entries.push_back({kRootFolder, "/", 1, -1, root.st_dev, root.st_ino});
-    byIdentity[{root.st_dev, root.st_ino}] = kRootFolder;
+    entries.push_back({kRootFolder, 1, -1, "/", root.st_dev, root.st_ino});
+    byPlace[{kRootFolder, "/"}] = kRootFolder;
   }
 
   int Use(FolderIndex folder) {
@@ -140,6 +151,10 @@ bool IsFolder(int descriptor, const FolderEntry &entry) {
          found.st_ino == entry.inode;
 }
 
+std::string_view NameOf(const FolderEntry &entry) {
+  return {entry.name, entry.nameLength};
+}
+
 /// Opens a folder whose parent is open.
 OSErr OpenFromParent(FolderIndex folder, int parent, int *descriptor, FolderIndex keepOpen) {
   FolderTable &table = Table();
@@ -148,6 +163,8 @@ OSErr OpenFromParent(FolderIndex folder, int parent, int *descriptor, FolderInde
   if (opened < 0) return ErrorFromErrno(errno);
   if (!IsFolder(opened, entry)) {
     close(opened);
+    // Even if it should be what it was the next time: what was to be moved out of it has stayed.
+    NoteFolderUnread(entry.parent, NameOf(entry), errFSRefsDifferent);
     return fnfErr;
   }
   *descriptor = table.Keep(folder, opened, keepOpen);
@@ -175,9 +192,14 @@ std::int64_t Nanoseconds(const timespec &time) {
   return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
 }
 
-/// When a folder last changed; 0 when that is so recent that the next change might not show.
-std::int64_t SettledState(const struct stat &status) {
+/// When a folder last changed; 0 when the next change might not show in that, for the volume's
+/// times are coarse or the last change is recent.
+std::int64_t SettledState(const struct stat &status, int descriptor) {
   constexpr std::int64_t kSeveralTicks = 50'000'000;
+  constexpr long kMillisecond = 1'000'000;
+  // A volume that keeps whole seconds, as ext4 with small inodes, says so by its zeros.
+  if (status.st_ctim.tv_nsec % kMillisecond == 0) return 0;
+  if (!TraitsOfVolume(status.st_dev, descriptor).isPrompt) return 0;
   timespec now{};
   (void)clock_gettime(CLOCK_REALTIME_COARSE, &now);
   // Unlike the time of modification this one cannot be set back.
@@ -195,15 +217,17 @@ OSErr OpenRoot(int flags, int *descriptor, FolderIndex keepOpen) {
 /// The table's place for a folder that was found as `name` in `parent`.
 FolderIndex PlaceFor(FolderIndex parent, std::string_view name, const Identity &identity) {
   FolderTable &table = Table();
-  const FolderIndex known = FindFolder(identity.device, identity.inode);
-  if (known != 0 && table.entries[known].parent == parent &&
-      name == std::string_view(table.entries[known].name, table.entries[known].nameLength)) {
-    return known;
+  const FolderIndex known = FindFolder(parent, name);
+  if (known != 0) {
+    const FolderEntry &entry = table.entries[known];
+    if (entry.device == identity.device && entry.inode == identity.inode) return known;
+    if (entry.scan == table.scan) NoteFolderUnread(parent, name, errFSRefsDifferent);
   }
   const auto added = static_cast<FolderIndex>(table.entries.size());
-  table.entries.push_back({parent, KeepName(name), static_cast<std::uint8_t>(name.size()), -1,
-                           identity.device, identity.inode});
-  table.byIdentity[identity] = added;
+  const char *const kept = KeepName(name);
+  table.entries.push_back(
+      {parent, static_cast<std::uint16_t>(name.size()), -1, kept, identity.device, identity.inode});
+  table.byPlace.insert_or_assign({parent, {kept, name.size()}}, added);
   return added;
 }
 
@@ -219,6 +243,7 @@ OSErr OpenAndEnter(FolderIndex parent, const char *name, int flags, const ItemRe
     error = ErrorFromErrno(errno);
   } else if (expected != nullptr && expected->isIdentified &&
              (expected->device != found->st_dev || expected->inode != found->st_ino)) {
+    NoteFolderUnread(parent, name, errFSRefsDifferent);
     error = fnfErr;
   }
   if (error != noErr) {
@@ -287,7 +312,7 @@ OSErr EnterFolderForListing(const ItemReference &folder, FolderIndex *index, int
              error != noErr) {
     return error;
   }
-  Table().entries[*index].listedState = folder.IsRoot() ? 0 : SettledState(found);
+  Table().entries[*index].listedState = folder.IsRoot() ? 0 : SettledState(found, *descriptor);
   return noErr;
 }
 
@@ -333,9 +358,29 @@ void CloseFolder(FolderIndex folder) {
   }
 }
 
-FolderIndex FindFolder(dev_t device, ino_t inode) {
-  const auto found = Table().byIdentity.find({device, inode});
-  return found == Table().byIdentity.end() ? 0 : found->second;
+FolderIndex FindFolder(FolderIndex parent, std::string_view name) {
+  const auto found = Table().byPlace.find({parent, name});
+  return found == Table().byPlace.end() ? 0 : found->second;
+}
+
+void ForgetScan() {
+  ++Table().scan;
+  Table().unread.clear();
+}
+
+void NoteFolderRead(FolderIndex folder) {
+  Table().entries[folder].scan = Table().scan;
+}
+
+void NoteFolderUnread(FolderIndex parent, std::string_view name, OSErr error) {
+  Table().unread.try_emplace({parent, {KeepName(name), name.size()}}, error);
+}
+
+OSErr CheckReadByScan(FolderIndex folder) {
+  const FolderTable &table = Table();
+  const FolderEntry &entry = table.entries[folder];
+  const auto found = table.unread.find({entry.parent, NameOf(entry)});
+  return found == table.unread.end() ? noErr : found->second;
 }
 
 std::int16_t VolumeOfDevice(std::uint64_t device) {

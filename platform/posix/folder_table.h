@@ -15,11 +15,12 @@
 
 struct FolderEntry {
   FolderIndex parent;
-  const char *name;  ///< kept for the life of the process
-  std::uint8_t nameLength;
+  std::uint16_t nameLength;
   std::int16_t slot = -1;  ///< where its descriptor is kept; -1 while it is not open
+  const char *name;        ///< kept for the life of the process
   dev_t device;
   ino_t inode;
+  std::uint32_t scan = 0;  ///< the run whose scan has read it last; 0: none
   /// When it had last changed as it was listed, in nanoseconds; 0: unknown.
   std::int64_t listedState = 0;
   /// The listing count at which its listing was found to hold.
@@ -47,7 +48,8 @@ OSErr EnterFolderForListing(const ItemReference &folder, FolderIndex *index, int
 
 /// Whether a folder has not changed since it was listed. Costs one look at the folder and none at
 /// its items. Not known, and therefore false, of a folder that was changed just before it was
-/// listed, as another change within the same tick of the clock would not show.
+/// listed, as another change within the same tick of the clock would not show, and of every volume
+/// that does not keep times finely, or whose folders others change unseen.
 bool IsListingCurrent(FolderIndex folder);
 
 /// Whether the names listed of a folder were still all there when the work in hand, which may have
@@ -57,12 +59,28 @@ bool HasListingHeld(FolderIndex folder);
 /// The folder's own reference.
 FSRef RefOfFolder(FolderIndex folder);
 
+/// The table's folder that was entered last as `name` in `parent`; 0 when none was.
+FolderIndex FindFolder(FolderIndex parent, std::string_view name);
+
+// What a scan has read is what may be deleted afterwards. Whatever it could not read, or what is
+// not the folder any more that it has read, is left alone: nobody knows what lies in it.
+
+/// Begins another run: what the scan before has read is of no account.
+void ForgetScan();
+
+/// Notes that the scan in hand has read the folder.
+void NoteFolderRead(FolderIndex folder);
+
+/// Notes that what stands as `name` in `parent` could not be read, and why.
+void NoteFolderUnread(FolderIndex parent, std::string_view name, OSErr error);
+
+/// Whether a folder that has just been entered may be emptied: noErr, the error with which the scan
+/// has failed there, or errFSRefsDifferent when the scan has read another folder in its place.
+OSErr CheckReadByScan(FolderIndex folder);
+
 /// Closes the folder's descriptor, if it is open.
 void CloseFolder(FolderIndex folder);
 void CloseAllFolders();
-
-/// The table's folder with that identity; 0 when it was never entered.
-FolderIndex FindFolder(dev_t device, ino_t inode);
 
 /// A small number for a device, the same for the life of the process.
 std::int16_t VolumeOfDevice(std::uint64_t device);

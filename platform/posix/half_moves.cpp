@@ -67,8 +67,14 @@ void CHalfMoves::NoteStep(MoveStep step, const JournalPlaceView &from, const Jou
   inHand_->step = step;
 }
 
-/// One of an item's two names may go on a way of its own, as when it is collated.
+/// One of an item's two names may go on a way of its own, as when it is collated; so may a
+/// place-holder.
 void CHalfMoves::FollowLeft(const JournalPlaceView &from, const JournalPlaceView &to) {
+  for (std::size_t i = 0; i < heldLeft_.size(); ++i) {
+    if (from != heldLeft_[i].place) continue;
+    KeepPlaceHolder({{to.folder, std::string(to.name)}, heldLeft_[i].from});
+    break;
+  }
   for (HalfMove &move : left_) {
     const bool isOneOf = std::ranges::any_of(
         move.places, [&from](const JournalPlace &place) { return from == place; });
@@ -78,16 +84,24 @@ void CHalfMoves::FollowLeft(const JournalPlaceView &from, const JournalPlaceView
 
 void CHalfMoves::NoteRename(const JournalPlaceView &from, const JournalPlaceView &to,
                             const std::optional<ItemIdentity> &item) {
+  if (held_ && holdStep_ == HoldStep::kHold && to == held_->place) {
+    held_->from = {from.folder, std::string(from.name)};
+    holdStep_ = HoldStep::kRename;
+  } else {
+    EndHold();
+  }
   if (!inHand_ && !item) return FollowLeft(from, to);
   NoteStep(MoveStep::kRename, from, to, item);
 }
 
 void CHalfMoves::NoteLink(const JournalPlaceView &from, const JournalPlaceView &to,
                           const std::optional<ItemIdentity> &item) {
+  EndHold();
   NoteStep(MoveStep::kLink, from, to, item);
 }
 
 void CHalfMoves::NoteRemoval(const JournalPlaceView &place) {
+  EndHold();
   EndStep();
   if (!inHand_) return;
   if (inHand_->next && place == inHand_->Place()) {
@@ -99,12 +113,42 @@ void CHalfMoves::NoteRemoval(const JournalPlaceView &place) {
   }
 }
 
+void CHalfMoves::KeepPlaceHolder(PlaceHolder held) {
+  if (heldLeft_.size() < kMostLeft) heldLeft_.push_back(std::move(held));
+}
+
+/// Something else is done now. Unless it was replaced or released the place-holder is still there.
+void CHalfMoves::EndHold() {
+  const bool isGone = holdStep_ == HoldStep::kRename || holdStep_ == HoldStep::kRelease;
+  if (held_ && !isGone) KeepPlaceHolder(*std::move(held_));
+  held_.reset();
+  holdStep_ = HoldStep::kNone;
+}
+
+/// It belongs to the rename that comes next and is of no concern to the item.
+void CHalfMoves::NotePlaceHolder(const JournalPlaceView &place) {
+  EndStep();
+  EndHold();
+  held_ = {{place.folder, std::string(place.name)}, std::nullopt};
+  holdStep_ = HoldStep::kHold;
+}
+
+void CHalfMoves::NoteReleaseOfPlaceHolder() {
+  EndStep();
+  holdStep_ = HoldStep::kRelease;
+}
+
 void CHalfMoves::NoteOtherChange() {
+  EndHold();
   EndStep();
   LetGo();
 }
 
 void CHalfMoves::NoteFailure() {
+  if (holdStep_ == HoldStep::kHold) held_.reset();
+  // Whatever becomes of the item, it is not what bears the place-holder's name.
+  if (holdStep_ == HoldStep::kRename) held_->from.reset();
+  holdStep_ = HoldStep::kNone;
   if (!inHand_) return;
   if (inHand_->step == MoveStep::kRename || inHand_->step == MoveStep::kLink) inHand_->next.reset();
   if (inHand_->step == MoveStep::kRemovalOfNew) inHand_->isInTwoPlaces = true;
@@ -124,4 +168,15 @@ std::vector<HalfMove> CHalfMoves::List(bool isRunOver) const {
   if (isRunOver) item.EndStep();
   if (item.step != MoveStep::kNone || !item.IsOver()) moves.push_back(std::move(item.move));
   return moves;
+}
+
+std::vector<PlaceHolder> CHalfMoves::ListPlaceHolders(bool isRunOver) const {
+  if (isRunOver) {
+    CHalfMoves over = *this;
+    over.EndHold();
+    return over.heldLeft_;
+  }
+  std::vector<PlaceHolder> holders = heldLeft_;
+  if (held_) holders.push_back(*held_);
+  return holders;
 }

@@ -1,6 +1,6 @@
 /// Finds out from a run's changes which items are on their way: a move under a new name takes
-/// three renames, and on some file systems each of those a link and a removal. The journal's
-/// writer and its reader both feed their changes to it.
+/// three renames, and on some file systems each of those a link and a removal, or a place-holder
+/// that is replaced. The journal's writer and its reader both feed their changes to it.
 #pragma once
 
 #include <cstdint>
@@ -38,6 +38,14 @@ struct HalfMove {
   std::size_t goal = 0;
 };
 
+/// An empty item that was to be replaced by a rename and is perhaps still there.
+struct PlaceHolder {
+  JournalPlace place;
+  /// Where the rename was from, if it had been begun and has not failed: when nothing is there any
+  /// more, what bears the place-holder's name is the item itself.
+  std::optional<JournalPlace> from;
+};
+
 enum class MoveStep { kNone, kRename, kLink, kRemovalOfOld, kRemovalOfNew };
 
 /// The item that the change noted last belongs to.
@@ -66,6 +74,8 @@ class CHalfMoves {
   void NoteLink(const JournalPlaceView &from, const JournalPlaceView &to,
                 const std::optional<ItemIdentity> &item);
   void NoteRemoval(const JournalPlaceView &place);
+  void NotePlaceHolder(const JournalPlaceView &place);
+  void NoteReleaseOfPlaceHolder();
   void NoteOtherChange();
 
   /// The change noted last has failed.
@@ -77,9 +87,15 @@ class CHalfMoves {
   /// All that have been left on their way. When the run has ended in order, the change noted last
   /// is known to have been made.
   std::vector<HalfMove> List(bool isRunOver) const;
+  /// Likewise all place-holders that are perhaps still there.
+  std::vector<PlaceHolder> ListPlaceHolders(bool isRunOver) const;
 
  private:
+  enum class HoldStep { kNone, kHold, kRename, kRelease };
+
   void EndStep();
+  void EndHold();
+  void KeepPlaceHolder(PlaceHolder held);
   void NoteStep(MoveStep step, const JournalPlaceView &from, const JournalPlaceView &to,
                 const std::optional<ItemIdentity> &item);
   void LetGo();
@@ -87,4 +103,7 @@ class CHalfMoves {
 
   std::optional<ItemInHand> inHand_;
   std::vector<HalfMove> left_;
+  std::optional<PlaceHolder> held_;
+  HoldStep holdStep_ = HoldStep::kNone;  ///< under way
+  std::vector<PlaceHolder> heldLeft_;
 };

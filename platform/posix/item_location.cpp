@@ -10,12 +10,11 @@ namespace {
 FolderIndex IndexInTable(const ItemReference &reference) {
   if (reference.IsRoot()) return kRootFolder;
   if (!reference.isIdentified) return 0;
-  const FolderIndex index = FindFolder(reference.device, reference.inode);
+  const FolderIndex index = FindFolder(reference.folder, reference.NameView());
   if (index == 0) return 0;
   const FolderEntry &entry = EntryOf(index);
-  const bool isSamePlace = entry.parent == reference.folder &&
-                           reference.NameView() == std::string_view(entry.name, entry.nameLength);
-  return isSamePlace ? index : 0;
+  const bool isSame = reference.device == entry.device && reference.inode == entry.inode;
+  return isSame ? index : 0;
 }
 
 }  // namespace

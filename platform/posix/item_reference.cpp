@@ -27,7 +27,7 @@ const char *ItemReference::Name() const {
 }
 
 void ItemReference::SetName(std::string_view bytes) {
-  nameLength = static_cast<std::uint8_t>(bytes.size());
+  nameLength = static_cast<std::uint16_t>(bytes.size());
   std::memset(name, 0, sizeof name);
   if (bytes.size() <= kInlineNameSize) {
     std::memcpy(name, bytes.data(), bytes.size());

@@ -35,14 +35,15 @@ class CPackedDevice {
 /// An item by the folder it lies in and its name there.
 struct ItemReference {
   /// Room for twenty characters and what makes a taken name unique.
-  static constexpr std::size_t kInlineNameSize = 60;
+  static constexpr std::size_t kInlineNameSize = 59;
 
-  std::uint64_t inode;      ///< 0 when only a listing has told of the item
-  CPackedDevice device;     ///< the item's own where `isIdentified`, else of the folder it lies in
-  FolderIndex folder;       ///< the folder it lies in; 0: refers to nothing
-  ItemKind kind;            ///< as it was seen last
-  bool isIdentified;        ///< a folder seen by itself: whatever else stands there now is refused
-  std::uint8_t nameLength;  ///< in bytes, 1 to 255
+  std::uint64_t inode;   ///< 0 when only a listing has told of the item
+  CPackedDevice device;  ///< the item's own where `isIdentified`, else of the folder it lies in
+  FolderIndex folder;    ///< the folder it lies in; 0: refers to nothing
+  /// In bytes: 255 UTF-16 units, which NTFS, exFAT and FAT allow a name, are up to 765.
+  std::uint16_t nameLength;
+  ItemKind kind;      ///< as it was seen last
+  bool isIdentified;  ///< a folder seen by itself: whatever else stands there now is refused
   /// Zero-terminated; a longer name's address in the table of names.
   char name[kInlineNameSize + 1];
 

@@ -11,7 +11,7 @@ FSSpec SpecOfItem(const ItemReference &item) {
   spec.vRefNum = VolumeOfDevice(item.device);
   spec.parID = static_cast<std::int32_t>(item.folder);
   if (item.nameLength < sizeof spec.name) {
-    spec.name[0] = item.nameLength;
+    spec.name[0] = static_cast<std::uint8_t>(item.nameLength);
     std::memcpy(spec.name + 1, item.Name(), item.nameLength);
   } else {
     const char *kept = KeepName(item.NameView());

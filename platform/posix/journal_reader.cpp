@@ -10,6 +10,7 @@ class CReader {
   bool ReadLine(std::string_view line) {
     CJournalFields fields(line);
     const auto word = fields.Raw();
+    if (word == "hold" || word == "release") return ReadPlaceHolder(fields, word == "hold");
     if (word == "rename" || word == "link") return ReadMove(fields, word == "link");
     if (word == "folder") return ReadFolder(fields);
     if (word == "unlink") return ReadRemoval(fields);
@@ -30,7 +31,10 @@ class CReader {
     return true;
   }
 
-  void Finish() { journal_.halfMoves = halfMoves_.List(false); }
+  void Finish() {
+    journal_.halfMoves = halfMoves_.List(false);
+    journal_.placeHolders = halfMoves_.ListPlaceHolders(false);
+  }
 
  private:
   std::optional<std::uint32_t> ReadFolderNumber(CJournalFields &fields) const {
@@ -62,6 +66,18 @@ class CReader {
       halfMoves_.NoteLink({*from, *name}, {*to, *newName}, item);
     } else {
       halfMoves_.NoteRename({*from, *name}, {*to, *newName}, item);
+    }
+    return true;
+  }
+
+  bool ReadPlaceHolder(CJournalFields &fields, bool isMade) {
+    const auto folder = ReadFolderNumber(fields);
+    const auto name = fields.Name();
+    if (!folder || !name) return false;
+    if (isMade) {
+      halfMoves_.NotePlaceHolder({*folder, *name});
+    } else {
+      halfMoves_.NoteReleaseOfPlaceHolder();
     }
     return true;
   }

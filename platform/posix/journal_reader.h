@@ -19,11 +19,12 @@ struct JournalFolder {
 
 struct Journal {
   JournalHeader header;
-  std::vector<JournalFolder> folders;  ///< by number
-  std::vector<HalfMove> halfMoves;     ///< in folders of this journal
-  bool isEnded = false;                ///< nothing is left to do
-  bool isToldOf = false;               ///< the user knows what could not be put right
-  std::size_t size = 0;                ///< of what was understood: all complete lines
+  std::vector<JournalFolder> folders;     ///< by number
+  std::vector<HalfMove> halfMoves;        ///< in folders of this journal
+  std::vector<PlaceHolder> placeHolders;  ///< likewise
+  bool isEnded = false;                   ///< nothing is left to do
+  bool isToldOf = false;                  ///< the user knows what could not be put right
+  std::size_t size = 0;                   ///< of what was understood: all complete lines
 };
 
 /// Understands a journal. Answers nothing when a complete line is not of this format; what an

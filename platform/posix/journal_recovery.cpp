@@ -66,6 +66,7 @@ class CRecovery {
   int Remove(const JournalPlace &place);
   bool RemoveOtherNames(const HalfMove &move, const JournalPlace &kept, int *removed);
   bool PutRight(const HalfMove &move);
+  bool RemoveOldPlaceHolder(const PlaceHolder &holder);
   std::string PathOf(const JournalPlace &place) const;
   void TellOfSuccess(const JournalPlace &place, const char *what);
   void TellOfProblem(const std::string &line);
@@ -204,18 +205,41 @@ bool CRecovery::PutRight(const HalfMove &move) {
   return false;
 }
 
+/// Answers whether nothing is left to do. Once its rename has been made, what bears its name is the
+/// item itself. One that was never made, or is empty no more, is not worth a word.
+bool CRecovery::RemoveOldPlaceHolder(const PlaceHolder &holder) {
+  const auto open = [this](std::uint32_t number, OpenedFolder *folder) {
+    folder->index = FindFolder(number);
+    return folder->index != 0 && OpenTableFolder(folder->index, &folder->descriptor) == noErr;
+  };
+  OpenedFolder folder{-1, 0};
+  IdentifiedItem found;
+  if (holder.from && (!open(holder.from->folder, &folder) ||
+                      IdentifyItem(folder.descriptor, holder.from->name.c_str(), &found) != 0)) {
+    return true;
+  }
+  if (!open(holder.place.folder, &folder)) return false;
+  const int error = RemovePlaceHolder(folder, holder.place.name.c_str());
+  return error == 0 || error == ENOENT || error == ENOTEMPTY || error == EEXIST;
+}
+
 bool CRecovery::PutAllRight() {
-  if (journal_.halfMoves.empty()) return true;
+  if (journal_.halfMoves.empty() && journal_.placeHolders.empty()) return true;
   if (!FindDroppedFolder()) {
     TellOfProblem(
         journal_.header.path +
         ": is not the folder that it was; what an interrupted run was moving in it is left "
         "alone: " +
-        PathOf(journal_.halfMoves.back().places.front()));
+        (journal_.halfMoves.empty() ? PathOf(journal_.placeHolders.back().place)
+                                    : PathOf(journal_.halfMoves.back().places.front())));
     return false;
   }
-  return std::ranges::count_if(journal_.halfMoves,
-                               [this](const HalfMove &move) { return !PutRight(move); }) == 0;
+  const auto holdersLeft = std::ranges::count_if(
+      journal_.placeHolders,
+      [this](const PlaceHolder &holder) { return !RemoveOldPlaceHolder(holder); });
+  const auto movesLeft = std::ranges::count_if(
+      journal_.halfMoves, [this](const HalfMove &move) { return !PutRight(move); });
+  return holdersLeft == 0 && movesLeft == 0;
 }
 
 void CRecovery::TellOfSuccess(const JournalPlace &place, const char *what) {

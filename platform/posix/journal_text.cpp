@@ -10,7 +10,8 @@
 
 namespace {
 
-constexpr std::size_t kLongestName = 255;
+/// A path that is nothing but one name; no file system has longer ones (PATH_MAX, limits.h).
+constexpr std::size_t kLongestName = 4095;
 
 /// Bytes that stand for themselves, whatever stands beside them.
 bool IsPlain(char character) {

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -25,6 +26,8 @@ namespace {
 constexpr std::size_t kLargestPropertyList = std::size_t{1024} * 1024;
 constexpr const char *kContents = "Contents";
 constexpr const char *kAppRun = "AppRun";
+/// What is said of a folder of which nothing is known: kept whole it loses nothing.
+constexpr std::uint32_t kUnknownFolder = kLSItemInfoIsContainer | kLSItemInfoIsPackage;
 
 bool IsExecutableFile(const struct stat &status) {
   return S_ISREG(status.st_mode) && (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0;
@@ -105,25 +108,27 @@ struct LastAnswer {
 /// Looks at an item that may be a folder. What the folder holds is taken from a listing, which a
 /// walk that enters the folder needs anyway; one that cannot be listed is asked for each name.
 OSStatus ReadItemInfo(const FSRef &item, LSItemInfoRecord *info) {
-  const CFolderListing *listing = nullptr;
-  OSErr error = LookIntoFolder(item, &listing);
+  const CFolderListing &listing = LookIntoFolder(item);
+  OSErr error = listing.Error();
   if (error == dirNFErr) {
     info->flags = kLSItemInfoIsPlainFile;
     return noErr;
   }
-  int folder = -1;
-  if (error == noErr) {
-    error = listing->Error() == noErr ? OpenTableFolder(listing->Folder(), &folder)
-                                      : OpenFolder(item, &folder);
+  // Whatever the answer: what could not be looked into could be a package, and is not deleted.
+  const ItemReference &reference = ReferenceIn(item);
+  if (error != noErr && reference.folder != 0) {
+    NoteFolderUnread(reference.folder, reference.NameView(), error);
   }
+  int folder = -1;
+  if (error == noErr) error = OpenTableFolder(listing.Folder(), &folder);
+  if (error == afpAccessDenied) error = OpenFolder(item, &folder);
   if (error == tmfoErr || error == memFullErr) {
-    // Nothing can be said of it, and kept whole it loses nothing.
-    info->flags = kLSItemInfoIsContainer | kLSItemInfoIsPackage;
+    info->flags = kUnknownFolder;
     return noErr;
   }
   if (error != noErr) return error;
-  const auto mayHold = [listing](std::string_view name) {
-    return listing->Error() != noErr || listing->Holds(name);
+  const auto mayHold = [&listing](std::string_view name) {
+    return listing.Error() != noErr || listing.Holds(name);
   };
   std::uint32_t flags = kLSItemInfoIsContainer;
   if (mayHold(kContents)) flags |= BundleFlags(folder);
@@ -131,7 +136,7 @@ OSStatus ReadItemInfo(const FSRef &item, LSItemInfoRecord *info) {
   // What costs most comes last, and only while it matters.
   if ((flags & kLSItemInfoIsPackage) == 0 &&
       (HasRegisteredExtension(item) ||
-       HasBundleBit(listing->Error() == noErr ? ReadFinderInfo(folder) : ReadFinderInfo(item)))) {
+       HasBundleBit(listing.Error() == noErr ? ReadFinderInfo(folder) : ReadFinderInfo(item)))) {
     flags |= kLSItemInfoIsPackage;
   }
   info->flags = flags;
@@ -151,7 +156,12 @@ OSStatus LSCopyItemInfoForRef(const FSRef &item, LSRequestedInfo /*whichInfo*/,
   // taken and taken apart.
   static LastAnswer last;
   if (last.listingCount != FolderListingCount() || !IsSameReference(last.item, item)) {
-    last.status = ReadItemInfo(item, &last.info);
+    try {
+      last.status = ReadItemInfo(item, &last.info);
+    } catch (const std::bad_alloc &) {
+      last.info.flags = kUnknownFolder;
+      last.status = noErr;
+    }
     last.item = item;
     last.listingCount = FolderListingCount();
   }

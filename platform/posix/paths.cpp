@@ -6,9 +6,7 @@
 
 #include "platform/posix/errors.h"
 #include "platform/posix/folder_table.h"
-#include "platform/posix/item_location.h"
 #include "platform/posix/item_status.h"
-#include "platform/posix/known_items.h"
 
 namespace {
 
@@ -27,14 +25,6 @@ OSErr WalkPath(std::string_view path, FolderIndex *folder) {
     }
   }
   return noErr;
-}
-
-OSErr FindFolderAtPath(std::string_view path, FolderIndex *folder, int *descriptor) {
-  if (FSRef known; FindItemOfPath(path, &known)) {
-    return FindTableFolder(known, folder, descriptor);
-  }
-  if (OSErr error = WalkPath(path, folder); error != noErr) return error;
-  return OpenTableFolder(*folder, descriptor);
 }
 
 /// Writes the path of a folder of the table, without a slash at its end, and answers its length:
@@ -78,7 +68,6 @@ OSStatus FSRefMakePath(const FSRef &ref, char *path, std::uint32_t size) {
   path[length] = '/';
   char *const end = std::copy(name.begin(), name.end(), path + length + 1);
   *end = '\0';
-  NotePath({path, static_cast<std::size_t>(end - path)}, ref);
   return noErr;
 }
 
@@ -91,18 +80,13 @@ OSStatus FSPathMakeRef(const char *path, FSRef *ref, bool *isFolder) {
     if (isFolder != nullptr) *isFolder = true;
     return noErr;
   }
-  if (FindItemOfPath(text, ref)) {
-    if (isFolder != nullptr) *isFolder = ReferenceIn(*ref).kind == ItemKind::kFolder;
-    return noErr;
-  }
   const std::size_t slash = text.rfind('/');
   const std::string name(text.substr(slash + 1));
   if (name == "." || name == "..") return paramErr;
   FolderIndex folder = 0;
   int descriptor = -1;
-  if (OSErr error = FindFolderAtPath(text.substr(0, slash), &folder, &descriptor); error != noErr) {
-    return error;
-  }
+  if (OSErr error = WalkPath(text.substr(0, slash), &folder); error != noErr) return error;
+  if (OSErr error = OpenTableFolder(folder, &descriptor); error != noErr) return error;
   ItemStatus status;
   if (int error = ReadItemStatus(descriptor, name.c_str(), &status); error != 0) {
     return ErrorFromErrno(error);

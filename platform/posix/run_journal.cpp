@@ -18,8 +18,8 @@
 #include "platform/posix/journal_file.h"
 #include "platform/posix/journal_folder.h"
 #include "platform/posix/journal_text.h"
-#include "platform/posix/known_items.h"
 #include "platform/posix/log.h"
+#include "platform/posix/run_memory.h"
 
 namespace {
 
@@ -127,7 +127,13 @@ int Begin(const FSRef &folder, std::string *reason) {
   JournalHeader header;
   if (int error = DescribeRun(folder, &header); error != 0) return error;
   CJournalFolder journals;
-  if (int error = journals.Open(true); error != 0) return error;
+  int error = journals.Open(true);
+  if (error == EWOULDBLOCK) {
+    // Who has the lock may be about to begin a run in this very folder.
+    *reason = "another Vannerly is busy with the journals";
+    error = EBUSY;
+  }
+  if (error != 0) return error;
   if (const auto other = FindOverlappingRun(journals, header)) {
     *reason = "another Vannerly (process " + std::to_string(other->process) + ") is at work in " +
               (other->path == header.path ? "it" : other->path);
@@ -138,8 +144,8 @@ int Begin(const FSRef &folder, std::string *reason) {
   const int descriptor = journals.MakeJournal(&name);
   if (descriptor < 0) return errno;
   auto begun = std::make_unique<CRunJournal>();
-  if (int error = begun->Begin(descriptor, header, {header.device, header.identity.inode});
-      error != 0) {
+  error = begun->Begin(descriptor, header, {header.device, header.identity.inode});
+  if (error != 0) {
     journals.DeleteJournal(name);
     return error;
   }
@@ -232,6 +238,10 @@ int CRunJournal::Record(const TreeChange &change) {
     halfMoves_.NoteLink(from, to, item);
   } else if (change.operation == "unlink") {
     halfMoves_.NoteRemoval(from);
+  } else if (change.operation == "hold") {
+    halfMoves_.NotePlaceHolder(from);
+  } else if (change.operation == "release") {
+    halfMoves_.NoteReleaseOfPlaceHolder();
   } else {
     halfMoves_.NoteOtherChange();
   }
@@ -266,7 +276,7 @@ void CRunJournal::Stop(int error) {
 
 void CRunJournal::End(RunEnd end) {
   // Without its last line, the next start puts right what was left halfway.
-  if (!halfMoves_.List(true).empty()) return;
+  if (!halfMoves_.List(true).empty() || !halfMoves_.ListPlaceHolders(true).empty()) return;
   const std::string line =
       JournalLineOf("end", {end == RunEnd::kDone ? "done" : "stopped", TimeForJournal()});
   file_.Advance(std::copy(line.begin(), line.end(), file_.Next()));
@@ -276,6 +286,7 @@ void CRunJournal::End(RunEnd end) {
 
 OSErr BeginRunJournal(const FSRef &folder, std::string *reason) {
   run.reset();
+  ForgetEarlierRun();
   int error = 0;
   try {
     error = Begin(folder, reason);
@@ -284,12 +295,10 @@ OSErr BeginRunJournal(const FSRef &folder, std::string *reason) {
   }
   if (error == EBUSY) return fBsyErr;
   if (error != 0) TellThatNoneIsKept(error);
-  KnowPaths(true);
   return noErr;
 }
 
 void EndRunJournal(RunEnd end) {
-  KnowPaths(false);
   if (run == nullptr) return;
   run->End(end);
   run.reset();

@@ -6,12 +6,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
-#include <string>
 
 #include "platform/posix/descriptor.h"
+#include "platform/posix/folder_table.h"
 #include "platform/posix/run_journal.h"
+#include "platform/posix/volume_traits.h"
 
 namespace {
 
@@ -39,62 +42,98 @@ bool IsRefusalToLink(int error) {
   return error == EPERM || error == ENOSYS || error == EOPNOTSUPP || error == EMLINK;
 }
 
-bool IsSameItem(const OpenedFolder &firstFolder, const char *first,
-                const OpenedFolder &secondFolder, const char *second) {
+/// A name in an open folder.
+struct Place {
+  const OpenedFolder &folder;
+  const char *name;
+};
+
+bool LookAt(const Place &place, struct stat *item) {
+  return fstatat(place.folder.descriptor, place.name, item, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+bool IsThere(const Place &place) {
+  struct stat item;
+  return LookAt(place, &item);
+}
+
+bool IsSameItem(const Place &first, const Place &second) {
   struct stat a;
   struct stat b;
-  return fstatat(firstFolder.descriptor, first, &a, AT_SYMLINK_NOFOLLOW) == 0 &&
-         fstatat(secondFolder.descriptor, second, &b, AT_SYMLINK_NOFOLLOW) == 0 &&
-         a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+  return LookAt(first, &a) && LookAt(second, &b) && a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-bool IsThere(const OpenedFolder &folder, const char *name) {
-  struct stat item;
-  return fstatat(folder.descriptor, name, &item, AT_SYMLINK_NOFOLLOW) == 0;
+/// Whether both are there and agree in all that two names of one item agree in, their inode numbers
+/// aside.
+bool LookAlike(const Place &first, const Place &second) {
+  struct stat a;
+  struct stat b;
+  return LookAt(first, &a) && LookAt(second, &b) && a.st_mode == b.st_mode &&
+         a.st_uid == b.st_uid && a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec &&
+         a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
 }
 
-/// Removes a name of a file that has the other one too, and nothing else: a program that saves by
-/// renaming may have put a new file there.
-int RemoveSecondName(const OpenedFolder &folder, const char *name, const OpenedFolder &otherFolder,
-                     const char *other) {
-  return Change({"unlink", name, folder}, [&] {
-    if (IsSameItem(folder, name, otherFolder, other)) return unlinkat(folder.descriptor, name, 0);
+/// Removes a name of an item that has the other one too, as far as `areOne` can tell, and nothing
+/// else: a program that saves by renaming may have put a new file there.
+template <typename AreOne>
+int RemoveSecondName(const Place &place, const Place &other, AreOne areOne) {
+  return Change({"unlink", place.name, place.folder}, [&] {
+    if (areOne(place, other)) return unlinkat(place.folder.descriptor, place.name, 0);
     errno = ESTALE;
     return -1;
   });
 }
 
-int LinkThenUnlink(const OpenedFolder &fromFolder, const char *from, const OpenedFolder &toFolder,
-                   const char *to) {
+/// EOPNOTSUPP, and nothing has changed, where the volume has no links that can be told from copies.
+int LinkThenUnlink(const Place &from, const Place &to) {
   // Looked up before it is recorded: two names of one file that the user has given it must not be
   // taken for a link that was made here.
-  struct stat taken;
-  if (fstatat(toFolder.descriptor, to, &taken, AT_SYMLINK_NOFOLLOW) == 0) return EEXIST;
-  int error = Change({"link", from, fromFolder, to, toFolder}, [&] {
-    return linkat(fromFolder.descriptor, from, toFolder.descriptor, to, 0);
+  if (IsThere(to)) return EEXIST;
+  int error = Change({"link", from.name, from.folder, to.name, to.folder}, [&] {
+    return linkat(from.folder.descriptor, from.name, to.folder.descriptor, to.name, 0);
   });
   if (IsRefusalToLink(error)) return EOPNOTSUPP;
   if (error != 0) return error;
-  error = RemoveSecondName(fromFolder, from, toFolder, to);
+  // Some network and union file systems give each name an inode of its own. Which of the two is a
+  // copy, should they ever be, cannot be told, so the new one goes.
+  if (!IsSameItem(from, to) && LookAlike(from, to)) {
+    error = RemoveSecondName(to, from, LookAlike);
+    return error == 0 ? EOPNOTSUPP : error;
+  }
+  error = RemoveSecondName(from, to, IsSameItem);
   if (error == 0) return 0;
   // When another program has taken the old name away, the file has moved all the same.
-  if (!IsSameItem(fromFolder, from, toFolder, to)) return IsThere(toFolder, to) ? 0 : error;
+  if (!IsSameItem(from, to)) return IsThere(to) ? 0 : error;
   // With the old name still there the new one has to go, or the file would be in two places.
-  (void)RemoveSecondName(toFolder, to, fromFolder, from);
+  (void)RemoveSecondName(to, from, IsSameItem);
   return error;
 }
 
-int RenameAfterLookup(const OpenedFolder &fromFolder, const char *from,
-                      const OpenedFolder &toFolder, const char *to) {
-  struct stat taken;
-  if (fstatat(toFolder.descriptor, to, &taken, AT_SYMLINK_NOFOLLOW) == 0) return EEXIST;
-  if (errno != ENOENT) return errno;
-  // A folder can only replace an empty folder, so even one that appears now costs no file. The
-  // slash refuses what has become a file meanwhile.
-  const std::string folder = std::string(from) + '/';
-  return Change({"rename", from, fromFolder, to, toFolder}, [&] {
-    return renameat(fromFolder.descriptor, folder.c_str(), toFolder.descriptor, to);
+bool IsEmptyFile(const Place &place) {
+  struct stat item;
+  return LookAt(place, &item) && S_ISREG(item.st_mode) && item.st_size == 0;
+}
+
+/// Takes the new name with an empty item of its own, which a plain rename may then replace. A file
+/// replaces an empty file only, a folder by its nature an empty folder only.
+int RenameOntoPlaceHolder(const Place &from, const Place &to, bool isFolder) {
+  if (IsThere(to)) return EEXIST;
+  int error = Change({"hold", to.name, to.folder}, [&] {
+    if (isFolder) return mkdirat(to.folder.descriptor, to.name, 0700);
+    const CDescriptor made(openat(to.folder.descriptor, to.name,
+                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    return made.IsOpen() ? 0 : -1;
   });
+  if (error != 0) return error;
+  error = Change({"rename", from.name, from.folder, to.name, to.folder}, [&] {
+    if (isFolder || IsEmptyFile(to)) {
+      return renameat(from.folder.descriptor, from.name, to.folder.descriptor, to.name);
+    }
+    errno = EEXIST;
+    return -1;
+  });
+  if (error != 0) (void)RemovePlaceHolder(to.folder, to.name);
+  return error;
 }
 
 /// 0, or -1 with `errno`. What is changed is the item that was looked at, whatever is put in its
@@ -121,14 +160,39 @@ void SetTreeChangeFault(TreeChangeFault fault) {
 
 int RenameWithoutReplacing(const OpenedFolder &fromFolder, const char *from,
                            const OpenedFolder &toFolder, const char *to) {
-  const int error = Change({"rename", from, fromFolder, to, toFolder}, [&] {
-    return renameat2(fromFolder.descriptor, from, toFolder.descriptor, to, RENAME_NOREPLACE);
-  });
-  if (!IsRefusalOfFlag(error)) return error;
+  VolumeTraits &traits = TraitsOfVolume(EntryOf(fromFolder.index).device, fromFolder.descriptor);
+  if (traits.hasRenameNoReplace) {
+    const int error = Change({"rename", from, fromFolder, to, toFolder}, [&] {
+      return renameat2(fromFolder.descriptor, from, toFolder.descriptor, to, RENAME_NOREPLACE);
+    });
+    if (!IsRefusalOfFlag(error)) return error;
+  }
+  const Place source{fromFolder, from};
+  const Place destination{toFolder, to};
   struct stat item;
-  if (fstatat(fromFolder.descriptor, from, &item, AT_SYMLINK_NOFOLLOW) != 0) return errno;
-  return S_ISDIR(item.st_mode) ? RenameAfterLookup(fromFolder, from, toFolder, to)
-                               : LinkThenUnlink(fromFolder, from, toFolder, to);
+  if (!LookAt(source, &item)) return errno;
+  const bool isFolder = S_ISDIR(item.st_mode);
+  int error = EOPNOTSUPP;
+  if (!isFolder && traits.hasLinks) error = LinkThenUnlink(source, destination);
+  if (error == EOPNOTSUPP) {
+    error = RenameOntoPlaceHolder(source, destination, isFolder);
+    // Some items only have no links, on a volume that has them; but none is worth asking twice.
+    if (error == 0 && !isFolder) traits.hasLinks = false;
+  }
+  // The refusal can also have been one of the arguments.
+  if (error == 0) traits.hasRenameNoReplace = false;
+  return error;
+}
+
+int RemovePlaceHolder(const OpenedFolder &folder, const char *name) {
+  return Change({"release", name, folder}, [&] {
+    struct stat item;
+    if (!LookAt({folder, name}, &item)) return -1;
+    if (S_ISDIR(item.st_mode)) return unlinkat(folder.descriptor, name, AT_REMOVEDIR);
+    if (S_ISREG(item.st_mode) && item.st_size == 0) return unlinkat(folder.descriptor, name, 0);
+    errno = ENOTEMPTY;
+    return -1;
+  });
 }
 
 int MakeFolder(const OpenedFolder &folder, const char *name) {
@@ -147,6 +211,19 @@ int RemoveEmptyFolder(const OpenedFolder &folder, const char *name) {
 int MakeSymbolicLink(const OpenedFolder &folder, const char *name, const char *target) {
   return Change({"symlink", name, folder, target},
                 [&] { return symlinkat(target, folder.descriptor, name); });
+}
+
+int RemoveSymbolicLink(const OpenedFolder &folder, const char *name, std::string_view target) {
+  return Change({"unlink", name, folder}, [&] {
+    std::array<char, PATH_MAX> found;
+    const ssize_t length = readlinkat(folder.descriptor, name, found.data(), found.size());
+    if (length < 0) return -1;
+    if (target == std::string_view(found.data(), static_cast<std::size_t>(length))) {
+      return unlinkat(folder.descriptor, name, 0);
+    }
+    errno = ESTALE;
+    return -1;
+  });
 }
 
 int AddOwnerWritePermission(const OpenedFolder &folder, const char *name) {

@@ -16,15 +16,20 @@ struct OpenedFolder {
 
 /// Renames without ever replacing: a taken name is EEXIST. Where the file system refuses the
 /// kernel's flag for that (EINVAL, ENOSYS, EOPNOTSUPP), what can be linked is linked and then
-/// unlinked, a folder is renamed after a lookup, and anything else is refused with EOPNOTSUPP
-/// rather than risk a replacement.
+/// unlinked. For folders, and where there are no links either, the new name is taken first by an
+/// empty item, made exclusively, and the rename replaces that.
 int RenameWithoutReplacing(const OpenedFolder &fromFolder, const char *from,
                            const OpenedFolder &toFolder, const char *to);
+
+/// Removes an item that such a rename has left, if it is empty still: ENOTEMPTY.
+int RemovePlaceHolder(const OpenedFolder &folder, const char *name);
 
 int MakeFolder(const OpenedFolder &folder, const char *name);
 int RemoveFile(const OpenedFolder &folder, const char *name);
 int RemoveEmptyFolder(const OpenedFolder &folder, const char *name);
 int MakeSymbolicLink(const OpenedFolder &folder, const char *name, const char *target);
+/// Removes a link that leads to `target`, and nothing else (ESTALE).
+int RemoveSymbolicLink(const OpenedFolder &folder, const char *name, std::string_view target);
 
 /// Gives the owner write permission. Never follows a link; EPERM for a file with several names,
 /// which may lie elsewhere.
@@ -34,7 +39,7 @@ int ClearImmutableAttribute(const OpenedFolder &folder, const char *name);
 
 /// What a call is about to do; for the journal, and for tests that make calls fail.
 struct TreeChange {
-  /// "rename", "link", "mkdir", "unlink", "rmdir", "symlink", "chmod", "chattr"
+  /// "rename", "link", "hold", "release", "mkdir", "unlink", "rmdir", "symlink", "chmod", "chattr"
   std::string_view operation;
   const char *name;                  ///< the item changed, or made
   OpenedFolder folder;               ///< in which it lies

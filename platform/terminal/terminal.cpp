@@ -11,7 +11,6 @@
 #include "platform/icons.h"
 #include "platform/journal.h"
 #include "platform/posix/item_location.h"
-#include "platform/posix/stack_limit.h"
 #include "platform/preferences.h"
 #include "platform/processes.h"
 #include "platform/terminal/event_loop.h"
@@ -37,7 +36,6 @@ void OpenStandardStreams() {
 }  // namespace
 
 void StartTerminal(bool isQuiet) {
-  LetStackGrow();
   OpenStandardStreams();
   CatchSignals();
   StartStatusView(isQuiet);

@@ -16,8 +16,8 @@ void LookAtBytes(std::string_view bytes) {
   NameFromDisk(bytes, &name);
   Require(bytes.size() > 255 || name.View() == text, "a name is the text of its bytes");
   std::string onDisk;
-  const bool isName = !bytes.empty() && bytes.size() <= 255 && !hasZero && bytes != "." &&
-                      bytes != ".." && bytes.find('/') == bytes.npos;
+  const bool isName =
+      !bytes.empty() && !hasZero && bytes != "." && bytes != ".." && bytes.find('/') == bytes.npos;
   Require((NameToDisk(text, &onDisk) == noErr) == isName, "what can be a name is one");
   Require(!isName || onDisk == bytes, "every name makes the round trip");
 }

@@ -9,7 +9,7 @@ import re
 from dataclasses import dataclass, field, replace
 
 NAME_MAX = 255
-PATH_BUFFER = 4096  # of a path handed to an alias script, terminator included
+PATH_BUFFER = 4096  # of the path to which an alias leads, terminator included
 COLLATE_PATH_BUFFER = 2048  # of a path in the collate phase, terminator included
 
 PACKAGE_EXTENSIONS = {b"app", b"bundle", b"framework", b"plugin", b"kext"}
@@ -72,28 +72,13 @@ def is_package(name, node):
     return node.bundleBit or (extension is not None and extension.lower() in DOCUMENT_PACKAGES)
 
 
-def parse_literal(text):
-    """The string that `"text"` stands for in the scripting language; None when it is not one."""
-    escapes = {b"\\": b"\\", b'"': b'"', b"n": b"\n", b"r": b"\r", b"t": b"\t"}
-    out, rest = b"", text
-    while rest:
-        byte, rest = rest[:1], rest[1:]
-        if byte == b'"':
-            return None
-        if byte == b"\\":
-            if rest[:1] not in escapes:
-                return None
-            byte, rest = escapes[rest[:1]], rest[1:]
-        out += byte
-    return out
-
-
 class Flattening:
     """One run over one dropped folder. `root` is changed in place; `path` is its absolute path."""
 
     def __init__(self, root, path, preferences):
         self.root, self.path, self.preferences = root, path, preferences
         self.uuids = 0
+        self.aliases = {}
         # How often each rule had something to do: a test that never meets a rule proves nothing.
         self.seen = dict.fromkeys(
             ("moved", "renamed", "left for a taken name", "left for a long name", "aliases",
@@ -167,15 +152,10 @@ class Flattening:
                 + (b"" if extension is None else b"." + extension))
 
     def make_alias(self, place, name):
-        folderPath = parse_literal(self.path)
-        full = b"/".join((self.path, *place, name))
-        filePath = parse_literal(full)
-        # An escape turns one path into another; the folder is then one that does not exist.
-        if (len(full) >= PATH_BUFFER or folderPath != self.path or filePath is None
-                or not self.exists(filePath)):
+        filePath = b"/".join((self.path, *place, name))
+        if len(filePath) >= PATH_BUFFER:
             self.seen["no alias"] += 1
             return
-        name = filePath.rpartition(b"/")[2]
         tries = 0
         aliasName = name
         while aliasName in self.root.items:
@@ -185,15 +165,9 @@ class Flattening:
             self.seen["no alias"] += 1
             return
         self.seen["aliases"] += 1
-        self.root.items[aliasName] = Node(LINK, target=filePath)
-
-    def exists(self, path):
-        node = self.root
-        for name in path[len(self.path) + 1:].split(b"/"):
-            if not node.isFolder or name not in node.items:
-                return False
-            node = node.items[name]
-        return True
+        alias = self.root.items[aliasName] = Node(LINK, target=filePath)
+        # By the item directly in the folder that the file is, or lies in.
+        self.aliases.setdefault((*place, name)[0], []).append(alias)
 
     # After the handling ------------------------------------------------------------------------
 
@@ -227,6 +201,10 @@ class Flattening:
                 continue
             self.seen["collated"] += 1
             folder.items[name] = self.root.items.pop(name)
+            for alias in self.aliases.get(name, ()):  # An alias follows its file.
+                oldStart, newStart = (b"/".join((self.path, *rest))
+                                      for rest in ((name,), (extension, name)))
+                alias.target = newStart + alias.target[len(oldStart):]
 
 
 def canonical(node):

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -35,6 +36,7 @@ const std::vector<Rules> &AllRules() {
       {"Aliases", 2, true, true, false, true},
       {"UsualByLinking", 1, true, true, false, false, true},
       {"EverythingOnByLinking", 1, true, false, true, true, true},
+      {"EverythingOnByPlaceHolders", 1, true, true, true, true, false, true},
   };
   return rules;
 }
@@ -42,6 +44,12 @@ const std::vector<Rules> &AllRules() {
 int RefusalOf(const TreeChange &change, const Rules &rules) {
   const std::string_view operation(change.operation);
   if (rules.isLinking) return operation == "rename" ? EINVAL : 0;
+  if (rules.isHolding) {
+    static bool isHeld = false;
+    if (operation == "rename") return std::exchange(isHeld, false) ? 0 : EINVAL;
+    isHeld = operation == "hold";
+    return operation == "link" ? EPERM : 0;
+  }
   if (operation != "unlink" && operation != "rmdir") return 0;
   struct stat item;
   const bool isThere =
@@ -170,7 +178,10 @@ std::string CPreciousTreeTest::Damage(const Allowed &allowed) const {
       }
     }
   }
-  for (const auto &[content, found] : places) damage += "\"" + content + "\" is new\n";
+  for (const auto &[content, found] : places) {
+    const bool isPlaceHolder = content.empty() && GetParam().isHolding && allowed.temporaryNames;
+    if (!isPlaceHolder) damage += "\"" + content + "\" is new: " + found[0] + "\n";
+  }
   if (PortraitOfBeside() != beside_) damage += "what lies beside it was changed\n";
   return damage;
 }

@@ -20,6 +20,7 @@ struct Rules {
   bool deletesFolders = false;
   bool collates = false;
   bool isLinking = false;  ///< on a file system that cannot be told to rename without replacing
+  bool isHolding = false;  ///< on one that has no links either
 };
 const std::vector<Rules> &AllRules();
 std::string NameOfRules(const testing::TestParamInfo<Rules> &rules);
@@ -27,7 +28,8 @@ std::string NameOfRules(const testing::TestParamInfo<Rules> &rules);
 void PrintTo(const Rules &rules, std::ostream *out);
 
 /// What the file system of these rules has to say before a change: the kernel's flag is refused by
-/// one that is linking; any other refuses to remove what is locked, as if it were immutable.
+/// one that is linking or holding; any other refuses to remove what is locked, as if it were
+/// immutable.
 int RefusalOf(const TreeChange &change, const Rules &rules);
 
 /// Follows the rules that are its parameter.

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -10,55 +9,9 @@
 #include <set>
 #include <string>
 
-#include "platform/posix/tree_changes.h"
 #include "platform/utilities.h"
-#include "tests/support/temporary_folder.h"
 
 namespace {
-
-class Workspace : public testing::Test {
- protected:
-  void TearDown() override { SetTreeChangeFault(nullptr); }
-
-  OSStatus Move(std::string_view source, std::string_view destination,
-                const std::vector<std::string> &files,
-                std::string_view operation = NSWorkspaceMoveOperation) const {
-    int tag = 7;
-    const bool isDone = NSWorkspace::sharedWorkspace().performFileOperation(
-        operation, folder_.PathOf(source), folder_.PathOf(destination), files, &tag);
-    EXPECT_EQ(isDone, tag == noErr);
-    return tag;
-  }
-
-  CTemporaryFolder folder_;
-};
-
-TEST_F(Workspace, MovesWithoutEverReplacing) {
-  folder_.WriteFile("from/folder/x", "2");
-  folder_.WriteFile("from/taken", "new");
-  folder_.WriteFile("from/later", "3");
-  folder_.WriteFile("to/taken", "old");
-  folder_.MakeSymbolicLink("elsewhere", "to");
-  EXPECT_EQ(Move("from", "to", {"folder"}), noErr);
-  EXPECT_EQ(Move("from", "to", {"taken", "later"}), dupFNErr);
-  EXPECT_EQ(Move("from", "to", {"missing"}), fnfErr);
-  EXPECT_EQ(Move("from", "to/taken", {"later"}), dirNFErr);
-  EXPECT_EQ(Move("from", "elsewhere", {"later"}), dirNFErr);
-  EXPECT_EQ(Move("from", "to", {"later"}, "destroy"), paramErr);
-  for (const char *name : {"", ".", "..", "../from/later"}) {
-    EXPECT_EQ(Move("from", "to", {name}), paramErr) << name;
-  }
-  EXPECT_EQ(folder_.Tree(), (CTemporaryFolder::Contents{
-                                {"elsewhere", "-> to"},
-                                {"from/", ""},
-                                {"from/later", "3"},
-                                {"from/taken", "new"},
-                                {"to/", ""},
-                                {"to/folder/", ""},
-                                {"to/folder/x", "2"},
-                                {"to/taken", "old"},
-                            }));
-}
 
 /// What NSLog writes to standard error when that is a terminal.
 std::string LoggedOnTerminal(const char *text) {
