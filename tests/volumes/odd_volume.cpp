@@ -10,7 +10,7 @@
 ///   numbers=item     each item has an inode number of its own, as usual
 ///          =zero     all have the number 0 (=same: 42)
 ///          =path     the number goes with the path, so that renaming changes it
-///          =changing another one at every look
+///          =changing another one at every look at the item, or, with lasts=N, at every Nth
 ///   flags=no         a rename cannot be told not to replace: EINVAL
 ///   links=own        a second name is an item of its own, with the same content
 ///        =EPERM ...  a second name is refused with that error
@@ -56,9 +56,9 @@ namespace {
 
 /// How the volume behaves, with the usual values to begin with.
 std::map<std::string, std::string> odd = {
-    {"cache", "0"},   {"case", "yes"},  {"delay", "0"}, {"fail", ""},       {"flags", "yes"},
-    {"heal", "no"},   {"links", "yes"}, {"log", ""},    {"names", "bytes"}, {"numbers", "item"},
-    {"requests", ""}, {"room", "-1"},   {"times", "1"}, {"types", "yes"},
+    {"cache", "0"},      {"case", "yes"},  {"delay", "0"},   {"fail", ""},   {"flags", "yes"},
+    {"heal", "no"},      {"lasts", "1"},   {"links", "yes"}, {"log", ""},    {"names", "bytes"},
+    {"numbers", "item"}, {"requests", ""}, {"room", "-1"},   {"times", "1"}, {"types", "yes"},
 };
 
 bool Is(const char *key, std::string_view value) {
@@ -92,6 +92,7 @@ struct Item {
   std::shared_ptr<std::string> content = std::make_shared<std::string>();  ///< or a link's target
   std::map<std::string, Item *, NameOrder> items;
   fuse_ino_t node = 0;
+  ino_t looks = 0;         ///< at its number
   Item *folder = nullptr;  ///< where it was put last,
   std::string name;        ///< and under which name
 
@@ -113,11 +114,11 @@ timespec Now() {
   return {now.tv_sec - now.tv_sec % (step / kSecond), 0};
 }
 
-ino_t NumberOf(const Item &item) {
-  static ino_t looks = 1'000'000'000;
+ino_t NumberOf(Item &item) {
   if (Is("numbers", "zero")) return 0;
   if (Is("numbers", "same")) return 42;
-  if (Is("numbers", "changing")) return ++looks;
+  if (Is("numbers", "changing"))
+    return 1'000'000 * item.node + item.looks++ / static_cast<ino_t>(Number("lasts"));
   if (Is("numbers", "item")) return 1000 + item.node;
   std::string path;
   for (const Item *at = &item; at != nullptr; at = at->folder) path += at->name + '/';
@@ -187,7 +188,7 @@ Item *ItemOf(fuse_ino_t node) {
   return &allItems[node - FUSE_ROOT_ID];
 }
 
-struct stat StatusOf(const Item &item) {
+struct stat StatusOf(Item &item) {
   struct stat status = item.status;
   status.st_ino = NumberOf(item);
   status.st_size = static_cast<off_t>(item.IsFolder() ? 4096 : item.content->size());
@@ -273,7 +274,7 @@ void Lookup(fuse_req_t request, fuse_ino_t parent, const char *name) {
 
 void GetAttributes(fuse_req_t request, fuse_ino_t node, fuse_file_info *) {
   Begin("getattr");
-  const Item *item = ItemOf(node);
+  Item *item = ItemOf(node);
   if (Refuse(request, FailureOf(item->name, "look"))) return;
   const struct stat status = StatusOf(*item);
   fuse_reply_attr(request, &status, CacheTime());
