@@ -63,22 +63,23 @@ bool IsSameItem(const Place &first, const Place &second) {
   return LookAt(first, &a) && LookAt(second, &b) && a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-/// Whether both are there and agree in all that two names of one item agree in, their inode numbers
-/// aside.
-bool LookAlike(const Place &first, const Place &second) {
-  struct stat a;
-  struct stat b;
-  return LookAt(first, &a) && LookAt(second, &b) && a.st_mode == b.st_mode &&
-         a.st_uid == b.st_uid && a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec &&
-         a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+bool IsSameTime(const timespec &a, const timespec &b) {
+  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
-/// Removes a name of an item that has the other one too, as far as `areOne` can tell, and nothing
+/// Whether an item is the one that was looked at, told without its inode number.
+bool IsUnchanged(const Place &place, const struct stat &then) {
+  struct stat now;
+  return LookAt(place, &now) && now.st_mode == then.st_mode && now.st_size == then.st_size &&
+         IsSameTime(now.st_mtim, then.st_mtim) && IsSameTime(now.st_ctim, then.st_ctim);
+}
+
+/// Removes a name of an item that has another name too, while `isStillIt` says so, and nothing
 /// else: a program that saves by renaming may have put a new file there.
-template <typename AreOne>
-int RemoveSecondName(const Place &place, const Place &other, AreOne areOne) {
+template <typename IsStillIt>
+int RemoveSecondName(const Place &place, IsStillIt isStillIt) {
   return Change({"unlink", place.name, place.folder}, [&] {
-    if (areOne(place, other)) return unlinkat(place.folder.descriptor, place.name, 0);
+    if (isStillIt()) return unlinkat(place.folder.descriptor, place.name, 0);
     errno = ESTALE;
     return -1;
   });
@@ -94,18 +95,23 @@ int LinkThenUnlink(const Place &from, const Place &to) {
   });
   if (IsRefusalToLink(error)) return EOPNOTSUPP;
   if (error != 0) return error;
-  // Some network and union file systems give each name an inode of its own. Which of the two is a
-  // copy, should they ever be, cannot be told, so the new one goes.
-  if (!IsSameItem(from, to) && LookAlike(from, to)) {
-    error = RemoveSecondName(to, from, LookAlike);
+  struct stat old;
+  struct stat made;
+  if (LookAt(from, &old) && LookAt(to, &made) &&
+      (old.st_dev != made.st_dev || old.st_ino != made.st_ino) &&
+      (made.st_mode & S_IFMT) == (old.st_mode & S_IFMT) && made.st_size == old.st_size) {
+    // Some network and union file systems give each name an inode of its own. Whether one of the
+    // two is a copy cannot be told there, so the new one goes.
+    error = RemoveSecondName(to, [&] { return IsUnchanged(to, made); });
     return error == 0 ? EOPNOTSUPP : error;
   }
-  error = RemoveSecondName(from, to, IsSameItem);
+  const auto areOne = [&] { return IsSameItem(from, to); };
+  error = RemoveSecondName(from, areOne);
   if (error == 0) return 0;
   // When another program has taken the old name away, the file has moved all the same.
-  if (!IsSameItem(from, to)) return IsThere(to) ? 0 : error;
+  if (!areOne()) return IsThere(to) ? 0 : error;
   // With the old name still there the new one has to go, or the file would be in two places.
-  (void)RemoveSecondName(to, from, IsSameItem);
+  (void)RemoveSecondName(to, areOne);
   return error;
 }
 
