@@ -69,7 +69,7 @@ OSErr IterateFolderTree(const FSRef &container, std::uint32_t maxLevels,
                         FSCatalogInfoBitmap whichInfo, bool wantSpec, bool wantName,
                         DescendMode descendMode, ItemFilterProc filter, void *userData) {
   if (filter == nullptr) return paramErr;
-  FolderWalkState state;
+  FolderWalkState state{};
   state.filter = filter;
   state.whichInfo = whichInfo | kFSCatInfoNodeFlags;
   state.ref = container;

@@ -1,7 +1,7 @@
 #include "platform/posix/disk_names.h"
 
 #include <algorithm>
-#include <iterator>
+#include <type_traits>
 
 #include "platform/posix/plain_text.h"
 
@@ -9,6 +9,7 @@ namespace {
 
 constexpr char16_t kFirstByteSurrogate = 0xDC80;
 constexpr char16_t kLastByteSurrogate = 0xDCFF;
+constexpr std::size_t kMostUnits = std::extent_v<decltype(HFSUniStr255::unicode)>;
 
 unsigned char ByteAt(std::string_view bytes, std::size_t index) {
   return static_cast<unsigned char>(bytes[index]);
@@ -95,13 +96,13 @@ std::u16string TextFromDisk(std::string_view bytes) {
 }
 
 bool NameFromDisk(std::string_view bytes, HFSUniStr255 *name) {
-  if (bytes.size() <= std::size(name->unicode)) {
+  if (bytes.size() <= kMostUnits) {
     name->length = static_cast<std::uint16_t>(Decode(bytes, name->unicode));
     return true;
   }
   // Only characters of several bytes can bring it within the limit.
   const std::u16string text = TextFromDisk(bytes);
-  if (text.size() > std::size(name->unicode)) return false;
+  if (text.size() > kMostUnits) return false;
   std::ranges::copy(text, name->unicode);
   name->length = static_cast<std::uint16_t>(text.size());
   return true;

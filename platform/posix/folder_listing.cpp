@@ -85,7 +85,8 @@ class CListingStore {
     const bool isCurrent = latest_ != nullptr && latest_->Error() == noErr &&
                            IsSameReference(latestFolder_, folder) &&
                            IsListingCurrent(latest_->Folder());
-    return isCurrent ? std::move(latest_) : OpenAndList(folder);
+    if (isCurrent) return std::move(latest_);
+    return OpenAndList(folder);
   }
 
   const CFolderListing &LookInto(const FSRef &folder) {
@@ -131,8 +132,8 @@ class CListingStore {
     if (reference.folder != 0) error = EnterFolderForListing(reference, &index, &descriptor);
     if (error != noErr) return std::make_unique<CFolderListing>(error);
     std::unique_ptr<CFolderListing> listing = TakeKept(index);
-    return listing != nullptr ? std::move(listing)
-                              : std::make_unique<CFolderListing>(index, descriptor);
+    if (listing == nullptr) listing = std::make_unique<CFolderListing>(index, descriptor);
+    return listing;
   }
 
   /// The kept listing of a folder that has just been entered; null when it was changed since.
