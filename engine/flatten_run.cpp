@@ -177,7 +177,7 @@ void HandleCollectedFiles() {
     HandleFile(files.refs[i]);
     FormatStatusText(2, "(%d of %d)", i + 1, files.count);
     // The bar shows what was done before this file, on purpose: it never reaches its end.
-    SetControlValue(MainWindow.progressBar, ProgressValue(ProgressAmount(i), files.count));
+    SetControlValue(MainWindow.progressBar, ProgressValue(i, files.count));
   }
   HideControl(MainWindow.progressBar);
 }

@@ -32,8 +32,7 @@ void CollectItem(const FSRef &item) {
   CollectedFileList &files = FlattenRun.CollectedFiles;
   if (files.collected < files.count) files.refs[files.collected] = item;
   ++files.collected;
-  SetControlValue(MainWindow.progressBar,
-                  ProgressValue(ProgressAmount(files.collected), files.count));
+  SetControlValue(MainWindow.progressBar, ProgressValue(files.collected, files.count));
   FormatStatusText(2, "(%d of %d)", files.collected, files.count);
   if (files.collected % kItemsBetweenYields == 0) YieldToEvents();
 }

@@ -1,13 +1,13 @@
 #include "engine/progress.h"
 
+#include <algorithm>
+
 #include "app/main_window.h"
 
-std::int32_t ProgressAmount(std::int32_t items) {
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(items) * kProgressMaximum);
-}
-
-std::int16_t ProgressValue(std::int32_t amount, std::int32_t count) {
-  return static_cast<std::int16_t>(amount / count);
+std::int16_t ProgressValue(std::int32_t done, std::int32_t count) {
+  // In 64 bits, or the bar would lie from 65,539 items on.
+  const std::int64_t value = std::int64_t{done} * kProgressMaximum / count;
+  return static_cast<std::int16_t>(std::min<std::int64_t>(value, kProgressMaximum));
 }
 
 void ShowProgress() {
