@@ -1,7 +1,6 @@
 #include "app/status_display.h"
 
 #include "app/main_window.h"
-#include "fsutil/mac_roman.h"
 #include "platform/events.h"
 
 void YieldToEvents() {
@@ -32,6 +31,6 @@ OSErr GetItemNameAsCString(const FSRef &item, ShortString &name) {
   HFSUniStr255 unicodeName;
   const OSErr error =
       FSGetCatalogInfo(item, kFSCatInfoNone, nullptr, &unicodeName, nullptr, nullptr);
-  if (error == noErr) ConvertUnicodeToMacRoman(name, unicodeName.View());
+  if (error == noErr) ConvertUnicodeToUtf8(name, unicodeName.View());
   return error;
 }

@@ -1,6 +1,6 @@
 /// The two status lines of the main window, and the yield that keeps it alive.
 ///
-/// Texts are Mac Roman, at most 255 bytes; what is longer is shown cut.
+/// Texts are UTF-8, at most 255 bytes; what is longer is shown cut, at a whole character.
 #pragma once
 
 #include "fsutil/short_strings.h"
@@ -30,5 +30,5 @@ void FormatStatusText(std::int32_t line, const char *format, Values... values) {
 /// an empty control.
 OSStatus SetControlTextAndDraw(ControlRef control, const PascalString &text, bool redraw);
 
-/// The name of an item as status texts show it. On failure `name` is left as it was.
+/// The name of an item as status texts show it: bytes of it that are no text are U+FFFD. On failure `name` is left as it was.
 OSErr GetItemNameAsCString(const FSRef &item, ShortString &name);

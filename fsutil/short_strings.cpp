@@ -6,9 +6,25 @@
 #include <string>
 #include <system_error>
 
-#include "fsutil/mac_roman.h"
+#include "platform/strings.h"
 
 namespace {
+
+bool IsWithinCharacter(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
+/// How many bytes of `text` are taken where there is room for `room`: all, or as many whole
+/// characters as fit.
+std::size_t LengthWithin(const char *text, std::size_t room) {
+  constexpr std::size_t kLongestCharacter = 4;
+  const std::size_t length = strnlen(text, room);
+  if (length < room) return length;
+  for (std::size_t back = 0; back < std::min(kLongestCharacter, length + 1); ++back) {
+    if (!IsWithinCharacter(text[length - back])) return length - back;
+  }
+  return length;  // Not UTF-8: there is no character to keep whole.
+}
 
 bool IsPlace(const char *format) {
   return format[0] == '%' && (format[1] == 's' || format[1] == 'd');
@@ -37,14 +53,18 @@ char *CopyBoundedCString(ShortString &destination, const char *source) {
 char *AppendBoundedCString(ShortString &destination, const char *source) {
   if (source == nullptr) return destination;
   const std::size_t length = std::strlen(destination);
-  const std::size_t count = strnlen(source, kShortStringLimit - length);
+  const std::size_t count = LengthWithin(source, kShortStringLimit - length);
   std::memcpy(destination + length, source, count);
   destination[length + count] = '\0';
   return destination;
 }
 
+void ConvertUnicodeToUtf8(ShortString &outText, std::u16string_view text) {
+  (void)CFStringGetCString(text, outText, sizeof outText, kCFStringEncodingUTF8);
+}
+
 char *CopyCFStringToCString(ShortString &destination, std::u16string_view source) {
-  ConvertUnicodeToMacRoman(destination, source);
+  ConvertUnicodeToUtf8(destination, source);
   return destination;
 }
 
@@ -72,15 +92,16 @@ char *AppendDecimalNumber(ShortString &destination, std::int32_t value) {
 void FormatCString(ShortString &destination, const char *format,
                    std::initializer_list<FormatValue> values) {
   char *at = destination;
-  char *const end = destination + kShortStringLimit;
+  char *end = destination + kShortStringLimit;
   for (const FormatValue &value : values) {
     while (*format != '\0' && !IsPlace(format) && at < end) *at++ = *format++;
     if (!IsPlace(format)) break;
     format += 2;
     if (const char *const *text = std::get_if<const char *>(&value)) {
-      const std::size_t count = strnlen(*text, static_cast<std::size_t>(end - at));
+      const std::size_t count = LengthWithin(*text, static_cast<std::size_t>(end - at));
       std::memcpy(at, *text, count);
       at += count;
+      if ((*text)[count] != '\0') end = at;  // Nothing may follow a text that was cut.
     } else {
       at = WriteDecimalNumber(at, end, std::get<std::int32_t>(value));
     }
@@ -95,7 +116,7 @@ void ReverseCString(char *text) {
 }
 
 void CopyCStringToPascal(const char *source, PascalString &destination) {
-  const std::size_t length = strnlen(source, kShortStringLimit);
+  const std::size_t length = LengthWithin(source, kShortStringLimit);
   destination[0] = static_cast<std::uint8_t>(length);
   std::memcpy(destination + 1, source, length);
 }

@@ -34,7 +34,7 @@ using ControlPartCode = std::int16_t;
 inline constexpr ControlPartCode kControlEntireControl = 0;
 inline constexpr OSType kControlStaticTextTextTag = FourChars("text");
 
-/// Sets data of a control; only the text is known, Mac Roman bytes that are copied. Each text
+/// Sets data of a control; only the text is known, UTF-8 that is copied. Each text
 /// reaches the control, in order; what a person sees of them is brought up to date as often as a
 /// person can notice.
 OSStatus SetControlData(ControlRef control, ControlPartCode part, OSType tag, std::size_t size,

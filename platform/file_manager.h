@@ -75,8 +75,6 @@ inline constexpr std::uint16_t kHasBundle = 0x2000;
 inline constexpr std::uint16_t kIsInvisible = 0x4000;
 
 using TextEncoding = std::uint32_t;
-inline constexpr TextEncoding kTextEncodingMacRoman = 0;
-inline constexpr TextEncoding kTextEncodingUnicodeDefault = 0x100;
 inline constexpr TextEncoding kTextEncodingUnknown = 0xFFFF;
 
 /// Only the fields that were asked for are set.

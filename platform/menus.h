@@ -17,7 +17,7 @@ void EnableMenuCommand(MenuRef menu, OSType commandID);
 OSStatus HMGetHelpMenu(MenuRef *menu, MenuItemIndex *firstCustomItem);
 
 /// Inserts an item after the one at `afterItem` (0: as the first). `pascalText` is a length byte
-/// and that many Mac Roman bytes.
+/// and that many bytes of UTF-8.
 void InsertMenuItem(MenuRef menu, const std::uint8_t *pascalText, MenuItemIndex afterItem);
 OSStatus SetMenuItemCommandID(MenuRef menu, MenuItemIndex item, OSType commandID);
 EventTargetRef GetMenuEventTarget(MenuRef menu);

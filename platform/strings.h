@@ -1,9 +1,11 @@
-/// Core Foundation strings, as far as paths need them.
+/// Core Foundation strings, as far as paths and the texts that are shown need them.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 using CFStringEncoding = std::uint32_t;
 inline constexpr CFStringEncoding kCFStringEncodingUTF8 = 0x08000100;
@@ -12,3 +14,10 @@ inline constexpr CFStringEncoding kCFStringEncodingUTF8 = 0x08000100;
 /// become lone surrogates, as in names, so the path of every item can be had.
 std::optional<std::u16string> CFStringCreateWithCString(const char *text,
                                                         CFStringEncoding encoding);
+
+/// Writes a text to be shown, zero-terminated, into a buffer of `size` bytes; where that is full
+/// the text is cut between two characters. A surrogate that is no half of a pair, as those that
+/// stand for bytes of a name, becomes U+FFFD. Answers false, with nothing written, in any encoding
+/// but UTF-8.
+bool CFStringGetCString(std::u16string_view text, char *buffer, std::size_t size,
+                        CFStringEncoding encoding);

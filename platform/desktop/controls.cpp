@@ -64,7 +64,7 @@ void Draw(OpaqueControl &control) {
   if (control.isValueChanged) SetValueOfWidget(control.widget, control);
   auto *line = qobject_cast<StatusLine *>(control.widget);
   if (line != nullptr && control.isTextChanged)
-    line->ShowText(TextFromMacRoman({control.text.data(), control.textLength}));
+    line->ShowText(TextFromUtf8({control.text.data(), control.textLength}));
   control.widget->setEnabled(control.isEnabled);
   // Qt would hand the focus of what is hidden on to its neighbour: the Stop button must not get it
   // unasked, nor the folder that a stray key would open.

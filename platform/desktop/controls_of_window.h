@@ -24,7 +24,7 @@ struct OpaqueControl {
   std::int16_t minimum = 0;
   std::int16_t maximum = 1;
   std::int16_t value = 0;
-  std::array<std::uint8_t, 255> text{};  ///< Mac Roman
+  std::array<std::uint8_t, 255> text{};  ///< UTF-8
   std::uint8_t textLength = 0;
 
   bool isChanged = false;       ///< waits to be drawn

@@ -77,7 +77,7 @@ OSStatus HMGetHelpMenu(MenuRef *helpMenu, MenuItemIndex *firstCustomItem) {
 void InsertMenuItem(MenuRef menu, const std::uint8_t *pascalText, MenuItemIndex afterItem) {
   if (menu == nullptr || pascalText == nullptr) return;
   auto *item =
-      new QAction(LabelText(TextFromMacRoman({pascalText + 1, pascalText[0]})), menu->menu);
+      new QAction(LabelText(TextFromUtf8({pascalText + 1, pascalText[0]})), menu->menu);
   ConnectItem(item, menu->target);
   menu->menu->insertAction(menu->menu->actions().value(afterItem), item);
 }

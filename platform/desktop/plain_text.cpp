@@ -1,20 +1,8 @@
 #include "platform/desktop/plain_text.h"
 
-#include <array>
-
-#include "platform/text_encoding.h"
-
-QString TextFromMacRoman(std::span<const std::uint8_t> bytes) {
-  std::array<char16_t, 512> text;
-  std::size_t read = 0;
-  std::size_t written = 0;
-  TECObjectRef converter = nullptr;
-  if (TECCreateConverter(&converter, kTextEncodingMacRoman, kTextEncodingUnicodeDefault) != noErr)
-    return {};
-  (void)TECConvertText(converter, bytes.data(), bytes.size(), &read, text.data(), sizeof text,
-                       &written);
-  (void)TECDisposeConverter(converter);
-  return QString::fromUtf16(text.data(), static_cast<qsizetype>(written / sizeof(char16_t)));
+QString TextFromUtf8(std::span<const std::uint8_t> bytes) {
+  return QString::fromUtf8(reinterpret_cast<const char *>(bytes.data()),
+                           static_cast<qsizetype>(bytes.size()));
 }
 
 QString OneLine(QStringView text) {

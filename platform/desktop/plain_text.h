@@ -4,10 +4,9 @@
 #include <QByteArray>
 #include <QString>
 #include <span>
-#include <string_view>
 
-/// Mac Roman bytes as text.
-QString TextFromMacRoman(std::span<const std::uint8_t> bytes);
+/// UTF-8 as controls and menus get it, as text.
+QString TextFromUtf8(std::span<const std::uint8_t> bytes);
 
 /// The text with a blank for each character that would break the line or turn its direction around,
 /// and the replacement character for each half of a pair.

@@ -41,26 +41,36 @@ std::size_t Decode(std::string_view bytes, char16_t *out) {
   return length;
 }
 
-void AppendUtf8(char32_t codePoint, std::string *bytes) {
-  const auto append = [bytes](char32_t byte) { bytes->push_back(static_cast<char>(byte)); };
+}  // namespace
+
+std::size_t WriteUtf8(char32_t codePoint, char *out) {
+  char *at = out;
+  const auto write = [&at](char32_t byte) { *at++ = static_cast<char>(byte); };
   if (codePoint < 0x80) {
-    append(codePoint);
+    write(codePoint);
   } else if (codePoint < 0x800) {
-    append(0xC0 | codePoint >> 6);
-    append(0x80 | (codePoint & 0x3F));
+    write(0xC0 | codePoint >> 6);
+    write(0x80 | (codePoint & 0x3F));
   } else if (codePoint < 0x10000) {
-    append(0xE0 | codePoint >> 12);
-    append(0x80 | (codePoint >> 6 & 0x3F));
-    append(0x80 | (codePoint & 0x3F));
+    write(0xE0 | codePoint >> 12);
+    write(0x80 | (codePoint >> 6 & 0x3F));
+    write(0x80 | (codePoint & 0x3F));
   } else {
-    append(0xF0 | codePoint >> 18);
-    append(0x80 | (codePoint >> 12 & 0x3F));
-    append(0x80 | (codePoint >> 6 & 0x3F));
-    append(0x80 | (codePoint & 0x3F));
+    write(0xF0 | codePoint >> 18);
+    write(0x80 | (codePoint >> 12 & 0x3F));
+    write(0x80 | (codePoint >> 6 & 0x3F));
+    write(0x80 | (codePoint & 0x3F));
   }
+  return static_cast<std::size_t>(at - out);
 }
 
-}  // namespace
+std::optional<char32_t> TakeCharacter(std::u16string_view text, std::size_t *at) {
+  const char16_t unit = text[(*at)++];
+  if (unit < 0xD800 || unit > 0xDFFF) return unit;
+  if (unit > 0xDBFF || *at == text.size() || text[*at] < 0xDC00 || text[*at] > 0xDFFF)
+    return std::nullopt;
+  return 0x10000 + ((static_cast<char32_t>(unit) - 0xD800) << 10) + (text[(*at)++] - 0xDC00);
+}
 
 std::size_t Utf8SequenceLength(std::string_view bytes, std::size_t start, char32_t *codePoint) {
   const unsigned char lead = ByteAt(bytes, start);
@@ -113,16 +123,12 @@ bool TextToDisk(std::u16string_view text, std::string *bytes) {
   const std::size_t plain = CopyPlainText(text, bytes->data());
   bytes->resize(plain);
   if (bytes->find('\0') != std::string::npos) return false;
-  for (std::size_t i = plain; i < text.size(); ++i) {
+  for (std::size_t i = plain; i < text.size();) {
     const char16_t unit = text[i];
     if (unit == 0) return false;
-    if (unit < 0xD800 || unit > 0xDFFF) {
-      AppendUtf8(unit, bytes);
-    } else if (unit < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
-               text[i + 1] <= 0xDFFF) {
-      AppendUtf8(0x10000 + ((static_cast<char32_t>(unit) - 0xD800) << 10) + (text[i + 1] - 0xDC00),
-                 bytes);
-      ++i;
+    if (const std::optional<char32_t> character = TakeCharacter(text, &i)) {
+      char sequence[kLongestUtf8];
+      bytes->append(sequence, WriteUtf8(*character, sequence));
     } else if (unit >= kFirstByteSurrogate && unit <= kLastByteSurrogate) {
       bytes->push_back(static_cast<char>(unit - 0xDC00));
     } else {

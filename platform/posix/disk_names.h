@@ -5,6 +5,7 @@
 /// trip.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,15 @@
 /// The length of the valid UTF-8 sequence that starts at `start`, and its code point; 0 when there
 /// is none. Overlong forms, surrogates and what lies beyond U+10FFFF are not valid (RFC 3629).
 std::size_t Utf8SequenceLength(std::string_view bytes, std::size_t start, char32_t *codePoint);
+
+inline constexpr std::size_t kLongestUtf8 = 4;
+
+/// Writes the sequence of a code point to `out` and returns its length.
+std::size_t WriteUtf8(char32_t codePoint, char *out);
+
+/// Reads the character at `at`, which is below the text's length, and moves `at` behind it. Answers
+/// nothing for a surrogate that is no half of a pair; `at` is then one further.
+std::optional<char32_t> TakeCharacter(std::u16string_view text, std::size_t *at);
 
 std::u16string TextFromDisk(std::string_view bytes);
 /// The same into a fixed name; false, and nothing is set, for more than 255 units.

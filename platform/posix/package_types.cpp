@@ -1,19 +1,27 @@
 #include "platform/posix/package_types.h"
 
 #include <sys/stat.h>
-#include <unicode/uchar.h>
 
+#include <cwctype>
 #include <string>
 
 #include "platform/posix/config_folders.h"
 #include "platform/posix/disk_names.h"
 #include "platform/posix/resource_files.h"
 #include "platform/posix/safe_file.h"
+#include "platform/posix/unicode_locale.h"
 
 namespace {
 
 constexpr std::string_view kFileName = "package-types";
 constexpr std::size_t kLargestFile = std::size_t{1024} * 1024;
+
+/// ASCII alone where the system knows no more.
+char16_t LowerCase(char16_t unit) {
+  if (unit < 0x80 || UnicodeLocale() == nullptr)
+    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
+  return static_cast<char16_t>(towlower_l(unit, UnicodeLocale()));
+}
 
 void AddLine(std::string_view line, PackageTypes *types) {
   constexpr std::string_view kSpaces = " \t\r";
@@ -48,7 +56,7 @@ PackageTypes LoadPackageTypes() {
 std::u16string FoldedExtension(std::u16string_view extension) {
   std::u16string folded(extension);
   for (char16_t &unit : folded) {
-    unit = static_cast<char16_t>(u_foldCase(unit, U_FOLD_CASE_DEFAULT));
+    unit = LowerCase(unit);
   }
   return folded;
 }

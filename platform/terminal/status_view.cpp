@@ -22,7 +22,7 @@ struct View {
   bool isBusy = false;
   bool isBarShown = false;
   bool isLine2Shown = false;
-  std::string line1;    ///< of the run in hand; Mac Roman, like line 2
+  std::string line1;    ///< of the run in hand; UTF-8, like line 2
   std::string counter;  ///< what line 2 said last of it
   double progress = 0;  ///< 0 to 1
 
@@ -32,9 +32,8 @@ struct View {
 
 View view;
 
-std::string Cut(std::u16string text, std::size_t columns) {
-  if (text.size() > columns) text.resize(columns);
-  return TerminalText(text);
+std::string Cut(std::string_view text, std::size_t columns) {
+  return std::string(CutToColumns(TerminalTextFromDisk(text), columns));
 }
 
 std::string Bar(std::size_t columns) {
@@ -48,9 +47,8 @@ std::string Bar(std::size_t columns) {
 std::vector<std::string> LinesToDraw() {
   if (!view.isBusy) return {};
   const auto [columns, rows] = CScreen::CurrentSize();
-  std::vector<std::string> lines{Cut(TextFromMacRoman(view.line1), columns)};
-  if (view.isLine2Shown && !view.counter.empty())
-    lines.push_back(Cut(TextFromMacRoman(view.counter), columns));
+  std::vector<std::string> lines{Cut(view.line1, columns)};
+  if (view.isLine2Shown && !view.counter.empty()) lines.push_back(Cut(view.counter, columns));
   if (view.isBarShown) lines.push_back(Bar(columns));
   // Lines that scrolled off the top could not be drawn over any more.
   if (lines.size() > rows) lines.resize(rows);
@@ -65,8 +63,8 @@ void BeginFolder() {
 
 /// Leaves the two lines that stay of a run.
 void EndFolder(std::string_view elapsedTime) {
-  if (!view.counter.empty()) PrintLine(TerminalText(TextFromMacRoman(view.counter)));
-  PrintLine(TerminalText(TextFromMacRoman(elapsedTime)));
+  if (!view.counter.empty()) PrintLine(TerminalTextFromDisk(view.counter));
+  PrintLine(TerminalTextFromDisk(elapsedTime));
   view.counter.clear();
 }
 
@@ -75,7 +73,7 @@ void ShowLine1(std::string_view text) {
   view.line1 = text;
   // While the bar is shown line 1 changes with every file; without it, it announces a phase.
   if (view.isBarShown) return;
-  if (view.style == Style::kPlainLines) PrintLine(TerminalText(TextFromMacRoman(text)));
+  if (view.style == Style::kPlainLines) PrintLine(TerminalTextFromDisk(text));
   view.nextDrawing = {};
 }
 

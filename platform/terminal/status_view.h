@@ -29,7 +29,7 @@ void PrintLine(std::string_view line);
 void ShowFolderTitle(const std::u16string &title);
 void ShowStatusControl(StatusControl control, bool isShown);
 
-/// `text` is Mac Roman.
+/// `text` is UTF-8.
 void ShowStatusText(StatusControl line, std::string_view text);
 void ShowProgress(std::int16_t minimum, std::int16_t value, std::int16_t maximum);
 

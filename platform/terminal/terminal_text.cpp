@@ -1,7 +1,10 @@
 #include "platform/terminal/terminal_text.h"
 
+#include <algorithm>
+#include <cwchar>
+
 #include "platform/posix/disk_names.h"
-#include "platform/text_encoding.h"
+#include "platform/posix/unicode_locale.h"
 
 namespace {
 
@@ -18,6 +21,28 @@ bool IsObeyed(char16_t unit) {
   return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || (unit >= 0x2028 && unit <= 0x202E) ||
          (unit >= 0x2066 && unit <= 0x2069) || unit == 0x200E || unit == 0x200F || unit == 0x061C;
 }
+
+/// How many columns characters take up: two for the wide ones of East Asia, none for accents that
+/// follow their letter. The C library answers that for the locale in force.
+class CCharacterWidths {
+ public:
+  CCharacterWidths()
+      : usersOwn_(UnicodeLocale() != nullptr ? uselocale(UnicodeLocale()) : nullptr) {}
+  ~CCharacterWidths() {
+    if (usersOwn_ != nullptr) (void)uselocale(usersOwn_);
+  }
+  CCharacterWidths(const CCharacterWidths &) = delete;
+  CCharacterWidths &operator=(const CCharacterWidths &) = delete;
+
+  /// One that the library does not know might be wide: better cut too early than too late.
+  std::size_t Of(char32_t character) const {
+    const int width = wcwidth(static_cast<wchar_t>(character));
+    return width < 0 ? 2 : static_cast<std::size_t>(width);
+  }
+
+ private:
+  locale_t usersOwn_;
+};
 
 }  // namespace
 
@@ -44,15 +69,16 @@ std::string TerminalTextFromDisk(std::string_view bytes) {
   return TerminalText(TextFromDisk(bytes));
 }
 
-std::u16string TextFromMacRoman(std::string_view bytes) {
-  std::u16string text(bytes.size(), u'\0');
-  std::size_t read = 0;
-  std::size_t written = 0;
-  TECObjectRef converter = nullptr;
-  (void)TECCreateConverter(&converter, kTextEncodingMacRoman, kTextEncodingUnicodeDefault);
-  (void)TECConvertText(converter, bytes.data(), bytes.size(), &read, text.data(),
-                       text.size() * sizeof(char16_t), &written);
-  (void)TECDisposeConverter(converter);
-  text.resize(written / sizeof(char16_t));  // What could be converted is shown.
-  return text;
+std::string_view CutToColumns(std::string_view terminalText, std::size_t columns) {
+  const CCharacterWidths widths;
+  std::size_t used = 0;
+  for (std::size_t at = 0; at < terminalText.size();) {
+    char32_t character = 0;
+    const std::size_t length =
+        std::max<std::size_t>(Utf8SequenceLength(terminalText, at, &character), 1);
+    used += widths.Of(character);
+    if (used > columns) return terminalText.substr(0, at);
+    at += length;
+  }
+  return terminalText;
 }

@@ -12,6 +12,5 @@ std::string TerminalText(std::u16string_view text);
 /// The same for bytes as they stand on disk or in an operand.
 std::string TerminalTextFromDisk(std::string_view bytes);
 
-/// Status texts are Mac Roman. One unit is one column wide: the encoding has no wide and no
-/// combining characters.
-std::u16string TextFromMacRoman(std::string_view bytes);
+/// The first characters of a text made fit for a terminal that take up `columns` columns at the most.
+std::string_view CutToColumns(std::string_view terminalText, std::size_t columns);

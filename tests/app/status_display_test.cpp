@@ -36,12 +36,20 @@ TEST_F(StatusDisplay, MissingControlIsLetPass) {
   EXPECT_EQ(Recorder().Calls().back(), "WaitNextEvent");
 }
 
-TEST_F(StatusDisplay, NamesAreShownInMacRoman) {
-  files.WriteFile("caf\xC3\xA9");
+TEST_F(StatusDisplay, NamesAreShownAsTheyAre) {
   files.WriteFile(std::string(255, 'x'));
   ShortString name = "";
-  EXPECT_EQ(GetItemNameAsCString(Ref("caf\xC3\xA9"), name), noErr);
-  EXPECT_STREQ(name, "caf\x8E");
+  for (const auto &[bytes, shown] :
+       {std::pair{"caf\xC3\xA9", "caf\xC3\xA9"},
+        {"e\xCC\x81", "e\xCC\x81"},                                // an accent by itself
+        {"\xE6\x97\xA5\xE6\x9C\xAC", "\xE6\x97\xA5\xE6\x9C\xAC"},  // Japanese
+        {"\xD7\xA9\xD7\x9C.txt", "\xD7\xA9\xD7\x9C.txt"},          // Hebrew
+        {"a\xF0\x9F\x98\x80", "a\xF0\x9F\x98\x80"},                // beyond 16 bits
+        {"b\xFF\xC3.txt", "b\xEF\xBF\xBD\xEF\xBF\xBD.txt"}}) {     // bytes that are no text
+    files.WriteFile(bytes);
+    EXPECT_EQ(GetItemNameAsCString(Ref(bytes), name), noErr);
+    EXPECT_STREQ(name, shown);
+  }
   EXPECT_EQ(GetItemNameAsCString(Ref(std::string(255, 'x')), name), noErr);
   EXPECT_EQ(std::string(name), std::string(255, 'x'));
 

@@ -74,7 +74,9 @@ class OnTerminal(CliCase):
                                  "drop", "(6 of 6)", "Elapsed time"])
 
     def test_file_in_hand_and_the_bar(self):
-        for name, shown in (("caf\u00e9\u2026.txt", "caf\u00e9\u2026.txt"), ("x" * 200, "x" * 21)):
+        # Of 34 columns 21 are left for the name, which is ten characters of Japanese.
+        for name, shown in (("caf\u00e9\u2026.txt", "caf\u00e9\u2026.txt"), ("x" * 200, "x" * 21),
+                            ("\u5199\u771f" * 20, "\u5199\u771f" * 5)):
             for file in ("a", "b", "c", name):
                 self.write(f"photos{name[:1]}/sub/{file}")
             self.assertEqual(self.screen_during(f"photos{name[:1]}", 34),

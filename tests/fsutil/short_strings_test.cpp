@@ -21,6 +21,30 @@ TEST(ShortStrings, CutLongTextAt255Characters) {
   EXPECT_EQ(std::string(pascalText + 1, pascalText + 256), longText.substr(0, 255));
 }
 
+TEST(ShortStrings, CutBetweenTwoCharacters) {
+  for (const std::string character : {"\xC3\xA9", "\xE6\x97\xA5", "\xF0\x9F\x98\x80"}) {
+    for (std::size_t missing = 0; missing <= character.size(); ++missing) {
+      const std::string before(kShortStringLimit - character.size() + missing, 'x');
+      const std::string source = before + character + "y";
+      const std::string expected =
+          missing == 0 ? before + character : source.substr(0, before.size());
+      ShortString text;
+      EXPECT_EQ(std::string(CopyBoundedCString(text, source.c_str())), expected);
+      FormatCString(text, "%s!", {source.c_str()});
+      EXPECT_EQ(text, expected) << "nothing follows what was cut";
+      PascalString pascalText;
+      CopyCStringToPascal(source.c_str(), pascalText);
+      EXPECT_EQ(std::string(pascalText + 1, pascalText + 1 + pascalText[0]), expected);
+    }
+  }
+  // What is not UTF-8 has no characters to keep whole.
+  ShortString text;
+  const std::string stray(300, '\x80');
+  EXPECT_EQ(std::string(CopyBoundedCString(text, stray.c_str())), stray.substr(0, 255));
+  EXPECT_EQ(std::string(CopyCFStringToCString(text, std::u16string(254, u'x') + u"\u00E9")),
+            std::string(254, 'x'));
+}
+
 TEST(ShortStrings, WriteNumbersInDecimal) {
   for (const auto &[value, digits] : {std::pair{0, "0"},
                                       {7, "7"},

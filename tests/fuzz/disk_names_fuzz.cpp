@@ -1,6 +1,8 @@
 #include <cstring>
 
+#include "fsutil/short_strings.h"
 #include "platform/posix/disk_names.h"
+#include "platform/terminal/terminal_text.h"
 #include "tests/fuzz/fuzz.h"
 
 namespace {
@@ -31,6 +33,26 @@ void LookAtText(std::u16string_view text) {
   LookAtBytes(bytes);
 }
 
+/// As a status text, and on a terminal.
+void LookAtWhatIsShown(std::u16string_view text, std::string_view bytes) {
+  ShortString shown;
+  ConvertUnicodeToUtf8(shown, text);
+  const std::size_t length = std::strlen(shown);
+  Require(length <= kShortStringLimit, "a short string is bounded");
+  char32_t character = 0;
+  for (std::size_t at = 0; at < length;) {
+    const std::size_t sequence = Utf8SequenceLength({shown, length}, at, &character);
+    Require(sequence > 0, "what is shown is UTF-8, and ends with a whole character");
+    at += sequence;
+  }
+  const std::string onTerminal = TerminalText(text) + TerminalTextFromDisk(bytes);
+  for (const char byte : onTerminal) {
+    Require(static_cast<unsigned char>(byte) >= 0x20 && byte != 0x7F,
+            "no control character comes to the terminal");
+  }
+  Require(onTerminal.starts_with(CutToColumns(onTerminal, 40)), "a cut text is a beginning");
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
@@ -38,5 +60,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   std::u16string text(size / 2, u'\0');
   if (!text.empty()) std::memcpy(text.data(), data, text.size() * 2);
   LookAtText(text);
+  LookAtWhatIsShown(text, TextOfInput(data, size));
   return 0;
 }

@@ -28,7 +28,7 @@
 /// What the user would see of a control.
 struct OpaqueControl {
   std::string key;   ///< the name under which it is recorded
-  std::string text;  ///< Mac Roman, as it was set
+  std::string text;  ///< UTF-8, as it was set
   std::int16_t value = 0;
   bool shown = true;
 };
