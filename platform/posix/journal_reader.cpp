@@ -1,5 +1,7 @@
 #include "platform/posix/journal_reader.h"
 
+#include <utility>
+
 namespace {
 
 class CReader {
@@ -10,6 +12,9 @@ class CReader {
   bool ReadLine(std::string_view line) {
     CJournalFields fields(line);
     const auto word = fields.Raw();
+    // A change is written down before it is made: that it was made shows by what comes after it.
+    const bool wasDone = std::exchange(isDone_, false);
+    if (wasDone && word != "failed" && word != "unrecorded") ++journal_.filesDone;
     if (word == "hold" || word == "release") return ReadPlaceHolder(fields, word == "hold");
     if (word == "rename" || word == "link") return ReadMove(fields, word == "link");
     if (word == "folder") return ReadFolder(fields);
@@ -25,6 +30,7 @@ class CReader {
     } else if (word == "rmdir" || word == "mkdir" || word == "symlink" || word == "chmod" ||
                word == "chattr") {
       halfMoves_.NoteOtherChange();
+      isDone_ = word == "symlink" && fields.Number() == 0;
     } else {
       return word == "recovered";
     }
@@ -58,6 +64,7 @@ class CReader {
     const auto name = fields.Name();
     const auto to = ReadFolderNumber(fields);
     if (!from || !name || !to) return false;
+    isDone_ = *from != 0 && *to == 0;
     const auto newName = fields.IsAtEnd() ? name : fields.Name();
     if (!newName) return false;
     std::optional<ItemIdentity> item;
@@ -92,6 +99,7 @@ class CReader {
 
   Journal &journal_;
   CHalfMoves halfMoves_;
+  bool isDone_ = false;  ///< the last line says that a file comes to the dropped folder
 };
 
 }  // namespace

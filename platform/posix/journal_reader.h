@@ -22,6 +22,7 @@ struct Journal {
   std::vector<JournalFolder> folders;     ///< by number
   std::vector<HalfMove> halfMoves;        ///< in folders of this journal
   std::vector<PlaceHolder> placeHolders;  ///< likewise
+  std::size_t filesDone = 0;              ///< moved up or given an alias, as far as is certain
   bool isEnded = false;                   ///< nothing is left to do
   bool isToldOf = false;                  ///< the user knows what could not be put right
   std::size_t size = 0;                   ///< of what was understood: all complete lines

@@ -266,6 +266,14 @@ void Append(const CDescriptor &file, std::size_t size, std::string_view text) {
   (void)!pwrite(file.Get(), text.data(), text.size(), static_cast<off_t>(size));
 }
 
+/// What there is to tell of a run that had no item on its way.
+std::string LineOfInterruption(const Journal &journal) {
+  const std::string line = journal.header.path + ": a run was interrupted here";
+  if (journal.filesDone == 0) return line + ", at its beginning";
+  return line + "; at least " + std::to_string(journal.filesDone) +
+         (journal.filesDone == 1 ? " file was" : " files were") + " done, the rest not reached";
+}
+
 /// Puts right what the run of a journal has left, and answers what there is to tell.
 std::vector<std::string> Recover(const CDescriptor &file) {
   std::vector<std::string> lines;
@@ -275,6 +283,7 @@ std::vector<std::string> Recover(const CDescriptor &file) {
   const bool isAllRight = CRecovery(*journal, &lines).PutAllRight();
   std::string addition;
   for (const std::string &line : lines) addition += JournalLineOf("recovered", {line});
+  if (lines.empty() && !journal->isToldOf) lines.push_back(LineOfInterruption(*journal));
   if (isAllRight) {
     addition += JournalLineOf("end", {"interrupted", TimeForJournal()});
   } else if (!journal->isToldOf) {

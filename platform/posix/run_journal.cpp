@@ -60,6 +60,12 @@ void TellThatNoneIsKept(int error) {
                  std::strerror(error) + "); runs go on without one");
 }
 
+/// What the journal says first of a folder cannot be found out. That is the folder's own trouble.
+void TellThatFolderHasNone(const FSRef &folder, int error) {
+  TellOfJournals(PathOnDisk(folder) + ": cannot be looked at (" + std::strerror(error) +
+                 "); its run goes on without a journal");
+}
+
 /// Lists the folders above an open one, by going up until it goes no further.
 int ListFoldersAbove(int descriptor, FolderIdentity folder, std::vector<FolderIdentity> *above) {
   std::optional<CDescriptor> parent;
@@ -125,7 +131,10 @@ std::optional<JournalHeader> FindOverlappingRun(const CJournalFolder &journals,
 /// 0, an `errno` value, or EBUSY with the reason.
 int Begin(const FSRef &folder, std::string *reason) {
   JournalHeader header;
-  if (int error = DescribeRun(folder, &header); error != 0) return error;
+  if (int error = DescribeRun(folder, &header); error != 0) {
+    TellThatFolderHasNone(folder, error);
+    return 0;
+  }
   CJournalFolder journals;
   int error = journals.Open(true);
   if (error == EWOULDBLOCK) {

@@ -108,6 +108,10 @@ class Permissions(CliCase):
                     process = self.start(*options, drop, before=powerless())
                     _, err = process.communicate(timeout=60)
                     self.assertIn(process.returncode, (0, 1), err)
+                    # It is to blame for it, not the folder of the journals.
+                    told = f"{drop}: cannot be looked at (Permission denied)".encode() in err
+                    self.assertEqual(told, mode & 0o100 == 0, err)
+                    self.assertNotIn(self.path("state").encode(), err)
                     os.chmod(drop, 0o755)
                     self.assertEqual(self.tree(drop), before)
 

@@ -162,6 +162,18 @@ TEST_F(InterruptedRun, TellsOnceWhatWasDone) {
   EXPECT_EQ(WithoutUuid(lines[0]), drop + "a.txt: has its new name now" + end);
   EXPECT_NE(WithoutUuid(lines[0]), lines[0]);
   ExpectNothingLost("");
+
+  // Half done is half done, also when no file was on its way.
+  for (const auto &[change, told] : {std::pair{1, ", at its beginning"},
+                                     {4, "; at least 1 file was done, the rest not reached"}}) {
+    MakeTree();
+    ASSERT_TRUE(FlattenUntil(change));
+    EXPECT_EQ(
+        RecoverInterruptedRuns(),
+        (std::vector<std::string>{files.PathOf("drop") + ": a run was interrupted here" + told}));
+    EXPECT_EQ(RecoverInterruptedRuns(), std::vector<std::string>());
+    ExpectNothingLost("");
+  }
 }
 
 TEST_F(InterruptedRun, LeavesAloneWhatIsNotAsTheJournalSays) {

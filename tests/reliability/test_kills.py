@@ -74,7 +74,7 @@ class Kills(CliCase):
             what = f"seed {SEED}, kill {number}, {options}, {environment}, after {seconds:.4f} s"
             hits += self.kill_within(seconds, options, environment)
             _, err = self.run_cli("--quiet", "other")
-            put_right += "a run was interrupted" in err
+            put_right += "a run was interrupted while" in err
             self.assertInOrder(what)
             if number % 4 == 0:
                 self.run_cli("--quiet", "drop")
