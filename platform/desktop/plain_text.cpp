@@ -1,5 +1,7 @@
 #include "platform/desktop/plain_text.h"
 
+#include <QStringList>
+
 QString TextFromUtf8(std::span<const std::uint8_t> bytes) {
   return QString::fromUtf8(reinterpret_cast<const char *>(bytes.data()),
                            static_cast<qsizetype>(bytes.size()));
@@ -26,6 +28,22 @@ QString OneLine(QStringView text) {
     }
   }
   return plain;
+}
+
+QString IsolatedPath(const QString &path) {
+  constexpr QChar kFirstStrongIsolate(0x2068);
+  constexpr QChar kPopDirectionalIsolate(0x2069);
+  QStringList names = path.split(QLatin1Char('/'));
+  for (QString &name : names) {
+    if (!name.isEmpty()) name = kFirstStrongIsolate + name + kPopDirectionalIsolate;
+  }
+  return names.join(QLatin1Char('/'));
+}
+
+QString WithPathIsolated(const QString &line) {
+  const qsizetype end = line.indexOf(QLatin1String(": "));
+  if (!line.startsWith(QLatin1Char('/')) || end < 0) return line;
+  return IsolatedPath(line.left(end)) + line.mid(end);
 }
 
 QString LabelText(const QString &text) {

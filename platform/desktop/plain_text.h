@@ -12,5 +12,13 @@ QString TextFromUtf8(std::span<const std::uint8_t> bytes);
 /// and the replacement character for each half of a pair.
 QString OneLine(QStringView text);
 
-/// The same for a menu item or a button, where "&" would underline the character after it.
+/// A path made up so that each of its names stands in its place whatever script it is written in,
+/// where the line itself is drawn from left to right.
+QString IsolatedPath(const QString &path);
+
+/// The same for a line "PATH: what there is to tell".
+QString WithPathIsolated(const QString &line);
+
+/// The same as OneLine for a menu item or a button, where "&" would underline the character after
+/// it.
 QString LabelText(const QString &text);

@@ -64,7 +64,7 @@ void ProxyIcon::paintEvent(QPaintEvent *) {
   QPainter painter(this);
   const int size = IconSize();
   const QString shown = fontMetrics().elidedText(text(), Qt::ElideMiddle, width() - size - kGap);
-  const int used = size + kGap + fontMetrics().horizontalAdvance(shown);
+  const int used = size + kGap + fontMetrics().horizontalAdvance(IsolatedPath(shown));
   const int left = std::max(0, (width() - used) / 2);
   painter.setOpacity(modified_ ? 0.5 : 1);
   FolderIcon(*this).paint(&painter, left, (height() - size) / 2, size, size);
@@ -73,8 +73,10 @@ void ProxyIcon::paintEvent(QPaintEvent *) {
   font.setUnderline(underMouse());
   painter.setFont(font);
   painter.setPen(palette().color(QPalette::WindowText));
+  // Isolated after it was shortened, which could leave one half of a pair of marks.
   painter.drawText(rect().adjusted(left + size + kGap, 0, 0, 0),
-                   Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine, shown);
+                   Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine | Qt::TextForceLeftToRight,
+                   IsolatedPath(shown));
   if (hasFocus() && window()->testAttribute(Qt::WA_KeyboardFocusChange)) {
     QStyleOptionFocusRect option;
     option.initFrom(this);

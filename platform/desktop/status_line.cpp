@@ -45,12 +45,14 @@ void StatusLine::paintEvent(QPaintEvent *) {
   QPainter painter(this);
   painter.setPen(palette().color(foregroundRole()));
   const QFontMetrics metrics = fontMetrics();
-  const int align = static_cast<int>(alignment());
-  const QRect wrapped = metrics.boundingRect(rect(), align | Qt::TextWordWrap, text_);
+  // A sentence of ours stays one, whatever script the names in it are written in.
+  const int align = static_cast<int>(alignment()) | Qt::TextForceLeftToRight;
+  const QString text = WithPathIsolated(text_);
+  const QRect wrapped = metrics.boundingRect(rect(), align | Qt::TextWordWrap, text);
   if (rect().contains(wrapped)) {
-    painter.drawText(rect(), align | Qt::TextWordWrap, text_);
+    painter.drawText(rect(), align | Qt::TextWordWrap, text);
   } else {
     painter.drawText(rect(), align | Qt::TextSingleLine,
-                     metrics.elidedText(text_, Qt::ElideMiddle, width()));
+                     WithPathIsolated(metrics.elidedText(text_, Qt::ElideMiddle, width())));
   }
 }
