@@ -6,10 +6,8 @@
 #include "app/help_links.h"
 #include "app/main_window.h"
 #include "app/open_documents.h"
-#include "app/status_display.h"
 #include "platform/journal.h"
 #include "platform/menus.h"
-#include "platform/strings.h"
 
 namespace {
 
@@ -28,16 +26,6 @@ OSStatus BuildInterface() {
   return noErr;
 }
 
-// The window shows the line until the next run; a terminal has it already.
-void PutInterruptedRunsRight() {
-  for (const std::string &line : RecoverInterruptedRuns()) {
-    const auto text = CFStringCreateWithCString(line.c_str(), kCFStringEncodingUTF8);
-    if (!text) continue;
-    ShortString shown;
-    SetStatusText(CopyCFStringToCString(shown, *text), 1);
-  }
-}
-
 }  // namespace
 
 OSStatus RunVannerly() {
@@ -46,7 +34,7 @@ OSStatus RunVannerly() {
   if (const OSStatus status = BuildInterface(); status != noErr) return status;
   (void)InstallDropTarget(MainWindow.window);
   ShowWindow(MainWindow.window);
-  PutInterruptedRunsRight();
+  (void)RecoverInterruptedRuns();  // The platform tells what there is to tell.
   (void)AEInstallEventHandler(kCoreEventClass, kAEOpenDocuments, HandleOpenDocuments, 0, false);
   EnableMenuCommand(nullptr, kHICommandPreferences);
   (void)InstallEventHandler(GetApplicationEventTarget(), HandleCommand,

@@ -13,7 +13,7 @@
 #include "platform/desktop/color_scheme.h"
 #include "platform/desktop/commands.h"
 #include "platform/desktop/door.h"
-#include "platform/desktop/plain_text.h"
+#include "platform/desktop/notices.h"
 #include "platform/desktop/quit_signals.h"
 #include "platform/desktop/uris.h"
 #include "platform/journal.h"
@@ -35,16 +35,11 @@ constexpr char kHelp[] =
     "  --version       print the version and exit\n"
     "  --              take everything after it for a folder\n";
 
-void Report(const std::string &problem) {
-  const QByteArray line = OneLine(QString::fromLocal8Bit(problem)).toLocal8Bit();
-  (void)std::fprintf(stderr, "vannerly: %s\n", line.constData());
-}
-
 /// While Qt looks for a display: what it has to say ends in an abort, so one line of ours takes the
 /// place of all of it.
 void HandleMessageBeforeDisplay(QtMsgType type, const QMessageLogContext &, const QString &) {
   if (type != QtFatalMsg) return;
-  Report("cannot open a display; vannerly-cli does the same on a terminal");
+  TellProblem("cannot open a display; vannerly-cli does the same on a terminal");
   std::_Exit(EXIT_FAILURE);
 }
 
@@ -72,12 +67,12 @@ CommandLine ReadCommandLine(int argc, char **argv) {
     } else if (argument == "--preferences") {
       line.wantsPreferences = true;
     } else {
-      Report("unknown option " + std::string(argument) + " (see --help)");
+      TellProblem("unknown option " + std::string(argument) + " (see --help)");
       return {{}, false, kWrongUsage};
     }
   }
   if (line.wantsPreferences && !line.operands.empty()) {
-    Report("--preferences takes no folder");
+    TellProblem("--preferences takes no folder");
     return {{}, false, kWrongUsage};
   }
   return line;
@@ -98,26 +93,30 @@ void StartQt(char **argv) {
   QApplication::setQuitOnLastWindowClosed(false);
 }
 
-/// The operands that could be let in; the others are reported.
-std::vector<ItemAtDoor> LetOperandsIn(const std::vector<std::string> &operands) {
-  std::vector<ItemAtDoor> items;
-  for (const std::string &operand : operands) {
-    ItemAtDoor item = LetInOperand(operand);
-    if (item.item) {
-      items.push_back(std::move(item));
+struct Operands {
+  std::vector<FSRef> folders;  ///< those that are let in
+  QStringList uris;            ///< of all: a window that is open tells of the others, too
+};
+
+/// Looks at the operands, and tells why some are not let in.
+Operands AdmitOperands(const std::vector<std::string> &texts) {
+  Operands operands;
+  for (const std::string &text : texts) {
+    const Admission admission = AdmitOperand(text);
+    if (admission.folder) {
+      operands.folders.push_back(*admission.folder);
     } else {
-      Report(operand + ": " + item.reason);
+      TellProblem(text + ": " + admission.reason);
     }
+    operands.uris.append(QString::fromStdString(
+        admission.path.starts_with('/') ? UriFromPath(admission.path) : admission.path));
   }
-  return items;
+  return operands;
 }
 
-void OpenWhenLoopRuns(const std::vector<ItemAtDoor> &items) {
-  std::vector<FSRef> refs;
-  refs.reserve(items.size());
-  for (const ItemAtDoor &item : items) refs.push_back(*item.item);
-  if (refs.empty()) return;
-  QTimer::singleShot(0, qApp, [refs] { (void)SendOpenDocuments(refs); });
+void OpenWhenLoopRuns(const std::vector<FSRef> &folders) {
+  if (folders.empty()) return;
+  QTimer::singleShot(0, qApp, [folders] { (void)SendOpenDocuments(folders); });
 }
 
 void ShowPreferencesWhenLoopRuns() {
@@ -131,16 +130,13 @@ std::optional<int> OpenDesktop(int argc, char **argv) {
   if (commandLine.exitStatus) return commandLine.exitStatus;
   StartQt(argv);
 
-  const std::vector<ItemAtDoor> items = LetOperandsIn(commandLine.operands);
-  StartRequest request{{}, commandLine.wantsPreferences};
-  for (const ItemAtDoor &item : items)
-    request.uris.append(QString::fromStdString(UriFromPath(item.path)));
-  switch (ClaimBusName(request)) {
+  const Operands operands = AdmitOperands(commandLine.operands);
+  switch (ClaimBusName({operands.uris, commandLine.wantsPreferences})) {
     case BusOutcome::kHandedOver:
       CloseDesktop();
       return EXIT_SUCCESS;
     case BusOutcome::kDoesNotAnswer:
-      Report("the Vannerly that is open does not answer");
+      TellProblem("the Vannerly that is open does not answer");
       CloseDesktop();
       return EXIT_FAILURE;
     case BusOutcome::kIsFirst:
@@ -148,9 +144,9 @@ std::optional<int> OpenDesktop(int argc, char **argv) {
   }
   CatchQuitSignals();
   new ColorScheme(qApp);  // Belongs to the application.
-  PreferencesSetProblemHandler([](const std::string &problem) { Report(problem); });
-  JournalSetLineHandler([](const std::string &line) { Report(line); });
-  OpenWhenLoopRuns(items);
+  PreferencesSetProblemHandler(TellProblem);
+  JournalSetLineHandler(TellProblem);
+  OpenWhenLoopRuns(operands.folders);
   if (commandLine.wantsPreferences) ShowPreferencesWhenLoopRuns();
   return std::nullopt;
 }

@@ -6,7 +6,9 @@
 
 #include "platform/common/event_dispatch.h"
 #include "platform/desktop/door.h"
+#include "platform/desktop/notices.h"
 #include "platform/desktop/uris.h"
+#include "platform/processes.h"
 
 namespace {
 
@@ -44,33 +46,43 @@ QByteArray KeyOfTransfer(const QMimeData &data) {
 
 }  // namespace
 
-std::vector<std::optional<FSRef>> ItemsOfDrag(const QMimeData &data) {
-  std::vector<std::optional<FSRef>> items;
-  const auto add = [&items](const std::optional<std::string> &path) {
-    items.push_back(path ? LetIn(*path).item : std::nullopt);
+DragContent ContentOfDrag(const QMimeData &data) {
+  DragContent content;
+  const auto add = [&content](const Admission &admission) {
+    if (admission.folder) {
+      content.folders.push_back(*admission.folder);
+    } else {
+      content.problems.push_back(admission.path + ": " + admission.reason);
+    }
   };
   // Where the portal is offered only its answer counts: the list beside it may name what stands at
   // those paths in the source's sandbox, and here they may lead to other folders.
   if (const QByteArray key = KeyOfTransfer(data); !key.isEmpty()) {
     for (const QString &path : PathsOfTransfer(QString::fromUtf8(key)))
-      add(path.startsWith(QLatin1Char('/')) ? std::optional(path.toLocal8Bit().toStdString())
-                                            : std::nullopt);
+      if (path.startsWith(QLatin1Char('/')))
+        add(AdmitFolder(path.toLocal8Bit().toStdString(), false));
   } else {
     for (const std::string &uri :
          LinesOfUriList(data.data(QStringLiteral("text/uri-list")).toStdString()))
-      add(LocalPathFromUri(uri));
+      add(AdmitUri(uri));
   }
-  // What is dragged but names no file still counts as an item.
-  if (items.empty() && !data.formats().isEmpty()) items.emplace_back();
-  return items;
+  return content;
 }
 
 void OpenUris(const QStringList &uris) {
-  std::vector<FSRef> items;
+  ForgetProblems();
+  std::vector<FSRef> folders;
   for (const QString &uri : uris) {
-    const auto path = LocalPathFromUri(uri.toStdString());
-    if (!path) continue;
-    if (const ItemAtDoor door = LetIn(*path); door.item) items.push_back(*door.item);
+    const Admission admission = AdmitUri(uri.toStdString());
+    if (admission.folder) {
+      folders.push_back(*admission.folder);
+    } else {
+      TellProblem(admission.path + ": " + admission.reason);
+    }
   }
-  if (!items.empty()) (void)SendOpenDocuments(items);
+  if (!folders.empty()) {
+    (void)SendOpenDocuments(folders);
+  } else {
+    (void)SetFrontProcess({0, kCurrentProcess});  // Where the reason can be read.
+  }
 }

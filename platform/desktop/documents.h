@@ -3,14 +3,18 @@
 
 #include <QMimeData>
 #include <QStringList>
-#include <optional>
+#include <string>
 #include <vector>
 
 #include "platform/file_manager.h"
 
-/// The items of a drag, one entry for each; none where an entry is no item on this machine.
-std::vector<std::optional<FSRef>> ItemsOfDrag(const QMimeData &data);
+/// What a drag has in it.
+struct DragContent {
+  std::vector<FSRef> folders;         ///< those that are let in
+  std::vector<std::string> problems;  ///< why each of the other items is not: "PATH: reason"
+};
+DragContent ContentOfDrag(const QMimeData &data);
 
-/// Sends the open-documents event for those of the addresses that name items on this machine;
-/// nothing when none does.
+/// Sends the open-documents event for those of the addresses that name folders on this machine
+/// which are let in, and tells why the others are not.
 void OpenUris(const QStringList &uris);

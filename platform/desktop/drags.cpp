@@ -4,9 +4,12 @@
 #include <QPainter>
 #include <algorithm>
 #include <cstring>
+#include <optional>
+#include <utility>
 
 #include "platform/desktop/documents.h"
 #include "platform/desktop/drop_site.h"
+#include "platform/desktop/notices.h"
 #include "platform/desktop/window.h"
 
 namespace {
@@ -35,16 +38,12 @@ class DragFrame final : public QWidget {
   }
 };
 
-std::optional<HFSFlavor> FlavorOf(const FSRef &item) {
-  HFSFlavor flavor{};
-  FSCatalogInfo info{};
-  if (FSGetCatalogInfo(item, kFSCatInfoNodeFlags, &info, nullptr, &flavor.fileSpec, nullptr) !=
+/// None when the folder has just gone.
+std::optional<HFSFlavor> FlavorOf(const FSRef &folder) {
+  HFSFlavor flavor{kFolderType, kFolderCreator, {}, {}};
+  if (FSGetCatalogInfo(folder, kFSCatInfoNone, nullptr, nullptr, &flavor.fileSpec, nullptr) !=
       noErr)
     return std::nullopt;
-  if (info.nodeFlags & kFSNodeIsDirectoryMask) {
-    flavor.fileType = kFolderType;
-    flavor.fileCreator = kFolderCreator;
-  }
   return flavor;
 }
 
@@ -63,6 +62,7 @@ bool DropSite::Handle(QEvent *event) {
       return true;
     case QEvent::Drop:
       Leave();
+      if (isAcceptable_) TellWhyNot();
       if (isAcceptable_ && receive != nullptr)
         isAcceptable_ = receive(window_, receiveRefCon, &drag_) == noErr;
       break;
@@ -85,11 +85,22 @@ void DropSite::Enter(const QMimeData &data) {
   isInside_ = true;
   drag_.window = window_;
   drag_.items.clear();
-  for (const std::optional<FSRef> &item : ItemsOfDrag(data))
-    drag_.items.push_back(item ? FlavorOf(*item) : std::nullopt);
+  DragContent content = ContentOfDrag(data);
+  problems_ = std::move(content.problems);
+  for (const FSRef &folder : content.folders) {
+    if (const std::optional<HFSFlavor> flavor = FlavorOf(folder)) drag_.items.push_back(*flavor);
+  }
   isAcceptable_ = tracking != nullptr &&
                   tracking(kDragTrackingEnterHandler, window_, trackingRefCon, &drag_) == noErr;
   Track(kDragTrackingEnterWindow);
+  // What is not taken is never dropped: this is the moment to say why.
+  if (!isAcceptable_) TellWhyNot();
+}
+
+/// Tells of what is dragged and is not let in.
+void DropSite::TellWhyNot() const {
+  ForgetProblems();
+  for (const std::string &problem : problems_) TellProblem(problem);
 }
 
 void DropSite::Leave() {
@@ -160,7 +171,7 @@ OSErr GetDragItemReferenceNumber(DragRef drag, std::uint16_t index, DragItemRef 
 
 OSErr GetFlavorFlags(DragRef drag, DragItemRef item, FlavorType type, FlavorFlags *flags) {
   if (drag == nullptr || item < 1 || item > drag->items.size()) return paramErr;
-  if (type != flavorTypeHFS || !drag->items[item - 1]) return badDragFlavorErr;
+  if (type != flavorTypeHFS) return badDragFlavorErr;
   *flags = 0;
   return noErr;
 }
@@ -171,7 +182,7 @@ OSErr GetFlavorData(DragRef drag, DragItemRef item, FlavorType type, void *data,
   if (const OSErr error = GetFlavorFlags(drag, item, type, &flags); error != noErr) return error;
   if (offset > sizeof(HFSFlavor)) return paramErr;
   *size = std::min(*size, sizeof(HFSFlavor) - offset);
-  const auto *flavor = reinterpret_cast<const std::uint8_t *>(&*drag->items[item - 1]);
+  const auto *flavor = reinterpret_cast<const std::uint8_t *>(&drag->items[item - 1]);
   std::memcpy(data, flavor + offset, *size);
   return noErr;
 }

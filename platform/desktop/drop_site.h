@@ -4,14 +4,15 @@
 #include <QDropEvent>
 #include <QPointer>
 #include <QWidget>
+#include <string>
 #include <vector>
 
 #include "platform/drags.h"
 
-/// What is being dragged: the file-system items among it, in order; an item that is none has no
-/// flavor.
+/// What is being dragged: the folders in it that are let in. Nothing else is offered, so that a
+/// drag without any of them is not taken for one that could be dropped.
 struct OpaqueDrag {
-  std::vector<std::optional<HFSFlavor>> items;
+  std::vector<HFSFlavor> items;
   WindowRef window;  ///< the window that it is over
 };
 
@@ -34,11 +35,13 @@ class DropSite {
  private:
   void Enter(const QMimeData &data);
   void Leave();
+  void TellWhyNot() const;
   void Track(DragTrackingMessage message);
 
   WindowRef window_;
   QWidget *content_;
   OpaqueDrag drag_{};
+  std::vector<std::string> problems_;  ///< with what else is being dragged
   bool isInside_ = false;
   bool isAcceptable_ = false;
   QPointer<QWidget> frame_;

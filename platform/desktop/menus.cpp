@@ -10,6 +10,7 @@
 #include "platform/desktop/commands.h"
 #include "platform/desktop/interface_file.h"
 #include "platform/desktop/menu_bar.h"
+#include "platform/desktop/notices.h"
 #include "platform/desktop/plain_text.h"
 
 struct OpaqueMenu {
@@ -71,13 +72,13 @@ OSStatus HMGetHelpMenu(MenuRef *helpMenu, MenuItemIndex *firstCustomItem) {
     *firstCustomItem = 1;  // The menu's own items come last, as is usual here.
     return noErr;
   }
+  TellProblem("the interface file has no Help menu in MenuBar.ui");
   return menuItemNotFoundErr;
 }
 
 void InsertMenuItem(MenuRef menu, const std::uint8_t *pascalText, MenuItemIndex afterItem) {
   if (menu == nullptr || pascalText == nullptr) return;
-  auto *item =
-      new QAction(LabelText(TextFromUtf8({pascalText + 1, pascalText[0]})), menu->menu);
+  auto *item = new QAction(LabelText(TextFromUtf8({pascalText + 1, pascalText[0]})), menu->menu);
   ConnectItem(item, menu->target);
   menu->menu->insertAction(menu->menu->actions().value(afterItem), item);
 }

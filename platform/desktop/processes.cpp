@@ -5,8 +5,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "platform/desktop/notices.h"
 #include "platform/desktop/window.h"
 #include "platform/journal.h"
+#include "platform/posix/item_location.h"
 #include "platform/preferences.h"
 
 OSErr SetFrontProcess(const ProcessSerialNumber &process) {
@@ -20,7 +22,8 @@ OSErr SetFrontProcess(const ProcessSerialNumber &process) {
   return noErr;
 }
 
-bool WaitForBusyFolder(const FSRef &, const std::string &) {
+bool WaitForBusyFolder(const FSRef &folder, const std::string &reason) {
+  TellForNow(PathOnDisk(folder) + ": " + reason);
   // Often enough for Stop and Quit to be answered at once.
   constexpr useconds_t kMoment = 50'000;
   (void)usleep(kMoment);

@@ -13,6 +13,7 @@
 #include "platform/desktop/control_drawing.h"
 #include "platform/desktop/interface_file.h"
 #include "platform/desktop/menu_bar.h"
+#include "platform/desktop/notices.h"
 #include "platform/desktop/plain_text.h"
 #include "platform/desktop/proxy_icon.h"
 #include "platform/desktop/window.h"
@@ -29,11 +30,16 @@ std::vector<std::unique_ptr<OpaqueNib>> openNibs;
 QPointer<OpaqueWindow> mainWindow;
 WindowRef portWindow = nullptr;
 
-/// The widget of that name in the interface file; none when the file has none.
+/// The widget of that name in the interface file; none when the file has none, which is told.
 QWidget *LoadFromNib(IBNibRef nib, std::string_view name) {
   if (nib == nullptr) return nullptr;
-  const auto path = FindResourceFile(nib->name + "/" + std::string(name) + ".ui");
-  return path ? LoadWidget(QString::fromStdString(*path)) : nullptr;
+  const std::string part = nib->name + "/" + std::string(name) + ".ui";
+  const auto path = FindResourceFile(part);
+  QWidget *widget = path ? LoadWidget(QString::fromStdString(*path)) : nullptr;
+  if (widget == nullptr)
+    TellProblem(path ? *path + ": cannot be used as a part of the interface"
+                     : "the interface file has no " + part);
+  return widget;
 }
 
 ProxyIcon *ProxyIconOf(WindowRef window) {
@@ -51,7 +57,10 @@ WindowRef MainDesktopWindow() {
 }
 
 OSStatus CreateNibReference(std::string_view name, IBNibRef *nib) {
-  if (!FindResourceFile(name)) return kIBCarbonRuntimeCantFindNibFile;
+  if (!FindResourceFile(name)) {
+    TellProblem("there is no interface file \"" + std::string(name) + "\"");
+    return kIBCarbonRuntimeCantFindNibFile;
+  }
   openNibs.push_back(std::make_unique<OpaqueNib>(OpaqueNib{std::string(name)}));
   *nib = openNibs.back().get();
   return noErr;
@@ -62,6 +71,7 @@ OSStatus SetMenuBarFromNib(IBNibRef nib, std::string_view name) {
   if (widget == nullptr) return kIBCarbonRuntimeCantFindObject;
   auto *bar = qobject_cast<QMenuBar *>(widget);
   if (bar == nullptr) {
+    TellProblem("the interface file has no menu bar in " + std::string(name) + ".ui");
     widget->deleteLater();
     return kIBCarbonRuntimeObjectNotOfRequestedType;
   }

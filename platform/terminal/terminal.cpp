@@ -10,11 +10,11 @@
 
 #include "platform/icons.h"
 #include "platform/journal.h"
+#include "platform/posix/admission.h"
 #include "platform/posix/item_location.h"
 #include "platform/preferences.h"
 #include "platform/processes.h"
 #include "platform/terminal/event_loop.h"
-#include "platform/terminal/operands.h"
 #include "platform/terminal/signals.h"
 #include "platform/terminal/status_view.h"
 #include "platform/terminal/terminal_text.h"
@@ -45,15 +45,15 @@ std::vector<UnusableOperand> TakeOperands(const std::vector<std::string> &operan
   std::vector<FSRef> folders;
   std::vector<UnusableOperand> unusable;
   for (const std::string &operand : operands) {
-    FSRef folder;
-    std::string problem;
-    if (ResolveOperand(operand, isForced, &folder, &problem)) {
-      folders.push_back(folder);
-    } else {
-      hasFailed = true;
-      ReportProblem(std::string(operand).append(": ").append(problem));
-      unusable.push_back({operand, problem});
+    const Admission admission = AdmitFolder(operand, isForced);
+    if (admission.folder) {
+      folders.push_back(*admission.folder);
+      continue;
     }
+    hasFailed = true;
+    const char *const way = admission.isProtected ? "; --force flattens it all the same" : "";
+    unusable.push_back({operand, admission.reason + way});
+    ReportProblem(operand + ": " + unusable.back().reason);
   }
   OpenWhenLoopStarts(std::move(folders));
   return unusable;

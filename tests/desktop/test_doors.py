@@ -8,7 +8,7 @@ import subprocess
 import time
 import unittest
 
-from desktop_case import DesktopCase, run, wait_until
+from desktop_case import Atspi, DesktopCase, run, wait_until
 
 NAME = "com.brenmoor.Vannerly"
 BUS = ("--session", "--dest", "org.freedesktop.DBus", "--object-path", "/org/freedesktop/DBus",
@@ -131,24 +131,52 @@ class Drags(DesktopCase):
                 source.kill()
                 source.wait()
 
-    def test_what_is_no_file_here_is_refused(self):
+    def test_what_is_no_folder_here_is_refused_and_told(self):
         home = os.environ["HOME"]
-        for kind, text in (("text/plain", self.make_folder()),
-                           ("text/uri-list", "http://brenmoor.example/\r\n"),
-                           ("text/uri-list", "file://elsewhere.example/tmp\r\n"),
-                           ("text/uri-list", f"file://{self.place}/missing\r\n"),
-                           ("text/uri-list", f"file://{home}\r\nfile:///\r\n")):
+        file = os.path.join(self.place, "file")
+        pathlib.Path(file).touch()
+        no_folder = "Not a folder on this machine"
+        for kind, text, told in (
+                ("text/plain", self.make_folder(), None),
+                ("text/uri-list", "http://brenmoor.example/\r\n",
+                 f"http://brenmoor.example/: {no_folder}"),
+                ("text/uri-list", "file://elsewhere.example/tmp\r\n",
+                 f"file://elsewhere.example/tmp: {no_folder}"),
+                ("text/uri-list", f"file://{file}\r\n", f"{file}: Not a directory"),
+                ("text/uri-list", f"file://{self.place}/missing\r\n",
+                 f"{self.place}/missing: No such file or directory"),
+                ("text/uri-list", f"file://{home}\r\nfile:///\r\n",
+                 "/: this is the root folder (and 1 more)")):
             with self.subTest(text):
                 plain = self.open_idle()
                 source = self.drag(kind, text)
                 time.sleep(0.3)
                 self.assertEqual(self.frame_colors(), plain, "a frame that promises a drop")
+                if told:
+                    self.wait_for(re.escape(told))
                 self.assertEqual(self.drop(source), 0)
                 self.wait_until_idle()
+                if told:
+                    self.wait_for(re.escape(told))  # It stays to be read.
                 self.assertIsNone(self.find("Elapsed time: .*"))
                 self.quit()
                 source.kill()
                 source.wait()
+
+    def test_a_drag_with_a_folder_in_it_is_taken_and_the_rest_told(self):
+        plain = self.open_idle()
+        file, drop = os.path.join(self.place, "file"), self.make_folder()
+        pathlib.Path(file).touch()
+        told = re.escape(f"{file}: Not a directory")
+        source = self.drag("text/uri-list", f"file://{drop}\r\nfile://{file}\r\n")
+        wait_until(lambda: self.frame_colors() != plain, "no frame")
+        self.assertEqual(self.drop(source), 1)
+        wait_until(lambda: self.moved(drop) == 4, "not flattened")
+        self.wait_until_idle()
+        self.wait_for(told)
+        self.assertEqual(call("Open", f"['file://{self.make_folder('other')}']", "{}").returncode, 0)
+        wait_until(lambda: not self.find(told), "the next drop has no problem")
+        self.quit()
 
 
 class Doors(DesktopCase):
@@ -160,9 +188,14 @@ class Doors(DesktopCase):
         os.chdir(self.place)
         errors = self.finish(self.start(os.path.basename(byte), "link", "missing"))
         self.assertEqual(errors, "vannerly: missing: No such file or directory\n")
+        self.wait_for(re.escape(f"{self.place}/missing: No such file or directory"))
         wait_until(lambda: self.moved(byte) == 4 and self.moved(link) == 4, "not flattened")
         self.assertTrue(os.path.islink(link))
         self.finish(self.start())
+        for refused, reason in ((os.environ["HOME"], "this is your home folder"),
+                                ("sftp://host/folder", "Not a folder on this machine")):
+            self.finish(self.start(refused))
+            self.wait_for(re.escape(f"{refused}: {reason}"))
         self.assertIsNone(first.poll())
         self.quit()
 
@@ -239,9 +272,11 @@ class Doors(DesktopCase):
         wait_until(lambda: self.moved(dash) == 4, "not flattened")
         self.assertEqual(self.moved(link), 4)
         self.assertEqual(self.moved(uri[7:]), 4)
+        self.wait_for(re.escape(f"{os.environ['HOME']}: this is your home folder (and 2 more)"))
         self.assertEqual(self.quit().splitlines(), [
+            f"vannerly: {file}: Not a directory",
             "vannerly: sftp://host/folder: Not a folder on this machine",
-            f"vannerly: {os.environ['HOME']}: Your home folder is not flattened"])
+            f"vannerly: {os.environ['HOME']}: this is your home folder"])
 
     def test_folder_chooser(self):
         drop = self.make_folder()
@@ -261,6 +296,7 @@ class Doors(DesktopCase):
         wait_until(lambda: self.moved(drop) == 4, "not flattened")
         self.wait_until_idle()
         self.quit()
+
 
 
 if __name__ == "__main__":

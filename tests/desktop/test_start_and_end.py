@@ -79,12 +79,31 @@ class Start(DesktopCase):
         return shutil.copy(PROGRAM, os.path.join(place, "bin"))
 
     def test_interface_file_missing(self):
-        for missing in ("", "MenuBar.ui", "MainWindow.ui"):
+        for missing, told in (("", 'there is no interface file "main"'),
+                              ("MenuBar.ui", "the interface file has no main/MenuBar.ui"),
+                              ("MainWindow.ui", "the interface file has no main/MainWindow.ui")):
             with self.subTest(missing):
                 program = self.with_resources(
                     lambda main: run("rm", "-r", os.path.join(main, missing)))
-                errors = self.finish(self.start(program=program), 1)
-                self.assertRegex(errors, r"\Avannerly: .*\(error -\d+\)\n\Z")
+                self.assertEqual(self.finish(self.start(program=program), 1),
+                                 f"vannerly: {told}\n")
+
+    def test_interface_file_without_a_help_menu(self):
+        def strip(main):
+            path = os.path.join(main, "MenuBar.ui")
+            with open(path, encoding="utf-8") as file:
+                lines = [line for line in file if "isHelpMenu" not in line]
+            with open(path, "w", encoding="utf-8") as file:
+                file.writelines(lines)
+
+        drop = self.make_folder()
+        told = "the interface file has no Help menu in MenuBar.ui"
+        self.open_window(program=self.with_resources(strip))
+        self.wait_for(told)
+        self.finish(self.start(drop))
+        wait_until(lambda: self.moved(drop) == 4, "not flattened")
+        self.process.send_signal(signal.SIGTERM)
+        self.assertEqual(self.finish(self.process, 1), f"vannerly: {told}\n")
 
     def test_controls_missing_from_the_interface_file(self):
         def strip(main):
@@ -118,6 +137,8 @@ class OtherRuns(DesktopCase):
                 wait_until(lambda: self.moved(drop) > 2, "the run does not start")
                 self.open_window(inner)
                 self.wait_for(self.WAITING)
+                told = f"{inner}: another Vannerly (process {other.pid}) is at work in {drop}"
+                self.wait_for(re.escape(told))
                 if stops:
                     self.key("Escape")
                     self.wait_until_idle()
@@ -128,7 +149,8 @@ class OtherRuns(DesktopCase):
                     other.send_signal(signal.SIGTERM)
                     wait_until(lambda: self.moved(inner) > 10, "the turn does not come")
                     self.finish(other)
-                self.assertEqual(self.quit(), "")
+                wait_until(lambda: self.find(re.escape(told)) is None, "it is said for ever")
+                self.assertEqual(self.quit(), f"vannerly: {told}\n")
                 self.assertComplete(drop, 300)
 
     def test_the_window_tells_what_was_put_right(self):

@@ -14,10 +14,11 @@ void LookAt(std::string_view uri) {
   Require(path->starts_with('/'), "an address leads to an absolute path or to none");
   Require(path->find('\0') == std::string::npos, "a path holds no zero");
   Require(LocalPathFromUri(UriFromPath(*path)) == path, "a path makes the round trip");
-  const ItemAtDoor door = LetIn(*path);
-  Require(door.item.has_value() != door.path.empty(), "an item let in has a path");
-  Require(door.item.has_value() == door.reason.empty(), "an item not let in has a reason");
-  Require(door.path != "/" && door.path != std::getenv("HOME"), "the root and the home stay out");
+  const Admission admission = AdmitUri(std::string(uri));
+  Require(admission.path.starts_with('/'), "what is told of is told of by an absolute path");
+  Require(admission.folder.has_value() == admission.reason.empty(), "what stays out has a reason");
+  Require(!admission.folder || (admission.path != "/" && admission.path != std::getenv("HOME")),
+          "the root and the home stay out");
 }
 
 }  // namespace
@@ -31,7 +32,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     LookAt(line);
     // As an argument of the session bus the same address comes as text.
     LookAt(QString::fromUtf8(QByteArray::fromStdString(line)).toStdString());
-    (void)LetInOperand(line);
+    (void)AdmitOperand(line);
   }
   const std::string path = "/" + std::string(text.substr(0, text.find('\0')));
   Require(LocalPathFromUri(UriFromPath(path)) == path, "any path makes the round trip");

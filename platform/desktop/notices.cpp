@@ -1,0 +1,107 @@
+#include "platform/desktop/notices.h"
+
+#include <QApplication>
+#include <QBasicTimer>
+#include <QPointer>
+#include <QTimer>
+#include <QTimerEvent>
+#include <cstdio>
+
+#include "platform/desktop/plain_text.h"
+#include "platform/desktop/status_line.h"
+#include "platform/desktop/window.h"
+
+namespace {
+
+constexpr int kMillisecondsForNow = 500;
+
+/// The line of the window, by its name in the interface file.
+constexpr char kLineName[] = "notice";
+
+QString TextOf(const std::string &bytes) {
+  return OneLine(QString::fromLocal8Bit(bytes));
+}
+
+void WriteToStandardError(const QString &line) {
+  (void)std::fprintf(stderr, "vannerly: %s\n", line.toLocal8Bit().constData());
+}
+
+/// What the quiet line says. Belongs to the application.
+class Notices final : public QObject {
+ public:
+  static Notices &Get() {
+    static QPointer<Notices> notices;
+    if (notices == nullptr) notices = new Notices;
+    return *notices;
+  }
+
+  void AddProblem(const QString &problem) {
+    if (!newestProblem_.isEmpty()) ++otherProblems_;
+    newestProblem_ = problem;
+    Show();
+  }
+
+  void ForgetProblems() {
+    newestProblem_.clear();
+    otherProblems_ = 0;
+    Show();
+  }
+
+  /// Answers whether that is news.
+  bool SetState(const QString &state) {
+    stateEnds_.start(kMillisecondsForNow, this);
+    if (state == state_) return false;
+    state_ = state;
+    Show();
+    return true;
+  }
+
+ protected:
+  void timerEvent(QTimerEvent *) override {
+    stateEnds_.stop();
+    state_.clear();
+    Show();
+  }
+
+ private:
+  Notices() : QObject(qApp) {}
+
+  QString Text() const {
+    if (!state_.isEmpty()) return state_;
+    if (otherProblems_ == 0) return newestProblem_;
+    return tr("%1 (and %2 more)").arg(newestProblem_).arg(otherProblems_);
+  }
+
+  void Show() {
+    const WindowRef window = MainDesktopWindow();
+    if (window == nullptr) {
+      // The event loop begins only when there is one.
+      QTimer::singleShot(0, this, [this] { Show(); });
+      return;
+    }
+    auto *line = window->widget->findChild<StatusLine *>(QLatin1String(kLineName));
+    if (line != nullptr) line->ShowText(Text());
+  }
+
+  QString newestProblem_;
+  int otherProblems_ = 0;
+  QString state_;
+  QBasicTimer stateEnds_;
+};
+
+}  // namespace
+
+void TellProblem(const std::string &problem) {
+  const QString line = TextOf(problem);
+  WriteToStandardError(line);
+  if (qApp != nullptr) Notices::Get().AddProblem(line);
+}
+
+void TellForNow(const std::string &state) {
+  const QString line = TextOf(state);
+  if (Notices::Get().SetState(line)) WriteToStandardError(line);
+}
+
+void ForgetProblems() {
+  Notices::Get().ForgetProblems();
+}
