@@ -1,13 +1,10 @@
 #include "platform/desktop/commands.h"
 
 #include <QApplication>
-#include <QFile>
-#include <QFileDialog>
 #include <QMessageBox>
 #include <QPointer>
 
-#include "platform/desktop/documents.h"
-#include "platform/desktop/uris.h"
+#include "platform/desktop/folder_chooser.h"
 #include "platform/desktop/window.h"
 
 namespace {
@@ -23,23 +20,11 @@ void BringUp(QWidget &window) {
   window.activateWindow();
 }
 
-/// Both boxes are shown beside the event loop, never in one of their own: a run goes on behind
+/// Both windows are shown beside the event loop, never in one of their own: a run goes on behind
 /// them, and its Stop button can be pressed.
 void ChooseFolder() {
-  static QPointer<QFileDialog> chooser;
-  if (chooser == nullptr) {
-    chooser = new QFileDialog(Parent(), QObject::tr("Flatten Folder"));
-    chooser->setAttribute(Qt::WA_DeleteOnClose);
-    chooser->setFileMode(QFileDialog::Directory);
-    chooser->setOption(QFileDialog::ShowDirsOnly);
-    chooser->setLabelText(QFileDialog::Accept, QObject::tr("&Flatten"));
-    QObject::connect(chooser, &QFileDialog::filesSelected, [](const QStringList &folders) {
-      QStringList uris;
-      for (const QString &folder : folders)
-        uris.append(QString::fromStdString(UriFromPath(QFile::encodeName(folder).toStdString())));
-      OpenUris(uris);
-    });
-  }
+  static QPointer<FolderChooser> chooser;
+  if (chooser == nullptr) chooser = new FolderChooser(Parent());
   BringUp(*chooser);
 }
 

@@ -297,6 +297,39 @@ class Doors(DesktopCase):
         self.wait_until_idle()
         self.quit()
 
+    def test_folder_chooser_takes_nothing_that_was_not_chosen(self):
+        here, drop, second = self.make_folder("here"), self.make_folder(), self.make_folder("drop 2")
+        os.chdir(here)
+
+        def choose(*typed):
+            self.key("ctrl+o")
+            self.wait_for("Flatten Folder")
+            time.sleep(1)
+            for key in typed:
+                run("xdotool", "type", key) if len(key) > 9 else self.key(key)
+
+        def can_flatten():
+            return self.wait_for("Flatten", "push button").get_state_set().contains(
+                Atspi.StateType.ENABLED)
+
+        self.open_window()
+        choose("Return")
+        time.sleep(1)
+        self.assertFalse(can_flatten(), "nothing is chosen")
+        self.key("Escape")
+        wait_until(lambda: self.find("Flatten Folder") is None, "Esc does not close it")
+        choose(drop)
+        wait_until(can_flatten, "a folder has been typed")
+        self.key("Return")
+        wait_until(lambda: self.moved(drop) == 4, "not flattened")
+        self.quit()
+        # The next start begins where that was.
+        self.open_window()
+        choose("d", "r", "o", "p", "space", "2", "Return")
+        wait_until(lambda: self.moved(second) == 4, "not where the last one was")
+        self.wait_until_idle()
+        self.quit()
+        self.assertEqual(self.moved(here), 0, "the working directory was flattened")
 
 
 if __name__ == "__main__":
