@@ -5,8 +5,8 @@
 #include <QDBusConnectionInterface>
 #include <QDBusReply>
 #include <QPalette>
-#include <QStyle>
-#include <QStyleFactory>
+
+#include "platform/desktop/shades.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ QPalette DarkPalette() {
   const QColor window(0x2b, 0x2d, 0x30);
   const QColor base(0x1f, 0x21, 0x23);
   const QColor text(0xe8, 0xe8, 0xe8);
-  const QColor faint(0x8c, 0x90, 0x94);
+  const QColor faint(0xa2, 0xa6, 0xaa);
   const QColor accent(0x4f, 0xb3, 0xac);
   QPalette palette(text, window.lighter(125), window.lighter(160), window.darker(160),
                    window.lighter(130), text, Qt::white, base, window);
@@ -76,7 +76,7 @@ void ColorScheme::Apply(const QVariant &scheme) {
   if (wantsDark && !IsDark(QApplication::palette())) {
     light_ = QApplication::palette();
     // A style of a theme made for light colours would not mix with dark ones.
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QApplication::setStyle(new OutlinedStyle);
     QApplication::setPalette(DarkPalette());
     isDarkOurs_ = true;
   } else if (!wantsDark && isDarkOurs_) {

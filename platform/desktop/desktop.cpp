@@ -1,6 +1,7 @@
 #include "platform/desktop/desktop.h"
 
 #include <QApplication>
+#include <QStyle>
 #include <QTimer>
 #include <cstdio>
 #include <cstdlib>
@@ -15,6 +16,7 @@
 #include "platform/desktop/door.h"
 #include "platform/desktop/notices.h"
 #include "platform/desktop/quit_signals.h"
+#include "platform/desktop/shades.h"
 #include "platform/desktop/uris.h"
 #include "platform/journal.h"
 #include "platform/preferences.h"
@@ -87,6 +89,8 @@ void StartQt(char **argv) {
   const QtMessageHandler handler = qInstallMessageHandler(HandleMessageBeforeDisplay);
   application = std::make_unique<QApplication>(count, ownName);
   qInstallMessageHandler(handler);
+  if (QApplication::style()->name() == QLatin1String("fusion"))
+    QApplication::setStyle(new OutlinedStyle);
   QApplication::setApplicationVersion(QStringLiteral(VANNERLY_VERSION));
   QApplication::setDesktopFileName(QStringLiteral("com.brenmoor.Vannerly"));
   // The event loop ends when the Quit command says so, not when a window is hidden.

@@ -3,6 +3,8 @@
 #include <QApplication>
 #include <QPainter>
 
+#include "platform/desktop/shades.h"
+
 namespace {
 
 constexpr int kIconSize = 96;
@@ -47,7 +49,7 @@ void DropArea::paintEvent(QPaintEvent *) {
   // The status line lies over the middle.
   const int size = std::min(kIconSize, height() * 2 / 5);
   QApplication::windowIcon().paint(&painter, (width() - size) / 2, height() / 2 - size, size, size);
-  painter.setPen(palette().color(QPalette::PlaceholderText));
+  painter.setPen(FaintColor(palette()));
   painter.drawText(rect().adjusted(0, 0, 0, -kTextMargin),
                    Qt::AlignHCenter | Qt::AlignBottom | Qt::TextSingleLine, text());
 }

@@ -8,6 +8,7 @@
 #include "platform/desktop/busy_indicator.h"
 #include "platform/desktop/drop_area.h"
 #include "platform/desktop/proxy_icon.h"
+#include "platform/desktop/scroll_pane.h"
 #include "platform/desktop/status_line.h"
 
 namespace {
@@ -21,6 +22,7 @@ class Loader final : public QUiLoader {
     if (className == QLatin1String("BusyIndicator")) widget = new BusyIndicator(parent);
     if (className == QLatin1String("DropArea")) widget = new DropArea(parent);
     if (className == QLatin1String("ProxyIcon")) widget = new ProxyIcon(parent);
+    if (className == QLatin1String("ScrollPane")) widget = new ScrollPane(parent);
     if (widget == nullptr) return QUiLoader::createWidget(className, parent, name);
     widget->setObjectName(name);
     return widget;

@@ -16,6 +16,7 @@
 #include "platform/desktop/notices.h"
 #include "platform/desktop/plain_text.h"
 #include "platform/desktop/proxy_icon.h"
+#include "platform/desktop/sheet_place.h"
 #include "platform/desktop/window.h"
 #include "platform/posix/resource_files.h"
 
@@ -203,6 +204,7 @@ OSStatus ShowSheetWindow(WindowRef sheet, WindowRef parent) {
     widget->setWindowModality(Qt::NonModal);
   }
   DrawChangedControls();
+  if (!widget->isVisible()) PlaceSheet(*widget, *parent->widget);
   widget->show();
   widget->raise();
   widget->activateWindow();

@@ -1,10 +1,12 @@
 #!/usr/bin/env python3
 """The window during a run and between runs, as its user meets it."""
 
+import collections
 import os
 import re
 import subprocess
 import time
+import types
 import unittest
 
 from desktop_case import TEMPORARY, Atspi, DesktopCase, run, wait_until
@@ -46,9 +48,6 @@ class Window(DesktopCase):
         drop = self.start_slow_run()
         self.key("ctrl+comma")
         self.wait_for("Preferences")
-        sheet = run("xdotool", "search", "--onlyvisible", "--name", "^Preferences$").split()[0]
-        run("xdotool", "windowmove", "--sync", sheet, "0", "0")
-        run("xdotool", "windowmove", "--sync", self.window, "660", "100")
         self.click("Stop", "push button")
         self.wait_until_idle()
         self.assertLess(self.moved(drop), FILES)
@@ -183,7 +182,39 @@ class Window(DesktopCase):
         self.assertLessEqual(switches() - before, 3, "an idle window wakes up")
         self.quit()
 
-    def test_light_and_dark_and_large(self):
+    def contrast(self, thing, width=0):
+        """The contrast (WCAG 2.1) of what is drawn in a thing, or in its first `width` pixels, to the
+        colour around it."""
+        def luminance(pixel):
+            parts = [c / 3294.6 if c <= 10 else ((c / 255 + 0.055) / 1.055) ** 2.4 for c in pixel]
+            return 0.2126 * parts[0] + 0.7152 * parts[1] + 0.0722 * parts[2]
+
+        place = thing.get_extents(Atspi.CoordType.SCREEN)
+        area = f"{width or place.width}x{place.height}+{place.x}+{place.y}"
+        raw = subprocess.run(["import", "-window", "root", "-crop", area, "-depth", "8", "rgb:-"],
+                             check=True, stdout=subprocess.PIPE).stdout
+        pixels = [raw[i:i + 3] for i in range(0, len(raw), 3)]
+        ground = luminance(collections.Counter(pixels).most_common(1)[0][0])
+        return max((max(ground, found) + 0.05) / (min(ground, found) + 0.05)
+                   for found in map(luminance, set(pixels)))
+
+    def assertLegible(self):
+        hint = self.wait_for("Choose a folder to flatten").get_extents(Atspi.CoordType.SCREEN)
+        lower = types.SimpleNamespace(get_extents=lambda _: types.SimpleNamespace(
+            x=hint.x + 40, width=hint.width - 80, height=30, y=hint.y + hint.height - 45))
+        self.assertGreaterEqual(self.contrast(lower), 4.5, "the hint")
+        self.key("ctrl+comma")
+        self.wait_for("Preferences", "dialog")
+        time.sleep(0.5)
+        for name in ("Delete the sub-folders .*", "Leave it where .*"):
+            box = self.wait_for(name)
+            self.assertFalse(box.get_state_set().contains(Atspi.StateType.CHECKED))
+            self.assertGreaterEqual(self.contrast(box, 16), 3, name)
+            self.assertGreaterEqual(self.contrast(box), 4.5, name)
+        self.key("Escape")
+        wait_until(lambda: self.find("Preferences", "dialog") is None, "Esc does not close it")
+
+    def test_light_and_dark(self):
         def brightness():
             corner = subprocess.run(
                 ["import", "-window", self.window, "-crop", "1x1+5+350", "-depth", "8", "rgb:-"],
@@ -193,13 +224,40 @@ class Window(DesktopCase):
         portal = self.start_portal("settings_portal.py")
         self.open_window()
         wait_until(lambda: brightness() < 90, "not dark though the desktop is")
+        self.assertLegible()
         portal.stdin.write("2\n")
         portal.stdin.flush()
         wait_until(lambda: brightness() > 160, "does not follow the desktop to light")
+        self.assertLegible()
         self.quit()
+
+    def test_large(self):
         self.open_window(environment={"QT_SCALE_FACTOR": "2"})
         geometry = run("xdotool", "getwindowgeometry", self.window)
         self.assertRegex(geometry, r"Geometry: 1040x720")
+        # The sheet keeps its buttons on the screen, and scrolls what it has no room for.
+        self.key("ctrl+comma")
+        self.wait_for("Preferences", "dialog")
+        time.sleep(0.5)
+        sheet = run("xdotool", "search", "--onlyvisible", "--name", "^Preferences$").split()[0]
+        place = {key: int(value) for key, value in re.findall(
+            r"^(\w+)=(\d+)$", run("xdotool", "getwindowgeometry", "--shell", sheet), re.M)}
+        self.assertLessEqual(place["X"] + place["WIDTH"], 1200)
+        self.assertLessEqual(place["Y"] + place["HEIGHT"], 900)
+        self.assertGreater(place["WIDTH"], 900, "scrolled across")
+        self.key("Return")
+        wait_until(lambda: self.find("Preferences", "dialog") is None, "OK does not close it")
+        self.quit()
+
+    def test_names_in_any_script(self):
+        drop = self.make_folder("\u05ea\u05de\u05d5\u05e0\u05d4/\u5199\u771f", 300)
+        for parent, _, names in os.walk(drop):
+            for name in names:
+                os.rename(os.path.join(parent, name), os.path.join(parent, "\u4eac\u90fd" + name))
+        self.open_window(drop, delay=SLOW)
+        self.wait_for("Moving File: \u4eac\u90fd\\d+\\.txt")
+        self.wait_for(re.escape(drop))
+        self.assertEqual(run("xdotool", "getwindowname", self.window).strip(), "\u5199\u771f")
         self.quit()
 
 
