@@ -33,8 +33,9 @@ These hold for this run; without them the stored preferences do.
   --                                  ends the options
 
 Ctrl-C stops after the file in hand, a second one quits. Exit status: 0 done; 1 a FOLDER
-could not be used, or the JSON not be written; 2 wrong usage, nothing was touched; 130,
-143 stopped by a signal.
+could not be used, or output not be written; 2 wrong usage, nothing was touched; 3 done, but
+something was left in place, not looked into, collated or deleted that should have been, or
+deleted without having been moved; 130, 143 stopped by a signal.
 )";
 
 /// Tells operands from options beforehand, because operands are bytes: in some of them the library

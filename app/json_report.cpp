@@ -1,18 +1,21 @@
 #include "app/json_report.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <deque>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string_view>
 #include <utility>
+#include <vector>
 
+#include "app/json_writer.h"
 #include "app/report_words.h"
 #include "platform/strings.h"
 #include "platform/terminal/terminal.h"
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+using Json = CJsonWriter::Json;
 
 /// By event; from kLeftInPlace on it is the name of a list too.
 constexpr const char *kKeys[kRunEventCount] = {
@@ -70,7 +73,28 @@ void SetText(Json &object, const std::string &key, const std::string &bytes) {
   if (!IsUtf8(bytes)) object[key + "Base64"] = Base64(bytes);
 }
 
-Json Describe(const RunNote &note) {
+/// A note that is kept until it is printed. The items' paths are made then: a reference leads to
+/// the place that it has led to for the life of the process, and a path can be any length.
+struct KeptNote {
+  FSRef item;
+  std::uint32_t now;  ///< which of those kept is the item as it is now, plus 1; 0 for none
+  std::int32_t count;
+  OSErr error;
+  RunEvent event;
+};
+
+struct KeptFolder {
+  FSRef folder;
+  FolderReport report;
+  std::size_t end;  ///< the place behind its last note
+};
+
+struct UnusableFolder {
+  std::string folder;
+  std::string reason;
+};
+
+Json Describe(const KeptNote &note, const FSRef *nowItem) {
   Json item;
   const std::string path = ItemPath(note.item);
   SetText(item, "path", path);
@@ -81,8 +105,8 @@ Json Describe(const RunNote &note) {
     item["code"] = note.error;
     item["error"] = words.name;
   }
-  if (note.now == nullptr) return item;
-  const std::string now = ItemPath(*note.now);
+  if (nowItem == nullptr) return item;
+  const std::string now = ItemPath(*nowItem);
   if (note.event == RunEvent::kRenamed) {
     SetText(item, "newName", now.substr(now.rfind('/') + 1));
   } else if (now != path) {
@@ -93,50 +117,32 @@ Json Describe(const RunNote &note) {
 
 class CJsonReport final : public CRunObserver {
  public:
-  explicit CJsonReport(const std::string &program) {
-    document_["format"] = 1;
-    document_["program"] = program;
-    document_["complete"] = true;  // Until it is printed.
-    document_["folders"] = Json::array();
-    document_["errors"] = Json::array();
-  }
+  explicit CJsonReport(std::string program) : program_(std::move(program)) {}
 
   void AddError(const std::string &folder, const std::string &reason) noexcept {
-    TakeDown([&] {
-      Json error;
-      SetText(error, "folder", folder);
-      SetText(error, "reason", reason);
-      document_["errors"].push_back(std::move(error));
-    });
+    TakeDown([&] { errors_.push_back({folder, reason}); });
   }
 
-  void BeginFolder(const FSRef &folder) noexcept override {
-    TakeDown([&] {
-      folderPath_ = ItemPath(folder);
-      lists_ = {};
-    });
-  }
+  void BeginFolder(const FSRef &folder) noexcept override { folder_ = folder; }
 
   void TakeNote(const RunNote &note) noexcept override {
-    TakeDown([&] { lists_[static_cast<std::size_t>(note.event)].push_back(Describe(note)); });
+    TakeDown([&] {
+      std::uint32_t now = 0;
+      if (note.now != nullptr && !HasSameBytes(*note.now, note.item)) {
+        nowItems_.push_back(*note.now);
+        now = static_cast<std::uint32_t>(nowItems_.size());
+      }
+      notes_.push_back({note.item, now, note.count, note.error, note.event});
+    });
   }
 
   void EndFolder(const FolderReport &report) noexcept override {
-    if (report.outcome == RunOutcome::kInUse) {
-      AddError(folderPath_, report.reason);
-      return;
-    }
     TakeDown([&] {
-      Json folder;
-      SetText(folder, "path", folderPath_);
-      folder["ended"] = WordsOf(report.outcome);
-      folder["seconds"] = report.seconds;
-      Json &counts = folder["counts"];
-      for (std::size_t i = 0; i < kRunEventCount; ++i) counts[kKeys[i]] = report.counts[i];
-      for (auto i = static_cast<std::size_t>(RunEvent::kLeftInPlace); i < kRunEventCount; ++i) {
-        folder[kKeys[i]] = std::move(lists_[i]);
+      if (report.outcome == RunOutcome::kInUse) {
+        errors_.push_back({ItemPath(folder_), report.reason});
+      } else {
+        folders_.push_back({folder_, report, notes_.size()});
       }
-      document_["folders"].push_back(std::move(folder));
     });
   }
 
@@ -144,16 +150,20 @@ class CJsonReport final : public CRunObserver {
 
   void Print() noexcept {
     if (std::exchange(isPrinted_, true)) return;
-    document_["complete"] = isComplete_;
     try {
-      WriteOutput(document_.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+      WriteDocument();
     } catch (...) {
-      WriteOutput(R"({"format": 1, "complete": false})"
-                  "\n");
+      // The document breaks off, and is no JSON. Telling so takes memory too.
+      notes_.clear();
+      ReportUnusable("standard output", "not enough memory for the rest of the document");
     }
   }
 
  private:
+  static bool HasSameBytes(const FSRef &first, const FSRef &second) {
+    return std::ranges::equal(first.hidden, second.hidden);
+  }
+
   /// Lets the run go on whatever happens here, as when memory is short. What comes later is not
   /// taken down either: with a gap in it, a list would look whole.
   template <typename Work>
@@ -166,9 +176,65 @@ class CJsonReport final : public CRunObserver {
     }
   }
 
-  Json document_;
-  std::string folderPath_;
-  std::array<Json::array_t, kRunEventCount> lists_;
+  void WriteDocument() const {
+    CJsonWriter writer(WriteOutput);
+    writer.Open('{');
+    writer.Member("format", 1);
+    writer.Member("program", program_);
+    writer.Member("complete", isComplete_);
+    writer.Key("folders");
+    writer.Open('[');
+    std::size_t firstNote = 0;
+    for (const KeptFolder &folder : folders_) {
+      WriteFolder(writer, folder, firstNote);
+      firstNote = folder.end;
+    }
+    writer.Close();
+    writer.Key("errors");
+    writer.Open('[');
+    for (const auto &[folder, reason] : errors_) {
+      Json error;
+      SetText(error, "folder", folder);
+      SetText(error, "reason", reason);
+      writer.Value(error);
+    }
+    writer.Close();
+    writer.Close();
+    writer.End();
+  }
+
+  void WriteFolder(CJsonWriter &writer, const KeptFolder &folder, std::size_t firstNote) const {
+    Json head;
+    SetText(head, "path", ItemPath(folder.folder));
+    head["ended"] = WordsOf(folder.report.outcome);
+    head["seconds"] = folder.report.seconds;
+    Json &counts = head["counts"];
+    for (std::size_t i = 0; i < kRunEventCount; ++i) counts[kKeys[i]] = folder.report.counts[i];
+    writer.Open('{');
+    for (const auto &[key, value] : head.items()) writer.Member(key, value);
+    for (auto i = static_cast<std::size_t>(RunEvent::kLeftInPlace); i < kRunEventCount; ++i) {
+      writer.Key(kKeys[i]);
+      writer.Open('[');
+      for (std::size_t note = firstNote; note < folder.end && writer.IsTaken(); ++note) {
+        if (notes_[note].event == static_cast<RunEvent>(i)) WriteNote(writer, notes_[note]);
+      }
+      writer.Close();
+    }
+    writer.Close();
+  }
+
+  void WriteNote(CJsonWriter &writer, const KeptNote &note) const {
+    writer.Value(Describe(note, note.now != 0 ? &nowItems_[note.now - 1] : nullptr));
+  }
+
+  std::string program_;
+  FSRef folder_{};  ///< in hand
+  // In pieces, unlike a vector's: none has to be copied, and so be there twice, when there are
+  // more.
+  std::deque<KeptNote> notes_;
+  std::deque<FSRef> nowItems_;
+  std::deque<KeptFolder> folders_;
+  std::vector<UnusableFolder> errors_;
   bool isComplete_ = true;
   bool isPrinted_ = false;
 };
@@ -182,7 +248,7 @@ void StartJsonReport(const std::string &program) {
   AddRunObserver(report.get());
 }
 
-void ReportUnusableFolder(const std::string &folder, const std::string &reason) {
+void AddUnusableToJsonReport(const std::string &folder, const std::string &reason) {
   if (report != nullptr) report->AddError(folder, reason);
 }
 

@@ -1,6 +1,5 @@
 #include "app/line_report.h"
 
-#include <array>
 #include <cstdio>
 #include <string>
 
@@ -81,18 +80,19 @@ std::string SummaryOf(const std::string &path, const FolderReport &report) {
 
 /// What a user has to know who has not asked for anything.
 struct Concern {
-  RunEvent event;
+  std::int64_t Shortfalls::*count;
   const char *one;
   const char *several;
 };
 
 constexpr Concern kConcerns[] = {
-    {RunEvent::kLeftInPlace, " file was left in place", " files were left in place"},
-    {RunEvent::kFolderNotRead, " folder could not be looked into",
-     " folders could not be looked into"},
-    {RunEvent::kFileDeleted, " file was deleted with its folder",
+    {&Shortfalls::leftInPlace, " file was left in place", " files were left in place"},
+    {&Shortfalls::notReached, " file was not reached", " files were not reached"},
+    {&Shortfalls::notRead, " folder could not be looked into", " folders could not be looked into"},
+    {&Shortfalls::deleted, " file was deleted with its folder",
      " files were deleted with their folders"},
-    {RunEvent::kNotDeleted, " item could not be deleted", " items could not be deleted"},
+    {&Shortfalls::notDeleted, " item could not be deleted", " items could not be deleted"},
+    {&Shortfalls::notCollated, " item could not be collated", " items could not be collated"},
 };
 
 class CLineReport final : public CRunObserver {
@@ -107,8 +107,10 @@ class CLineReport final : public CRunObserver {
 
   void EndFolder(const FolderReport &report) noexcept override {
     for (std::size_t i = 0; i < kRunEventCount; ++i) totals_[i] += report.counts[i];
-    // That a folder is in use has been told.
-    if (!isVerbose_ || report.outcome == RunOutcome::kInUse) return;
+    // That a folder could not be used has been told.
+    const bool isTold =
+        report.outcome == RunOutcome::kInUse || report.outcome == RunOutcome::kNotAFolder;
+    if (!isVerbose_ || isTold) return;
     Print([&] { return SummaryOf(ItemPath(folder_), report); });
   }
 
@@ -128,19 +130,20 @@ class CLineReport final : public CRunObserver {
   }
 
   std::string ClosingLine() const {
+    const Shortfalls shortfalls = ShortfallsOf(totals_);
     std::string line;
-    for (const auto &[event, one, several] : kConcerns) {
-      const std::int64_t count = totals_[static_cast<std::size_t>(event)];
+    for (const auto &[member, one, several] : kConcerns) {
+      const std::int64_t count = shortfalls.*member;
       if (count == 0) continue;
       if (!line.empty()) line += ", ";
       line.append(std::to_string(count)).append(count == 1 ? one : several);
     }
-    return line.empty() ? line : line + "; --verbose tells which and why.";
+    return line.empty() ? line : line + "; --verbose tells more.";
   }
 
   bool isVerbose_;
   FSRef folder_{};
-  std::array<std::int64_t, kRunEventCount> totals_{};
+  RunCounts totals_{};
 };
 
 }  // namespace

@@ -1,7 +1,6 @@
 // vannerly-cli: the program on a terminal.
-#include <cstdio>
-
 #include "app/command_line.h"
+#include "app/exit_status.h"
 #include "app/json_report.h"
 #include "app/line_report.h"
 #include "app/start_up.h"
@@ -9,9 +8,6 @@
 #include "platform/terminal/terminal.h"
 
 namespace {
-
-constexpr int kUnusable = 1;  ///< what was named or asked for could not be used
-constexpr int kWrongUsage = 2;
 
 const char *SourceName(PreferenceSource source) {
   switch (source) {
@@ -28,10 +24,12 @@ const char *SourceName(PreferenceSource source) {
 }
 
 void ShowPreferences() {
+  std::string lines;
   for (const PreferenceSetting &setting : ListPreferences()) {
-    std::printf("%s = %s (%s)\n", std::string(setting.key).c_str(), setting.value.c_str(),
-                SourceName(setting.source));
+    lines.append(setting.key).append(" = ").append(setting.value);
+    lines.append(" (").append(SourceName(setting.source)).append(")\n");
   }
+  (void)WriteOutput(lines);  // The exit status tells whether it could.
 }
 
 bool StorePreferences(const std::vector<PreferenceAssignment> &assignments) {
@@ -42,8 +40,9 @@ bool StorePreferences(const std::vector<PreferenceAssignment> &assignments) {
 void Flatten(const CommandLine &commandLine) {
   if (commandLine.isJson) StartJsonReport("vannerly-cli " VANNERLY_VERSION);
   if (commandLine.isVerbose || !commandLine.isJson) StartLineReport(commandLine.isVerbose);
+  WatchRunsForExitStatus();
   const auto unusable = TakeOperands(commandLine.folders, commandLine.isForced);
-  for (const auto &[operand, reason] : unusable) ReportUnusableFolder(operand, reason);
+  for (const auto &[operand, reason] : unusable) AddUnusableToJsonReport(operand, reason);
   // The status of start-up tells of a missing menu at most, which a terminal never has.
   if (unusable.size() < commandLine.folders.size()) (void)RunVannerly();
   // There has been no run to end when nothing could be used, or when it was called off.
@@ -70,8 +69,9 @@ int main(int argc, char **argv) {
   const auto parsed = ParseCommandLine(argc > 0 ? std::vector<std::string>(argv + 1, argv + argc)
                                                 : std::vector<std::string>());
   if (const auto *request = std::get_if<RequestedText>(&parsed)) {
-    std::fputs(request->text.c_str(), stdout);
-    return 0;
+    StartTerminal(true);
+    (void)WriteOutput(request->text);
+    return TerminalExitStatus();
   }
   if (const auto *usage = std::get_if<UsageProblem>(&parsed)) {
     ReportProblem(usage->problem);

@@ -218,6 +218,10 @@ void FlattenDroppedFolder() {
   }
   OSErr scanError = noErr;
   const RunOutcome outcome = CollectFiles(&scanError);
+  // Mostly the walk has told of the folder that has ended it.
+  if (scanError != noErr && ReportOfFolder.CountOf(RunEvent::kFolderNotRead) == 0) {
+    NoteRunEvent({RunEvent::kFolderNotRead, FlattenRun.droppedFolder, scanError});
+  }
   if (outcome == RunOutcome::kFinished) HandleCollectedFiles();
   FlattenRun.CollectedFiles.refs.reset();
 

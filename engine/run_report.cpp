@@ -14,6 +14,16 @@ Clock::time_point folderBegan;
 
 }  // namespace
 
+Shortfalls ShortfallsOf(const RunCounts &counts) {
+  const auto countOf = [&](RunEvent event) { return counts[static_cast<std::size_t>(event)]; };
+  return {.leftInPlace = countOf(RunEvent::kLeftInPlace),
+          .notReached = countOf(RunEvent::kFound) - countOf(RunEvent::kHandled),
+          .notRead = countOf(RunEvent::kFolderNotRead),
+          .deleted = countOf(RunEvent::kFileDeleted),
+          .notDeleted = countOf(RunEvent::kNotDeleted),
+          .notCollated = countOf(RunEvent::kNotCollated)};
+}
+
 void AddRunObserver(CRunObserver *observer) {
   observers.push_back(observer);
 }

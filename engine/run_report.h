@@ -55,13 +55,29 @@ enum class RunOutcome : std::uint8_t {
   kInUse,         ///< by another process; nothing was done
 };
 
+/// How often each event has happened, in one folder or in several.
+using RunCounts = std::array<std::int64_t, kRunEventCount>;
+
+/// What is other than it was to be. All are 0 when every file found is where it should be; what was
+/// asked to be left alone, as by an `Operation` that is neither of the two, does not count.
+struct Shortfalls {
+  std::int64_t leftInPlace;  ///< files that were not moved, or got no alias
+  std::int64_t notReached;   ///< files that were found and not handled, as in a stopped run
+  std::int64_t notRead;      ///< folders that could not be listed
+  std::int64_t deleted;      ///< files; one that has been moved is never deleted
+  std::int64_t notDeleted;   ///< items that were to be
+  std::int64_t notCollated;  ///< the same
+  bool operator==(const Shortfalls &) const = default;
+};
+Shortfalls ShortfallsOf(const RunCounts &counts);
+
 struct FolderReport {
-  std::array<std::int32_t, kRunEventCount> counts{};
+  RunCounts counts{};
   RunOutcome outcome = RunOutcome::kFinished;
   std::string reason;  ///< of kInUse: who uses it, as bytes
   double seconds = 0;
 
-  std::int32_t CountOf(RunEvent event) const { return counts[static_cast<std::size_t>(event)]; }
+  std::int64_t CountOf(RunEvent event) const { return counts[static_cast<std::size_t>(event)]; }
 };
 
 /// Somebody who is told. Nothing here may touch the files or throw: a run must not end because of

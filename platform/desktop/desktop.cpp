@@ -3,8 +3,8 @@
 #include <QApplication>
 #include <QStyle>
 #include <QTimer>
-#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -19,6 +19,8 @@
 #include "platform/desktop/shades.h"
 #include "platform/desktop/uris.h"
 #include "platform/journal.h"
+#include "platform/posix/descriptor.h"
+#include "platform/posix/standard_streams.h"
 #include "platform/preferences.h"
 
 namespace {
@@ -36,6 +38,14 @@ constexpr char kHelp[] =
     "  --help          print this and exit\n"
     "  --version       print the version and exit\n"
     "  --              take everything after it for a folder\n";
+
+/// Writes to standard output and answers the exit status.
+int Print(std::string_view text) {
+  const int error = WriteAll(STDOUT_FILENO, text);
+  if (error == 0) return EXIT_SUCCESS;
+  TellProblem(std::string("standard output: ") + std::strerror(error));
+  return EXIT_FAILURE;
+}
 
 /// While Qt looks for a display: what it has to say ends in an abort, so one line of ours takes the
 /// place of all of it.
@@ -61,11 +71,9 @@ CommandLine ReadCommandLine(int argc, char **argv) {
     } else if (argument == "--") {
       areOptionsOver = true;
     } else if (argument == "--help" || argument == "-h") {
-      (void)std::fputs(kHelp, stdout);
-      return {{}, false, EXIT_SUCCESS};
+      return {{}, false, Print(kHelp)};
     } else if (argument == "--version") {
-      (void)std::puts("vannerly " VANNERLY_VERSION);
-      return {{}, false, EXIT_SUCCESS};
+      return {{}, false, Print("vannerly " VANNERLY_VERSION "\n")};
     } else if (argument == "--preferences") {
       line.wantsPreferences = true;
     } else {
@@ -130,6 +138,7 @@ void ShowPreferencesWhenLoopRuns() {
 }  // namespace
 
 std::optional<int> OpenDesktop(int argc, char **argv) {
+  PrepareStandardStreams();
   const CommandLine commandLine = ReadCommandLine(argc, argv);
   if (commandLine.exitStatus) return commandLine.exitStatus;
   StartQt(argv);

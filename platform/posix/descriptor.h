@@ -1,9 +1,21 @@
-/// A descriptor that closes itself.
+/// A descriptor that closes itself, and writing to one.
 #pragma once
 
 #include <unistd.h>
 
+#include <cerrno>
+#include <string_view>
 #include <utility>
+
+/// Writes all of it; 0 or an `errno` value.
+inline int WriteAll(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+    if (written < 0 && errno != EINTR) return errno;
+    if (written > 0) bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return 0;
+}
 
 class CDescriptor {
  public:

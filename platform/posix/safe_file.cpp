@@ -14,12 +14,8 @@
 
 namespace {
 
-int WriteAll(int descriptor, std::string_view content) {
-  while (!content.empty()) {
-    const ssize_t written = write(descriptor, content.data(), content.size());
-    if (written < 0 && errno != EINTR) return errno;
-    if (written > 0) content.remove_prefix(static_cast<std::size_t>(written));
-  }
+int WriteAndFlush(int descriptor, std::string_view content) {
+  if (const int error = WriteAll(descriptor, content); error != 0) return error;
   return fsync(descriptor) == 0 ? 0 : errno;
 }
 
@@ -38,7 +34,7 @@ int FillReplacement(int descriptor, std::string_view content, const struct stat 
     const bool isSameGroup = fchown(descriptor, old->st_uid, old->st_gid) == 0;
     if (fchmod(descriptor, old->st_mode & (isSameGroup ? 0777 : 0707)) != 0) return errno;
   }
-  return WriteAll(descriptor, content);
+  return WriteAndFlush(descriptor, content);
 }
 
 bool HasNoFolderLocks(int error) {
@@ -105,7 +101,7 @@ int WriteNewFile(const std::string &path, std::string_view content, mode_t mode)
     const CDescriptor file(
         open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
     if (!file.IsOpen()) return errno;
-    error = WriteAll(file.Get(), content);
+    error = WriteAndFlush(file.Get(), content);
   }
   if (error != 0) (void)unlink(path.c_str());
   return error;

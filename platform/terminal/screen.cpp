@@ -3,21 +3,18 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
+
+#include "platform/posix/descriptor.h"
 
 namespace {
 
 constexpr std::string_view kEraseLine = "\x1b[K";
 constexpr std::string_view kEraseBelow = "\x1b[J";
 
+/// Where standard error takes nothing more, there is nobody left to tell.
 void Write(std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = write(STDERR_FILENO, bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) return;
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-  }
+  (void)WriteAll(STDERR_FILENO, bytes);
 }
 
 }  // namespace

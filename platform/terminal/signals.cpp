@@ -38,7 +38,6 @@ void CatchSignals() {
   for (const int signal : kCommandSignals) {
     if (!IsIgnored(signal)) sigaction(signal, &action, nullptr);
   }
-  std::signal(SIGPIPE, SIG_IGN);
 }
 
 void DeliverSignals() {

@@ -4,8 +4,8 @@
 /// the file in hand is always finished.
 #pragma once
 
-/// SIGPIPE is ignored from now on. Signals that are ignored already stay so: nohup wants it, and
-/// scripts for what they run in the background.
+/// Signals that are ignored already stay so: nohup wants it, and scripts for what they run in the
+/// background.
 void CatchSignals();
 
 /// Sends the commands for the signals that have arrived.

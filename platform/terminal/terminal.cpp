@@ -1,17 +1,17 @@
 #include "platform/terminal/terminal.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "platform/icons.h"
 #include "platform/journal.h"
 #include "platform/posix/admission.h"
+#include "platform/posix/descriptor.h"
 #include "platform/posix/item_location.h"
+#include "platform/posix/standard_streams.h"
 #include "platform/preferences.h"
 #include "platform/processes.h"
 #include "platform/terminal/event_loop.h"
@@ -22,21 +22,14 @@
 
 namespace {
 
-/// An operand cannot be used, or output cannot be written.
+/// A folder cannot be used, or output cannot be written.
 bool hasFailed = false;
-
-/// A closed standard stream would give its number to the next file opened, and status texts would
-/// be written to that.
-void OpenStandardStreams() {
-  for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
-    if (fcntl(stream, F_GETFD) < 0) (void)open("/dev/null", O_RDWR);
-  }
-}
+bool isAnythingLeft = false;
 
 }  // namespace
 
 void StartTerminal(bool isQuiet) {
-  OpenStandardStreams();
+  PrepareStandardStreams();
   CatchSignals();
   StartStatusView(isQuiet);
 }
@@ -50,13 +43,17 @@ std::vector<UnusableOperand> TakeOperands(const std::vector<std::string> &operan
       folders.push_back(*admission.folder);
       continue;
     }
-    hasFailed = true;
     const char *const way = admission.isProtected ? "; --force flattens it all the same" : "";
     unusable.push_back({operand, admission.reason + way});
-    ReportProblem(operand + ": " + unusable.back().reason);
+    ReportUnusable(operand, unusable.back().reason);
   }
   OpenWhenLoopStarts(std::move(folders));
   return unusable;
+}
+
+void ReportUnusable(std::string_view name, std::string_view reason) {
+  hasFailed = true;
+  ReportProblem(std::string(name).append(": ").append(reason));
 }
 
 void ReportProblem(std::string_view problem) {
@@ -67,21 +64,24 @@ void PrintNotice(std::string_view line) {
   PrintLine(TerminalTextFromDisk(line));
 }
 
-void WriteOutput(std::string_view bytes) {
-  const bool isWritten = std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
-  if (isWritten && std::fflush(stdout) == 0) return;
-  hasFailed = true;
-  ReportProblem(std::string("standard output: ") + std::strerror(errno));
+bool WriteOutput(std::string_view bytes) {
+  const int error = WriteAll(STDOUT_FILENO, bytes);
+  if (error != 0) ReportUnusable("standard output", std::strerror(error));
+  return error == 0;
+}
+
+void NoteAnythingLeft() {
+  isAnythingLeft = true;
 }
 
 int TerminalExitStatus() {
   if (const int status = ExitStatusOfSignals(); status != 0) return status;
-  return hasFailed ? 1 : 0;
+  if (hasFailed) return kUnusable;
+  return isAnythingLeft ? kSomethingLeft : 0;
 }
 
 bool WaitForBusyFolder(const FSRef &folder, const std::string &reason) {
-  hasFailed = true;
-  ReportProblem(PathOnDisk(folder) + ": " + reason);
+  ReportUnusable(PathOnDisk(folder), reason);
   return false;
 }
 

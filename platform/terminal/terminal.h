@@ -5,6 +5,12 @@
 #include <string_view>
 #include <vector>
 
+/// Exit statuses; beside them there is 128 and its number for a signal that has stopped or ended
+/// the run.
+inline constexpr int kUnusable = 1;  ///< a folder, a preference or standard output
+inline constexpr int kWrongUsage = 2;
+inline constexpr int kSomethingLeft = 3;  ///< in place, or otherwise not as it was to be
+
 /// Takes over the signals and standard error. Call it once, first of all.
 ///
 /// `isQuiet` keeps the status of runs off standard error; problems are still reported there.
@@ -24,12 +30,19 @@ std::vector<UnusableOperand> TakeOperands(const std::vector<std::string> &operan
 /// "?".
 void ReportProblem(std::string_view problem);
 
+/// The same for "NAME: REASON", where what is named could not be used; the exit status tells of it.
+void ReportUnusable(std::string_view name, std::string_view reason);
+
 /// Writes a line to standard error, quiet or not. The same is shown as "?".
 void PrintNotice(std::string_view line);
 
-/// Writes to standard output. A failure is reported, and the exit status tells of it.
-void WriteOutput(std::string_view bytes);
+/// Writes to standard output. A failure is reported as unusable, and answered with false.
+bool WriteOutput(std::string_view bytes);
 
-/// 130, 143 or 129 when SIGINT, SIGTERM or SIGHUP stopped or ended the run, else 1 when an operand
-/// could not be used or output not be written, else 0.
+/// The exit status tells, unless there is worse to tell, that a run has left something other than
+/// it was to be.
+void NoteAnythingLeft();
+
+/// 130, 143 or 129 when SIGINT, SIGTERM or SIGHUP stopped or ended the run, else kUnusable when
+/// anything was reported so, else kSomethingLeft or 0.
 int TerminalExitStatus();

@@ -40,9 +40,10 @@ class Runs(CliCase):
                                                 "txt/a - UUID.txt", "jpg", "jpg/b.jpg", "jpg/e.jpg"})
 
     def test_nested_operands(self):
-        """The inner folder is flattened in its turn, or is gone by then: never an error."""
+        """The inner folder is flattened in its turn, or is gone by then, and that is told."""
         drop = self.make_sample()
-        self.run_cli("--delete-emptied-folders", "drop", "drop/one")
+        _, err = self.run_cli("--quiet", "--delete-emptied-folders", "drop", "drop/one", status=1)
+        self.assertEqual(err, f"vannerly-cli: {drop}/one: it is no folder any more\n")
         self.assertCountEqual(self.contents(drop), self.contents(self.make_sample("same")))
         drop = self.make_sample("again")
         self.run_cli("again/one", "again")
@@ -120,7 +121,7 @@ class Operands(CliCase):
         self.make_sample("home/inner")
         self.run_cli("home/inner")
         self.assertEqual(self.tree(self.path("home/inner")), FLATTENED)
-        self.run_cli("--force", "--no-rename-duplicates", "home")
+        self.run_cli("--force", "--no-rename-duplicates", "home", status=3)
         self.assertIn("d.txt", self.tree(self.home))
 
 class Usage(CliCase):
@@ -157,6 +158,13 @@ class Usage(CliCase):
         self.assertRegex(out, r"\d+\.\d+\.\d+")
         self.assertEqual((out.count("\n"), err), (1, ""))
         self.assertEqual(self.tree(drop), before)
+
+    def test_closed_output(self):
+        """It takes nothing, whatever was asked for."""
+        self.make_sample()
+        for arguments in (("--help",), ("--preferences",), ("--json", "--quiet", "drop")):
+            _, err = self.run_cli(*arguments, status=1, before=("sh", "-c", 'exec "$@" >&-', "sh"))
+            self.assertEqual(err, "vannerly-cli: standard output: Bad file descriptor\n")
 
 class Stored(CliCase):
     def assertPreferences(self, expected, *arguments, **options):

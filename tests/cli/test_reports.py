@@ -116,7 +116,7 @@ class Reports(CliCase):
                     os.chmod(self.path(drop, "bound"), 0o555)
                 before = self.items(drop)
                 out, err = self.run_cli("--json", "--verbose", "--quiet", *options, drop, output=None,
-                                        before=powerless())
+                                        status=3 if expected else 0, before=powerless())
                 told, = self.document(out)["folders"]
                 if "shut/x" in more:
                     os.chmod(self.path(drop, "shut"), 0o755)
@@ -157,7 +157,8 @@ class Reports(CliCase):
                               ("one", "not a folder")])
             self.assertEqual([(exact(e, "folder"), e["reason"]) for e in document["errors"]],
                              [("no\udcff", "No such file or directory"), ("file", "Not a directory")])
-            self.assertEqual(err.count("\n"), 2, "the two complaints and nothing else")
+            self.assertEqual(err.count("\n"), 3, "three complaints and nothing else")
+            self.assertIn(f"\nvannerly-cli: {drop}/one: it is no folder any more\n", err)
             self.make_sample()
         out, _ = self.run_cli("--json", "file", status=1, output=None)
         self.assertEqual(self.document(out)["folders"], [])
@@ -181,24 +182,29 @@ class Reports(CliCase):
                                       stdout=full)
             self.assertEqual(err, "vannerly-cli: standard output: No space left on device\n")
 
-    def test_last_line(self):
-        """Tells what a user has to know, and nothing when there is nothing."""
-        ending = "; --verbose tells which and why.\n"
+    def test_last_line_and_exit_status(self):
+        """Both tell what a user has to know, together, and nothing when there is nothing."""
+        ending = "; --verbose tells more.\n"
+        delete, collate = "--delete-emptied-folders", "--aggregate-files-when-done"
         for options, line in (
-                ((), ""),
+                ((), ""), ((delete, collate), ""), (("--operation=3",), ""),
+                (("--operation=alias", collate), ""),
                 (("--no-rename-duplicates",), "2 files were left in place"),
-                (("--no-rename-duplicates", "--delete-emptied-folders"),
+                (("--no-rename-duplicates", delete),
                  "2 files were left in place, 2 files were deleted with their folders"),
-                (("--operation=3", "--delete-emptied-folders"),
-                 "6 files were deleted with their folders")):
+                (("--operation=alias", delete), "6 files were deleted with their folders"),
+                (("--operation=3", delete), "6 files were deleted with their folders"),
+                ((collate,), "6 items could not be collated")):
             for name in ("one", "two"):
                 self.make_sample(name)
-            _, err = self.run_cli("--quiet", *options, "one", "two")
+                if line.endswith("collated"):
+                    self.write(f"{name}/three/txt")
+            _, err = self.run_cli("--quiet", *options, "one", "two", status=3 if line else 0)
             self.assertEqual(err, line and line + ending)
             for name in ("one", "two"):
                 shutil.rmtree(self.path(name))
         self.make_sample("one")
-        _, err = self.run_cli("--no-rename-duplicates", "one")
+        _, err = self.run_cli("--no-rename-duplicates", "one", "missing", status=1)
         self.assertRegex(err, rf"Elapsed time: [^\n]+\n1 file was left in place{ending}\Z")
 
 

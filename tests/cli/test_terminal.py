@@ -102,7 +102,7 @@ class OnTerminal(CliCase):
                          "a beep for the alias that could not be made")
         self.assertEqual(self.run_on_terminal("--quiet", *arguments, status=1),
                          "vannerly-cli: a?b?: No such file or directory\r\n"
-                         "1 file was left in place; --verbose tells which and why.\r\n")
+                         "1 file was left in place; --verbose tells more.\r\n")
 
     def test_many_files_are_drawn_at_most_sixty_times_a_second(self):
         drop = self.path("drop")

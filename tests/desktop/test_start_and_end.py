@@ -57,6 +57,12 @@ class Start(DesktopCase):
                                    check=False, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
             self.assertEqual(ended.returncode, status)
             self.assertEqual(bool(ended.stderr), status != 0)
+            if status == 0:
+                with open("/dev/full", "wb") as full:
+                    ended = subprocess.run([PROGRAM, *arguments], check=False, stdout=full,
+                                           stderr=subprocess.PIPE)
+                self.assertEqual((ended.returncode, ended.stderr), (
+                    1, b"vannerly: standard output: No space left on device\n"))
         self.assertEqual(self.moved(drop), 0)
 
     def test_preferences_from_the_first_start_and_a_second(self):

@@ -177,6 +177,8 @@ TEST_F(FlattenRunTest, TreeThatChangesBetweenThePassesIsNotTouched) {
     EXPECT_FALSE(Recorder().Control(6).shown) << "the elapsed time goes into a hidden control";
     EXPECT_EQ(ReportOfFolder.outcome, RunOutcome::kCountsDiffer);
     EXPECT_EQ(ReportOfFolder.CountOf(RunEvent::kHandled), 0);
+    EXPECT_EQ(ShortfallsOf(ReportOfFolder.counts).notReached,
+              ReportOfFolder.CountOf(RunEvent::kFound));
     files.Remove("top");
   }
 }

@@ -83,7 +83,7 @@ class Flattening:
         self.seen = dict.fromkeys(
             ("moved", "renamed", "left for a taken name", "left for a long name", "aliases",
              "no alias", "packages kept whole", "deleted folders", "deleted files",
-             "kept packages", "collated", "not collated for a taken name"), 0)
+             "kept packages", "collated", "not collated"), 0)
 
     def run(self):
         for folder, name in self.collected_items():
@@ -96,6 +96,12 @@ class Flattening:
         if self.preferences.aggregateFilesWhenDone:
             self.collate()
         return self.seen
+
+    @property
+    def isAllInPlace(self):
+        return not any(self.seen[rule] for rule in (
+            "left for a taken name", "left for a long name", "no alias", "deleted files",
+            "not collated"))
 
     # Counting and collecting -------------------------------------------------------------------
 
@@ -179,8 +185,11 @@ class Flattening:
                 self.seen["kept packages"] += 1
                 continue
             self.seen["deleted folders"] += 1
-            self.seen["deleted files"] += any(not i.isFolder for i in item.items.values())
+            self.seen["deleted files"] += self.holds_files(item)
             del self.root.items[name]
+
+    def holds_files(self, folder):
+        return any(not i.isFolder or self.holds_files(i) for i in folder.items.values())
 
     def collate(self):
         for name in sorted(self.root.items):
@@ -191,13 +200,13 @@ class Flattening:
             if extension is None:
                 continue
             if len(self.path) + 1 + len(extension) >= COLLATE_PATH_BUFFER:
+                self.seen["not collated"] += 1
                 continue
             # The folder is made before it is known whether the item can go into it.
             folder = self.root.items.setdefault(extension, Node(FOLDER, mode=0o755))
-            if len(self.path) + 1 + len(name) >= COLLATE_PATH_BUFFER:
-                continue
-            if not folder.isFolder or name in folder.items:
-                self.seen["not collated for a taken name"] += 1
+            isPathTooLong = len(self.path) + 1 + len(name) >= COLLATE_PATH_BUFFER
+            if isPathTooLong or not folder.isFolder or name in folder.items:
+                self.seen["not collated"] += 1
                 continue
             self.seen["collated"] += 1
             folder.items[name] = self.root.items.pop(name)

@@ -88,7 +88,7 @@ TEST(Signals, AreCommandsAtTheNextYield) {
                          {{SIGHUP}, "signal quit 129"},
                          {{SIGINT, SIGTERM}, "signal stop signal quit 143"},
                          {{SIGTERM, SIGHUP}, "signal quit signal 143"},
-                         {{SIGPIPE}, "signal 0"}}) {
+                         {{SIGPIPE, SIGXFSZ}, "signal signal 0"}}) {
     EXPECT_EQ(EventsOf([&] {
                 Start();
                 for (const int signal : given.signals) {
