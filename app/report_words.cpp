@@ -23,6 +23,7 @@ constexpr KnownResult kKnownResults[] = {
     {permErr, {"permErr", "the system does not permit it"}},
     {memFullErr, {"memFullErr", "there is not enough memory"}},
     {dirNFErr, {"dirNFErr", "what should be a folder is none"}},
+    {userCanceledErr, {"userCanceledErr", "the program was told to end"}},
     {diffVolErr, {"diffVolErr", "it lies on another volume"}},
     {afpAccessDenied, {"afpAccessDenied", "permission is denied"}},
     {errFSRefsDifferent,

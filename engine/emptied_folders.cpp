@@ -79,6 +79,7 @@ void RemoveEmptiedFolders(const FSRef &folder) {
     (void)NotDeleted(folder, error);
     return;
   }
+  bool isCalledOff = false;
   for (const FSRef &item : items) {
     if (!ItemExists(item)) continue;
     FinderInfo finderInfo;
@@ -89,8 +90,10 @@ void RemoveEmptiedFolders(const FSRef &folder) {
       continue;
     }
     if (!isFolder || IsPackage(item)) continue;
-    (void)DeleteFolderTree(item);
+    if (DeleteFolderTree(item) == userCanceledErr) isCalledOff = true;
   }
+  // Let the command arrive before it is told how the run has ended.
+  if (isCalledOff) YieldToEvents();
 }
 
 OSErr DeleteFolderTree(const FSRef &folder) {

@@ -6,7 +6,7 @@
 /// Deletes every folder that lies directly in `folder` and is no package, with everything in it. It
 /// is not asked whether a folder is empty: what the moves have left behind goes too. A sub-folder
 /// that cannot be deleted stays, partly emptied, and the next one is taken. Nothing is deleted when
-/// `folder` cannot be listed.
+/// `folder` cannot be listed, and nothing more once the program has been told to end.
 void RemoveEmptiedFolders(const FSRef &folder);
 
 /// Deletes a folder and everything in it, unlocking what is locked. Stops at the first failure and

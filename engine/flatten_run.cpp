@@ -224,6 +224,7 @@ void FlattenDroppedFolder() {
   }
   if (outcome == RunOutcome::kFinished) HandleCollectedFiles();
   FlattenRun.CollectedFiles.refs.reset();
+  EndRunMoves();
 
   // Both run whatever happened before, a stopped run included.
   if (GetDeleteEmptiedFolders()) {

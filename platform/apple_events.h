@@ -82,5 +82,8 @@ OSErr AEInstallEventHandler(AEEventClass eventClass, AEEventID eventID, AEEventH
 
 /// Sends an event. Only the own process can be addressed: the handler runs before the call returns,
 /// and its result is returned. errAEEventNotHandled when no handler is installed.
+///
+/// While a timer's procedure is at work, or a timer that an earlier event has armed has not fired,
+/// the event waits for its turn instead, and the answer is noErr.
 OSErr AESend(const AppleEvent &event, AppleEvent *reply, std::int32_t sendMode,
              std::int16_t priority, std::int32_t timeout);

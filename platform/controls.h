@@ -40,5 +40,6 @@ inline constexpr OSType kControlStaticTextTextTag = FourChars("text");
 OSStatus SetControlData(ControlRef control, ControlPartCode part, OSType tag, std::size_t size,
                         const void *data);
 
-/// Says that the control's look has changed; it is drawn at the next yield at which drawing is due.
+/// Says that the control's look has changed; it is drawn at the next yield at which drawing is due,
+/// which is the next one when the control was shown or hidden, or no bar is shown.
 void Draw1Control(ControlRef control);

@@ -1,8 +1,9 @@
 /// The Carbon Event Manager: the event loop, its timers, commands and their handlers.
 ///
-/// There is one thread. Handlers and timers run on it, from RunApplicationEventLoop; commands,
-/// drags and open-documents events are delivered from WaitNextEvent too. Timers never fire there:
-/// one that comes due during a yield waits until the work in hand has returned to the event loop.
+/// There is one thread. Handlers and timers run on it, from RunApplicationEventLoop; commands and
+/// drags are delivered from WaitNextEvent too, and in a window from the File Manager's calls that
+/// change or list folders. Timers never fire there: one that comes due meanwhile waits until the
+/// work in hand has returned to the event loop, and so does an open-documents event.
 #pragma once
 
 #include "platform/graphics.h"
@@ -81,7 +82,7 @@ struct EventRecord {
   std::uint16_t what;
 };
 
-/// With an empty mask this is the yield: what is due is drawn, and commands, drags and
-/// open-documents events that have arrived are delivered. No event is taken, so it answers false.
-/// Costs next to nothing when nothing is due.
+/// With an empty mask this is the yield: what is due is drawn, and commands and drags that have
+/// arrived are delivered. A text that begins a phase is always due. No event is taken, so it
+/// answers false. Costs next to nothing when nothing is due.
 bool WaitNextEvent(EventMask mask, EventRecord *event, std::uint32_t sleep, RgnHandle mouseRegion);

@@ -163,7 +163,8 @@ OSErr PBMakeFSRefUnicodeSync(const FSRefParam &param);
 /// (dupFNErr).
 OSErr FSCreateDirectoryUnicode(const FSRef &parent, std::u16string_view name, FSRef *result);
 
-/// Deletes a file, or a folder that is empty.
+/// Deletes a file, or a folder that is empty. userCanceledErr, and nothing is deleted, when the
+/// program has been told to end meanwhile.
 OSErr FSDeleteObject(const FSRef &ref);
 
 /// Moves an item into another folder of its volume under the name it has. Never replaces anything:

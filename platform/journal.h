@@ -20,6 +20,11 @@ enum class RunEnd { kDone, kStopped };
 OSErr BeginRunJournal(const FSRef &folder, std::string *reason);
 void EndRunJournal(RunEnd end);
 
+/// Called between the two when no further file will be moved up: what is in the sub-folders now
+/// stays there, or goes with them. The window asks before a Stop only as long as it can still save
+/// a file.
+void EndRunMoves();
+
 /// Called after fBsyErr. The window answers true after a moment: ask again. The terminal tells the
 /// user and answers false: pass the folder over.
 bool WaitForBusyFolder(const FSRef &folder, const std::string &reason);

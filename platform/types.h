@@ -33,6 +33,7 @@ inline constexpr OSErr paramErr = -50;
 inline constexpr OSErr permErr = -54;
 inline constexpr OSErr memFullErr = -108;
 inline constexpr OSErr dirNFErr = -120;
+inline constexpr OSErr userCanceledErr = -128;
 inline constexpr OSErr resNotFound = -192;
 inline constexpr OSErr diffVolErr = -1303;
 inline constexpr OSErr errFSNoMoreItems = -1417;

@@ -8,17 +8,6 @@
 
 namespace {
 
-struct Handler {
-  AEEventHandlerProc procedure;
-  std::intptr_t refCon;
-};
-using Handlers = std::map<std::pair<AEEventClass, AEEventID>, Handler>;
-
-Handlers &InstalledHandlers() {
-  static Handlers handlers;
-  return handlers;
-}
-
 bool IsOwnProcess(const AEAddressDesc &target) {
   ProcessSerialNumber process;
   if (target.descriptorType != typeProcessSerialNumber || target.data.size() != sizeof process)
@@ -128,18 +117,4 @@ OSErr AEGetParamDesc(const AppleEvent &event, AEKeyword keyword, DescType desire
   const auto found = event.parameters.find(keyword);
   if (found == event.parameters.end()) return errAEDescNotFound;
   return Coerce(found->second, desiredType, result);
-}
-
-OSErr AEInstallEventHandler(AEEventClass eventClass, AEEventID eventID, AEEventHandlerProc handler,
-                            std::intptr_t refCon, bool isSystemHandler) {
-  if (handler == nullptr || isSystemHandler) return paramErr;
-  InstalledHandlers()[{eventClass, eventID}] = {handler, refCon};
-  return noErr;
-}
-
-OSErr AESend(const AppleEvent &event, AppleEvent *reply, std::int32_t, std::int16_t, std::int32_t) {
-  const auto found = InstalledHandlers().find({event.eventClass, event.eventID});
-  if (found == InstalledHandlers().end()) return errAEEventNotHandled;
-  const Handler handler = found->second;
-  return handler.procedure(event, reply, handler.refCon);
 }

@@ -4,6 +4,7 @@
 #include <QMessageBox>
 #include <QPointer>
 
+#include "platform/desktop/ending_question.h"
 #include "platform/desktop/folder_chooser.h"
 #include "platform/desktop/window.h"
 
@@ -12,12 +13,6 @@ namespace {
 QWidget *Parent() {
   const WindowRef window = MainDesktopWindow();
   return window != nullptr ? window->widget : nullptr;
-}
-
-void BringUp(QWidget &window) {
-  window.show();
-  window.raise();
-  window.activateWindow();
 }
 
 /// Both windows are shown beside the event loop, never in one of their own: a run goes on behind
@@ -49,7 +44,14 @@ void ShowAboutBox() {
 
 }  // namespace
 
+void BringUp(QWidget &window) {
+  window.show();
+  window.raise();
+  window.activateWindow();
+}
+
 void GiveCommand(EventTargetRef target, OSType commandID) {
+  if (HasToAskBefore(target, commandID)) return;
   if (SendCommand(target, commandID) != eventNotHandledErr) return;
   if (commandID == kHICommandOpen) ChooseFolder();
   if (commandID == kHICommandAbout) ShowAboutBox();

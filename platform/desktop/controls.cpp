@@ -21,6 +21,9 @@ std::vector<OpaqueControl *> &ChangedControls() {
   return changed;
 }
 
+bool isDrawingUrgent = false;
+int barsShown = 0;
+
 void MarkChanged(ControlRef control) {
   if (control->isChanged) return;
   control->isChanged = true;
@@ -76,6 +79,10 @@ void Draw(OpaqueControl &control) {
 
 void SetVisible(ControlRef control, bool visible) {
   if (control == nullptr) return;
+  if (control->isVisible != visible) {
+    if (control->isBar) barsShown += visible ? 1 : -1;
+    isDrawingUrgent = true;
+  }
   control->isVisible = visible;
   MarkChanged(control);
 }
@@ -99,6 +106,7 @@ void SetNumber(ControlRef control, std::int16_t OpaqueControl::*number, std::int
 OpaqueControl::OpaqueControl(QWidget *widgetOfWindow, std::int32_t controlID)
     : widget(widgetOfWindow),
       id(controlID),
+      isBar(qobject_cast<const QProgressBar *>(widget) != nullptr),
       isVisible(!widget->isHidden()),
       isEnabled(widget->isEnabledTo(widget->parentWidget())),
       value(ValueOfWidget(widget)) {
@@ -106,6 +114,7 @@ OpaqueControl::OpaqueControl(QWidget *widgetOfWindow, std::int32_t controlID)
     minimum = static_cast<std::int16_t>(bar->minimum());
     maximum = static_cast<std::int16_t>(bar->maximum());
   }
+  if (isBar && isVisible) ++barsShown;
   // What is hidden keeps its place, so that nothing jumps when a run begins or ends.
   QSizePolicy policy = widget->sizePolicy();
   policy.setRetainSizeWhenHidden(true);
@@ -113,6 +122,7 @@ OpaqueControl::OpaqueControl(QWidget *widgetOfWindow, std::int32_t controlID)
 }
 
 OpaqueControl::~OpaqueControl() {
+  if (isBar && isVisible) --barsShown;
   std::erase(ChangedControls(), this);
 }
 
@@ -128,6 +138,11 @@ std::vector<std::unique_ptr<OpaqueControl>> ControlsOfWindow(const QWidget &wind
 void DrawChangedControls() {
   for (OpaqueControl *control : ChangedControls()) Draw(*control);
   ChangedControls().clear();
+  isDrawingUrgent = false;
+}
+
+bool IsDrawingUrgent() {
+  return isDrawingUrgent;
 }
 
 OSStatus GetControlByID(WindowRef window, const ControlID &id, ControlRef *control) {
@@ -182,6 +197,7 @@ OSStatus SetControlData(ControlRef control, ControlPartCode part, OSType tag, st
   std::memcpy(control->text.data(), data, size);
   control->textLength = static_cast<std::uint8_t>(size);
   control->isTextChanged = true;
+  if (barsShown == 0) isDrawingUrgent = true;
   MarkChanged(control);
   return noErr;
 }

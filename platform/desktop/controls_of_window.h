@@ -19,6 +19,7 @@ struct OpaqueControl {
   QWidget *widget;  ///< belongs to its window
   std::int32_t id;
 
+  bool isBar;  ///< shows progress
   bool isVisible;
   bool isEnabled;
   std::int16_t minimum = 0;

@@ -6,12 +6,17 @@
 #include <QTimer>
 #include <chrono>
 
+#include "platform/common/event_queue.h"
 #include "platform/common/timers.h"
 #include "platform/desktop/bus_service.h"
 #include "platform/desktop/control_drawing.h"
+#include "platform/desktop/ending_question.h"
+#include "platform/desktop/waiting_folders.h"
 #include "platform/events.h"
 #include "platform/posix/coarse_time.h"
+#include "platform/posix/ending.h"
 #include "platform/posix/folder_descriptors.h"
+#include "platform/posix/meanwhile.h"
 
 namespace {
 
@@ -20,9 +25,30 @@ namespace {
 constexpr std::int64_t kTimeBetweenLooks = 33'000'000;
 
 bool isQuitting = false;
-bool isFiring = false;
 bool isYielding = false;
 std::int64_t lastLook = 0;
+std::uint64_t foldersBeforeThisRun = 0;
+
+/// What a yield does. Not inside a handler that another one has called: that would deliver events
+/// out of their order. Outside a run there is nothing to keep alive: the loop itself delivers and
+/// draws.
+void LookAtEvents() {
+  isYielding = true;
+  UpdateEndingQuestion();
+  ShowWaitingFolders();
+  DrawChangedControls();
+  QCoreApplication::processEvents();
+  isYielding = false;
+  lastLook = CoarseTime();
+}
+
+bool CanLookAtEvents() {
+  return IsTimerFiring() && !isYielding;
+}
+
+void LookAtEventsWhenDue() {
+  if (CanLookAtEvents() && CoarseTime() - lastLook >= kTimeBetweenLooks) LookAtEvents();
+}
 
 /// Wakes the loop up when the next timer is due. One-shot, and armed from the outer loop only: a
 /// run's yields, and the loops of drags that Qt runs inside this one, find it unarmed.
@@ -40,21 +66,27 @@ class WakeUp {
   }
 
  private:
-  static bool IsOuterLoop() { return QThread::currentThread()->loopLevel() == 1 && !isFiring; }
+  static bool IsOuterLoop() {
+    return QThread::currentThread()->loopLevel() == 1 && !IsTimerFiring();
+  }
 
   void Arm() {
     const auto due = NextTimerDue();
-    if (!due || !IsOuterLoop() || timer_.isActive()) return;
-    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(*due - TimerClock::now());
-    timer_.start(std::max(wait, std::chrono::milliseconds(0)));
+    if (!due || !IsOuterLoop()) return;
+    const auto wait =
+        std::max(std::chrono::ceil<std::chrono::milliseconds>(*due - TimerClock::now()),
+                 std::chrono::milliseconds(0));
+    // One that is armed for a later timer would keep an event waiting that goes before it.
+    if (!timer_.isActive() || timer_.remainingTimeAsDuration() > wait) timer_.start(wait);
   }
 
   static void Fire() {
     // Left over from before a drag's loop began: the outer loop arms it again.
     if (!IsOuterLoop()) return;
-    isFiring = true;
+    foldersBeforeThisRun = TheFolderInHand().number;
     FireDueTimers(TimerClock::now());
-    isFiring = false;
+    UpdateEndingQuestion();
+    ShowWaitingFolders();
     // A program that waits keeps no volume from being unmounted.
     CloseFolderDescriptors();
   }
@@ -65,7 +97,11 @@ class WakeUp {
 }  // namespace
 
 bool IsWorkInHand() {
-  return isFiring;
+  return IsTimerFiring();
+}
+
+std::uint64_t FoldersBeforeThisRun() {
+  return foldersBeforeThisRun;
 }
 
 bool IsQuitting() {
@@ -75,24 +111,22 @@ bool IsQuitting() {
 void RunApplicationEventLoop() {
   if (isQuitting) return;
   WakeUp wakeUp;
+  whatGoesOnMeanwhile = LookAtEventsWhenDue;
   (void)QApplication::exec();
 }
 
 void QuitApplicationEventLoop() {
   isQuitting = true;
+  CloseEventQueue();
   ReleaseBusName();
   QCoreApplication::exit();
 }
 
 bool WaitNextEvent(EventMask, EventRecord *, std::uint32_t, RgnHandle) {
-  // Outside a run there is nothing to keep alive: the loop itself delivers and draws. Inside a
-  // handler that a yield has called, another yield would deliver events out of their order.
-  if (!isFiring || isYielding) return false;
-  if (CoarseTime() - lastLook < kTimeBetweenLooks) return false;
-  isYielding = true;
-  DrawChangedControls();
-  QCoreApplication::processEvents();
-  isYielding = false;
-  lastLook = CoarseTime();
+  if (IsDrawingUrgent() && CanLookAtEvents()) {
+    LookAtEvents();
+  } else {
+    LookAtEventsWhenDue();
+  }
   return false;
 }

@@ -9,13 +9,15 @@
 #include <csignal>
 #include <cstdint>
 
-#include "platform/desktop/commands.h"
+#include "platform/desktop/ending_question.h"
+#include "platform/posix/ending.h"
 
 namespace {
 
 int wakeUp = -1;
 
 void NoteSignal(int) {
+  NoteEnding();
   const int savedError = errno;
   const std::uint64_t one = 1;
   (void)!write(wakeUp, &one, sizeof one);
@@ -25,13 +27,16 @@ void NoteSignal(int) {
 }  // namespace
 
 void CatchQuitSignals() {
+  // The session's end: it waits for the answer to no question.
+  QObject::connect(qApp, &QGuiApplication::commitDataRequest, qApp, [] { EndWithoutAsking(); });
+
   wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   if (wakeUp < 0) return;
   auto *notifier = new QSocketNotifier(wakeUp, QSocketNotifier::Read, qApp);
   QObject::connect(notifier, &QSocketNotifier::activated, notifier, [] {
     std::uint64_t count;
     (void)!read(wakeUp, &count, sizeof count);
-    GiveCommand(nullptr, kHICommandQuit);
+    EndWithoutAsking();
   });
 
   struct sigaction action {};

@@ -39,13 +39,21 @@ OpaqueWindow::OpaqueWindow(QWidget *loaded)
     const OSType command = CommandOf(*button);
     if (command == 0) continue;
     // Only what the user does: a value that the program sets is no command.
-    connect(button, &QAbstractButton::clicked, this,
-            [this, command] { GiveCommand(target, command); });
+    connect(button, &QAbstractButton::clicked, this, [this, command] { Give(command); });
   }
 }
 
 OpaqueWindow::~OpaqueWindow() {
   DisposeEventTarget(target);
+}
+
+void OpaqueWindow::Give(OSType command) {
+  // A sheet's Cancel closes the sheet and stops nothing that would have to be asked about.
+  if (isSheet && command == kHICommandCancel) {
+    (void)SendCommand(target, command);
+  } else {
+    GiveCommand(target, command);
+  }
 }
 
 bool OpaqueWindow::eventFilter(QObject *watched, QEvent *event) {
@@ -54,11 +62,11 @@ bool OpaqueWindow::eventFilter(QObject *watched, QEvent *event) {
       // The program decides when a window goes: closing is a command like any other. Only a session
       // that is being saved must not be told that the window refuses to close.
       event->setAccepted(qApp->isSavingSession());
-      GiveCommand(target, isSheet ? kHICommandCancel : kHICommandQuit);
+      Give(isSheet ? kHICommandCancel : kHICommandQuit);
       return true;
     case QEvent::KeyPress:
       if (isSheet && static_cast<QKeyEvent *>(event)->matches(QKeySequence::Cancel)) {
-        GiveCommand(target, kHICommandCancel);
+        Give(kHICommandCancel);
         return true;
       }
       break;

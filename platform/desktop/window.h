@@ -18,6 +18,9 @@ struct OpaqueWindow final : QObject {
 
   bool eventFilter(QObject *watched, QEvent *event) override;
 
+  /// Gives a command as the user of this window has given it.
+  void Give(OSType command);
+
   /// The window without its menu bar, in coordinates of the screen.
   QRect ContentBounds() const;
 

@@ -7,12 +7,14 @@
 #include <string>
 
 #include "platform/posix/disk_names.h"
+#include "platform/posix/ending.h"
 #include "platform/posix/errors.h"
 #include "platform/posix/finder_info.h"
 #include "platform/posix/folder_table.h"
 #include "platform/posix/item_location.h"
 #include "platform/posix/item_status.h"
 #include "platform/posix/known_items.h"
+#include "platform/posix/meanwhile.h"
 #include "platform/posix/name_filter.h"
 #include "platform/posix/tree_changes.h"
 
@@ -143,6 +145,8 @@ OSErr FSCreateDirectoryUnicode(const FSRef &parent, std::u16string_view name, FS
 }
 
 OSErr FSDeleteObject(const FSRef &ref) {
+  GoOnMeanwhile();
+  if (IsDeletionCalledOff()) return userCanceledErr;
   ForgetSeenItems();
   ItemLocation location;
   bool isFolder = ReferenceIn(ref).kind == ItemKind::kFolder;
@@ -159,6 +163,7 @@ OSErr FSDeleteObject(const FSRef &ref) {
 }
 
 OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
+  GoOnMeanwhile();
   ForgetSeenItems();
   const ItemReference &item = ReferenceIn(ref);
   if (item.folder == 0) return paramErr;
@@ -177,6 +182,7 @@ OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
 
 OSErr FSRenameUnicode(const FSRef &ref, std::u16string_view name, TextEncoding /*hint*/,
                       FSRef *result) {
+  GoOnMeanwhile();
   ForgetSeenItems();
   static std::string bytes;  // asked for twice a file, it keeps its memory
   if (OSErr error = NameToDisk(name, &bytes); error != noErr) return error;

@@ -6,6 +6,7 @@
 #include "platform/posix/folder_table.h"
 #include "platform/posix/item_location.h"
 #include "platform/posix/item_status.h"
+#include "platform/posix/meanwhile.h"
 
 struct FolderIterator {
   FSIteratorFlags flags = kFSIterateFlat;
@@ -84,6 +85,7 @@ std::uint64_t FolderListingCount() {
 }
 
 OSErr FSOpenIterator(const FSRef &container, FSIteratorFlags flags, FSIterator *iterator) {
+  GoOnMeanwhile();
   ++listingCount;
   try {
     FSIterator opened(new FolderIterator);
@@ -112,6 +114,7 @@ OSErr FSCloseIterator(FSIterator &iterator) {
 OSErr FSGetCatalogInfoBulk(const FSIterator &iterator, std::uint32_t maximum, std::uint32_t *actual,
                            bool *containerChanged, FSCatalogInfoBitmap whichInfo,
                            FSCatalogInfo *infos, FSRef *refs, FSSpec *specs, HFSUniStr255 *names) {
+  GoOnMeanwhile();
   *actual = 0;
   if (containerChanged != nullptr) *containerChanged = false;
   if (iterator == nullptr || maximum == 0) return paramErr;

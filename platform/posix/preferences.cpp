@@ -9,6 +9,7 @@
 
 #include "platform/posix/coarse_time.h"
 #include "platform/posix/config_folders.h"
+#include "platform/posix/ending.h"
 #include "platform/posix/log.h"
 #include "platform/posix/preference_domain.h"
 #include "platform/posix/preference_file.h"
@@ -17,6 +18,7 @@
 namespace {
 
 constexpr std::string_view kFileName = "/preferences.toml";
+constexpr std::string_view kDeletionKey = "DeleteEmptiedFolders";
 constexpr std::int64_t kRetryDelay = 1'000'000'000;  // nanoseconds
 
 PreferencesProblemHandler problemHandler = nullptr;
@@ -152,6 +154,12 @@ bool IsStorable(const CFPreferenceValue &value) {
 }  // namespace
 
 std::optional<CFPreferenceValue> CFPreferencesCopyAppValue(std::string_view key) {
+  // Stronger than any value, and at once: a signal may have arrived since the last look.
+  if (IsDeletionCalledOff() && key == kDeletionKey) return false;
+  return ValueBeforeEnding(key);
+}
+
+std::optional<CFPreferenceValue> ValueBeforeEnding(std::string_view key) {
   const FoundValue found = Domain().Find(key);
   if (found.value == nullptr) return std::nullopt;
   return *found.value;

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "platform/journal.h"
+#include "platform/posix/ending.h"
 #include "platform/posix/folder_table.h"
 #include "platform/posix/half_moves.h"
 #include "platform/posix/item_location.h"
@@ -304,10 +305,16 @@ OSErr BeginRunJournal(const FSRef &folder, std::string *reason) {
   }
   if (error == EBUSY) return fBsyErr;
   if (error != 0) TellThatNoneIsKept(error);
+  NoteFolderTaken();
   return noErr;
 }
 
+void EndRunMoves() {
+  NoteFolderMoved();
+}
+
 void EndRunJournal(RunEnd end) {
+  NoteFolderDone();
   if (run == nullptr) return;
   run->End(end);
   run.reset();

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/common/event_dispatch.h"
+#include "platform/common/event_queue.h"
 #include "platform/common/timers.h"
 #include "platform/events.h"
 #include "platform/terminal/signals.h"
@@ -37,9 +38,7 @@ void RunApplicationEventLoop() {
     const auto due = NextTimerDue();
     if (!due) break;
     SleepUntil(*due);
-    // A lone interrupt is kept for the run about to begin: told to an idle program, Stop would be
-    // forgotten.
-    if (IsQuitSignalled()) DeliverSignals();
+    DeliverSignals();
     if (!isQuit) FireDueTimers(TimerClock::now());
   }
   ClearStatus();
@@ -47,6 +46,7 @@ void RunApplicationEventLoop() {
 
 void QuitApplicationEventLoop() {
   isQuit = true;
+  CloseEventQueue();
 }
 
 bool WaitNextEvent(EventMask, EventRecord *event, std::uint32_t, RgnHandle) {

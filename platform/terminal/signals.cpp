@@ -1,26 +1,21 @@
 #include "platform/terminal/signals.h"
 
-#include <algorithm>
 #include <csignal>
 
 #include "platform/events.h"
+#include "platform/posix/ending.h"
 
 namespace {
 
-constexpr int kCommandSignals[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
-volatile std::sig_atomic_t interrupts = 0;
-volatile std::sig_atomic_t endingSignal = 0;  ///< the first SIGTERM or SIGHUP
+volatile std::sig_atomic_t firstSignal = 0;
 
-bool isStopSent = false;
 bool isQuitSent = false;
 
-void CountSignal(int signal) {
-  if (signal == SIGINT) {
-    interrupts = std::min<std::sig_atomic_t>(interrupts + 1, 2);
-  } else if (endingSignal == 0) {
-    endingSignal = signal;
-  }
+void NoteSignal(int signal) {
+  NoteEnding();
+  if (firstSignal == 0) firstSignal = signal;
 }
 
 bool IsIgnored(int signal) {
@@ -32,30 +27,20 @@ bool IsIgnored(int signal) {
 
 void CatchSignals() {
   struct sigaction action {};
-  action.sa_handler = CountSignal;
+  action.sa_handler = NoteSignal;
   action.sa_flags = SA_RESTART;
-  for (const int signal : kCommandSignals) sigaddset(&action.sa_mask, signal);
-  for (const int signal : kCommandSignals) {
+  for (const int signal : kEndingSignals) sigaddset(&action.sa_mask, signal);
+  for (const int signal : kEndingSignals) {
     if (!IsIgnored(signal)) sigaction(signal, &action, nullptr);
   }
 }
 
 void DeliverSignals() {
-  if (interrupts > 0 && !isStopSent) {
-    isStopSent = true;
-    (void)SendCommand(nullptr, kHICommandCancel);
-  }
-  if (IsQuitSignalled() && !isQuitSent) {
-    isQuitSent = true;
-    (void)SendCommand(nullptr, kHICommandQuit);
-  }
-}
-
-bool IsQuitSignalled() {
-  return interrupts > 1 || endingSignal != 0;
+  if (firstSignal == 0 || isQuitSent) return;
+  isQuitSent = true;
+  (void)SendCommand(nullptr, kHICommandQuit);
 }
 
 int ExitStatusOfSignals() {
-  if (endingSignal != 0) return 128 + endingSignal;
-  return interrupts > 0 ? 128 + SIGINT : 0;
+  return firstSignal == 0 ? 0 : 128 + firstSignal;
 }

@@ -20,6 +20,7 @@ struct View {
   CScreen screen;
 
   bool isBusy = false;
+  bool hasBeenBusy = false;
   bool isBarShown = false;
   bool isLine2Shown = false;
   std::string line1;    ///< of the run in hand; UTF-8, like line 2
@@ -56,7 +57,7 @@ std::vector<std::string> LinesToDraw() {
 }
 
 void BeginFolder() {
-  view.isBusy = true;
+  view.isBusy = view.hasBeenBusy = true;
   view.line1.clear();
   view.counter.clear();
 }
@@ -69,7 +70,11 @@ void EndFolder(std::string_view elapsedTime) {
 }
 
 void ShowLine1(std::string_view text) {
-  if (!view.isBusy || view.line1 == text) return;
+  if (!view.isBusy) {
+    if (view.hasBeenBusy) PrintLine(TerminalTextFromDisk(text));
+    return;
+  }
+  if (view.line1 == text) return;
   view.line1 = text;
   // While the bar is shown line 1 changes with every file; without it, it announces a phase.
   if (view.isBarShown) return;

@@ -2,8 +2,8 @@
 ///
 /// While a run is busy (control 2 is shown), a terminal has the two status lines and the bar drawn
 /// in place, as far as the window would show them; elsewhere each phase gets a plain line. A run
-/// leaves its last counter and the elapsed time behind. What line 1 says to an idle user is an
-/// invitation to a window and is not shown.
+/// leaves behind its last counter, the elapsed time and what line 1 says to an idle user. What line
+/// 1 says before the first run has been told as a problem already.
 #pragma once
 
 #include <cstdint>

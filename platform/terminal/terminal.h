@@ -43,6 +43,6 @@ bool WriteOutput(std::string_view bytes);
 /// it was to be.
 void NoteAnythingLeft();
 
-/// 130, 143 or 129 when SIGINT, SIGTERM or SIGHUP stopped or ended the run, else kUnusable when
+/// 130, 143 or 129 when SIGINT, SIGTERM or SIGHUP has ended the program, else kUnusable when
 /// anything was reported so, else kSomethingLeft or 0.
 int TerminalExitStatus();

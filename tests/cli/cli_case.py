@@ -17,12 +17,14 @@ UUID = re.compile(r"[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}")
 IDLE = "Drop a folder on the application or this window to flatten it."
 
 
-def slow_disk(delay):
-    """Environment variables that make every rename take that many microseconds longer."""
+def slow_disk(delay, deletion=0):
+    """Environment variables that make every rename take that many microseconds longer, and every
+    deletion."""
     # The sanitizer wants to be the first library; the other one here does not get in its way.
     options = [os.environ.get("ASAN_OPTIONS", ""), "verify_asan_link_order=0"]
     return {"LD_PRELOAD": os.path.abspath(os.environ["VANNERLY_OTHER_DISK"]),
-            "ASAN_OPTIONS": ":".join(o for o in options if o), "OTHER_DISK_DELAY_US": str(delay)}
+            "ASAN_OPTIONS": ":".join(o for o in options if o), "OTHER_DISK_DELAY_US": str(delay),
+            "OTHER_DISK_DELETE_DELAY_US": str(deletion)}
 
 
 class CliCase(unittest.TestCase):

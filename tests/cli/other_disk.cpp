@@ -1,9 +1,10 @@
 /// Loaded before the program, makes the disk a slow one, or one that cannot be told to rename
 /// without replacing. Both are told by environment variables:
 ///
-///   OTHER_DISK_DELAY_US    every rename takes that many microseconds longer
-///   OTHER_DISK_NO_FLAGS    a rename with flags fails with EINVAL, as on NFS
-///   OTHER_DISK_REFUSALS    a file that gets one byte for each such failure
+///   OTHER_DISK_DELAY_US         every rename takes that many microseconds longer
+///   OTHER_DISK_DELETE_DELAY_US  so does every deletion
+///   OTHER_DISK_NO_FLAGS         a rename with flags fails with EINVAL, as on NFS
+///   OTHER_DISK_REFUSALS         a file that gets one byte for each such failure
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -21,15 +22,26 @@ void Note(const char *path) {
   close(file);
 }
 
+void TakeTime(const char *variable) {
+  if (const char *delay = std::getenv(variable); delay != nullptr) {
+    usleep(static_cast<useconds_t>(std::atoi(delay)));
+  }
+}
+
 }  // namespace
+
+extern "C" int unlinkat(int folder, const char *name, int flags) noexcept {
+  using Unlink = int (*)(int, const char *, int);
+  static const Unlink next = reinterpret_cast<Unlink>(dlsym(RTLD_NEXT, "unlinkat"));
+  TakeTime("OTHER_DISK_DELETE_DELAY_US");
+  return next(folder, name, flags);
+}
 
 extern "C" int renameat2(int fromFolder, const char *from, int toFolder, const char *to,
                          unsigned int flags) noexcept {
   using Rename = int (*)(int, const char *, int, const char *, unsigned int);
   static const Rename next = reinterpret_cast<Rename>(dlsym(RTLD_NEXT, "renameat2"));
-  if (const char *delay = std::getenv("OTHER_DISK_DELAY_US"); delay != nullptr) {
-    usleep(static_cast<useconds_t>(std::atoi(delay)));
-  }
+  TakeTime("OTHER_DISK_DELAY_US");
   if (flags != 0 && std::getenv("OTHER_DISK_NO_FLAGS") != nullptr) {
     if (const char *path = std::getenv("OTHER_DISK_REFUSALS"); path != nullptr) Note(path);
     errno = EINVAL;

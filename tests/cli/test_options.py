@@ -20,7 +20,7 @@ class Runs(CliCase):
         os.mkdir(self.path("empty"))
         _, err = self.run_cli("drop", "empty", "again")
         moving = r"Counting files in {0}\.\.\.\nCollecting files in {0}\.\.\.\n(Moving .*\n)?"
-        time = r"Elapsed time: \d+ secs? ?\n"
+        time = rf"Elapsed time: \d+ secs? ?\n{re.escape(IDLE)}\n"
         end = r"\(6 of 6\)\n" + time
         self.assertRegex(err, rf"\A{moving.format('drop')}{end}Counting files in empty\.\.\.\n{time}"
                               rf"{moving.format('again')}{end}\Z")
@@ -228,7 +228,7 @@ class Stored(CliCase):
         x, y = self.make_sample("x"), self.make_sample("y")
         _, err = self.run_cli("x", "missing", "y", status=1)
         self.assertEqual((self.tree(x), self.tree(y)), (FLATTENED, FLATTENED))
-        self.assertNotIn(IDLE, err.split("Elapsed time")[0])
+        self.assertRegex(err, rf"\n{re.escape(IDLE)}\nBye\.\n\Z")
 
 
 if __name__ == "__main__":

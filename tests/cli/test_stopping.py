@@ -1,6 +1,8 @@
 #!/usr/bin/env python3
-"""Ctrl-C, a second one, and SIGTERM, on a disk slow enough for them to arrive within the run."""
+"""Ctrl-C, SIGTERM and SIGHUP, on a disk slow enough for them to arrive within the run."""
 
+import glob
+import json
 import os
 import shutil
 import signal
@@ -20,18 +22,19 @@ class Stopping(CliCase):
                 # Every second name clashes, so that files are stopped under temporary names too.
                 self.write(f"{folder}/sub{i % 7}/{i // 2}.txt", f"{folder} {i}")
 
-    def stop(self, *arguments, signals, folder="first", status):
-        """Sends the signals one by one when a few files of `folder` have been moved."""
-        process = self.start("first", "second", *arguments, environment=slow_disk(SLOW))
+    def end(self, *arguments, signals, when=None, disk=None, status):
+        """Sends the signals one by one when `when` says so: a few files of `first` were moved."""
+        process = self.start("first", "second", *arguments, environment=disk or slow_disk(SLOW))
+        when = when or (lambda: self.moved("first") >= 12)
         deadline = time.monotonic() + 60
-        while len(os.listdir(self.path(folder))) < 20:
-            self.assertIsNone(process.poll(), "ended before it could be stopped")
+        while not when():
+            self.assertIsNone(process.poll(), "ended before it could be told to")
             self.assertLess(time.monotonic(), deadline)
             time.sleep(0.01)
         for number in signals:
             process.send_signal(number)
             time.sleep(0.005)
-        return self.finish(process, status)[1]
+        return self.finish(process, status, None)
 
     def assertComplete(self, *folders):
         """Every content is there once, under a name of its own or a unique one."""
@@ -42,47 +45,54 @@ class Stopping(CliCase):
             for name in names:
                 self.assertRegex(name, r"\A\d+( - [-0-9A-F]{36})?\.txt\Z", "no temporary name is left")
 
+    def count(self, folder):
+        return sum(len(files) for _, _, files in os.walk(self.path(folder)))
+
     def moved(self, folder):
         return sum(os.path.isfile(self.path(folder, n)) for n in os.listdir(self.path(folder)))
 
-    def test_first_interrupt_stops_the_folder_in_hand(self):
-        self.make_folders()
-        err = self.stop(signals=[signal.SIGINT], status=130)
-        self.assertComplete("first", "second")
-        self.assertLess(self.moved("first"), FILES // 2)
-        self.assertEqual(self.moved("second"), FILES, "the next folder is flattened")
-        self.assertEqual(err.count("Elapsed time: "), 2)
-        # Stopping harms nothing: the next run ends the work.
-        self.run_cli("first")
-        self.assertEqual(self.moved("first"), FILES)
-        self.assertComplete("first")
+    def test_each_signal_ends_all_folders_and_deletes_nothing(self):
+        for signals, status in (([signal.SIGINT], 130), ([signal.SIGTERM], 143),
+                                ([signal.SIGHUP], 129), ([signal.SIGINT] * 3, 130),
+                                ([signal.SIGINT, signal.SIGTERM], 130)):
+            for arguments in ((), ("--delete-emptied-folders", "--aggregate-files-when-done")):
+                with self.subTest(signals=signals, arguments=arguments):
+                    self.make_folders()
+                    _, err = self.end(*arguments, signals=signals, status=status)
+                    self.assertComplete("first", "second")
+                    self.assertEqual(self.moved("second"), 0)
+                    place = "first/txt" if arguments else "first"
+                    self.assertGreaterEqual(self.moved(place), 12)
+                    self.assertLess(self.moved(place), FILES // 2)
+                    self.assertNotIn("Deleting", err)
+                    # What was not moved is where it was, so the next run ends the work.
+                    self.run_cli("first", "second", *arguments[:1])
+                    self.assertComplete("first", "second")
+                    for folder in ("first", "second"):
+                        shutil.rmtree(self.path(folder))
 
-    def test_second_interrupt_quits(self):
-        self.make_folders()
-        self.stop(signals=[signal.SIGINT, signal.SIGINT], status=130)
-        self.assertComplete("first", "second")
-        self.assertLess(self.moved("first"), FILES // 2)
-        self.assertLess(self.moved("second"), 20, "what was moved between the two")
-
-    def test_termination_quits(self):
-        for number, status in ((signal.SIGTERM, 143), (signal.SIGHUP, 129)):
+    def test_a_deletion_under_way_ends(self):
+        for number, status in ((signal.SIGINT, 130), (signal.SIGTERM, 143), (signal.SIGHUP, 129)):
             with self.subTest(number=number):
                 self.make_folders()
-                self.stop(signals=[number], status=status)
-                self.assertComplete("first", "second")
-                self.assertLess(self.moved("first"), FILES // 2)
-                self.assertEqual(self.moved("second"), 0)
-                for folder in ("first", "second"):
+                out, _ = self.end("--operation=3", "--delete-emptied-folders", "--json",
+                                  signals=[number], disk=slow_disk(0, 5 * SLOW), status=status,
+                                  when=lambda: self.count("first") < FILES - 10)
+                left = self.contents(self.path("first"))
+                self.assertGreater(len(left), FILES // 4, "deleted further")
+                self.assertComplete("second")
+                first, second = json.loads(out)["folders"]
+                self.assertEqual((first["ended"], second["ended"]), ("stopped", "stopped"))
+                self.assertEqual(first["counts"]["deletedFiles"], FILES - len(left))
+                self.assertIn(("userCanceledErr", "the program was told to end"),
+                              {(item["error"], item["reason"]) for item in first["notDeleted"]})
+                journals = glob.glob(self.path("state/vannerly/journal/*"))
+                for journal in journals:
+                    with open(journal, "rb") as file:
+                        self.assertIn(b"\nend\tstopped\t", file.read())
+                for folder in ("first", "second", "state"):
                     shutil.rmtree(self.path(folder))
 
-    def test_later_phases_still_run_when_stopped(self):
-        """Deleting is told to delete whatever is left, a stopped run's files too."""
-        self.make_folders()
-        self.stop("--delete-emptied-folders", "--aggregate-files-when-done",
-                  signals=[signal.SIGINT], status=130)
-        self.assertEqual(os.listdir(self.path("first")), ["txt"])
-        self.assertLess(self.moved("first/txt"), FILES // 2)
-        self.assertEqual(self.moved("second/txt"), FILES)
 
 if __name__ == "__main__":
     unittest.main()

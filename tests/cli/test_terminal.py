@@ -11,7 +11,7 @@ import time
 import unittest
 from fcntl import ioctl
 
-from cli_case import CliCase, fast_place, slow_disk
+from cli_case import IDLE, CliCase, fast_place, slow_disk
 
 FILES = 100_000
 SLOW = 50_000  # microseconds that a rename takes longer: each file is drawn then
@@ -70,8 +70,8 @@ class OnTerminal(CliCase):
         output = self.run_on_terminal("drop", "empty", "drop", columns=400)
         lines = screen(output, 400)
         self.assertRegex(lines.pop(1), f"^vannerly-cli: {re.escape(file)}:3: ")
-        self.assertEqual(lines, ["drop", "(6 of 6)", "Elapsed time", "empty", "Elapsed time",
-                                 "drop", "(6 of 6)", "Elapsed time"])
+        self.assertEqual(lines, ["drop", "(6 of 6)", "Elapsed time", IDLE, "empty", "Elapsed time",
+                                 IDLE, "drop", "(6 of 6)", "Elapsed time", IDLE])
 
     def test_file_in_hand_and_the_bar(self):
         # Of 34 columns 21 are left for the name, which is ten characters of Japanese.
@@ -118,7 +118,8 @@ class OnTerminal(CliCase):
         drawings = output.count("Moving File")
         self.assertGreaterEqual(drawings, 2)
         self.assertLessEqual(drawings, (time.monotonic() - start) * 60 + 2)
-        self.assertEqual(screen(output), ["drop", f"({FILES + 20} of {FILES + 20})", "Elapsed time"])
+        self.assertEqual(screen(output), ["drop", f"({FILES + 20} of {FILES + 20})", "Elapsed time",
+                                          IDLE])
         names = os.listdir(drop)
         self.assertEqual(len(names), FILES + 20)
         self.assertEqual(sum(" - " in name for name in names), 20)

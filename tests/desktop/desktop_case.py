@@ -136,12 +136,14 @@ class DesktopCase(unittest.TestCase):
 
     # The program -------------------------------------------------------------------------------
 
-    def start(self, *arguments, delay=None, environment=None, program=PROGRAM):
-        """Starts the program; with `delay`, on a disk where a rename takes so many ms longer."""
+    def start(self, *arguments, delay=0, deletion=0, environment=None, program=PROGRAM):
+        """Starts the program; with `delay` on a disk where a rename takes so many ms longer, with
+        `deletion` one where a deletion does."""
         variables = {**os.environ, **(environment or {})}
-        if delay:
+        if delay or deletion:
             variables |= {"LD_PRELOAD": os.path.abspath(os.environ["VANNERLY_OTHER_DISK"]),
-                          "OTHER_DISK_DELAY_US": str(delay * 1000)}
+                          "OTHER_DISK_DELAY_US": str(delay * 1000),
+                          "OTHER_DISK_DELETE_DELAY_US": str(deletion * 1000)}
         process = subprocess.Popen([program, *arguments], env=variables, text=True,
                                    errors="surrogateescape", stdin=subprocess.DEVNULL,
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE)
@@ -165,12 +167,12 @@ class DesktopCase(unittest.TestCase):
         return os.path.join(prefix, "bin/vannerly")
 
     def start_portal(self, script, *arguments):
-        """Starts one of the stand-ins for the desktop's portals, and waits for its name."""
+        """Starts one of the stand-ins for parts of a desktop, and waits for what it `says` first."""
         portal = subprocess.Popen(
             ["/usr/bin/python3", os.path.join(os.path.dirname(__file__), script), *arguments],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         self.processes.append(portal)
-        portal.stdout.readline()
+        portal.says = portal.stdout.readline().strip()
         return portal
 
     def assertRunning(self):

@@ -237,27 +237,48 @@ class Doors(DesktopCase):
                 call("ActivateAction", "quit", "[]", "{}")
                 wait_until(lambda: not is_running(), "it does not quit")
 
-    def test_second_drop_during_a_run_waits_for_its_end(self):
-        slow, other = self.make_folder("slow", 150), self.make_folder("other")
-        self.open_window(slow, delay=20)
+    def test_every_drop_is_flattened_once_and_in_order(self):
+        slow, rest = self.make_folder("slow", 100), self.make_folder("rest", 20)
+        b, c, d = (self.make_folder(name) for name in "bcd")
+        self.open_window(slow, rest, delay=20)
         wait_until(lambda: self.moved(slow) > 5, "the run does not start")
-        self.finish(self.start(other))
-        self.assertEqual(self.moved(other), 0, "one run inside the other")
-        wait_until(lambda: self.moved(other) == 4, "the second drop is lost")
-        self.assertEqual(self.moved(slow), 150, "the first run was cut short")
+        self.finish(self.start(b))
+        self.finish(self.start(c, d))
+        self.assertEqual(self.moved(b), 0, "one run inside the other")
+        wait_until(lambda: self.moved(d) == 4, "a drop is lost")
+        self.wait_until_idle()
+        self.assertEqual([self.moved(folder) for folder in (slow, rest, b, c)], [100, 20, 4, 4],
+                         "a run was cut short or a drop lost")
+        journals = sorted(pathlib.Path(os.environ["XDG_STATE_HOME"], "vannerly/journal").iterdir(),
+                          key=lambda path: path.stat().st_mtime_ns)
+        flattened = re.findall(self.place + "/([a-z]+)",
+                               "".join(path.read_text(errors="replace") for path in journals))
+        self.assertEqual(flattened, ["slow", "rest", "b", "c", "d"])
+        self.quit()
+
+    def test_a_burst_of_calls(self):
+        self.open_window()
+        folders = [self.make_folder(f"drop{i}") for i in range(4)]
+        calls = [subprocess.Popen(["gdbus", "call", *OBJECT, "org.freedesktop.Application.Open",
+                                   f"['file://{folder}']", "{}"], stdout=subprocess.DEVNULL)
+                 for folder in folders]
+        self.assertEqual([process.wait() for process in calls], [0] * 4)
+        wait_until(lambda: all(self.moved(folder) == 4 for folder in folders), "a drop is lost")
         self.wait_until_idle()
         self.quit()
 
-    def test_second_drop_replaces_the_rest_of_the_first(self):
-        slow, rest = self.make_folder("slow", 100), self.make_folder("rest")
-        new, last = self.make_folder("new"), self.make_folder("last")
-        self.open_window(slow, rest, delay=20)
+    def test_what_waits_is_told_and_not_begun_after_quit(self):
+        slow, *others = (self.make_folder(name, files) for name, files in
+                         (("slow", 3000), ("one", 4), ("two", 4), ("three", 4)))
+        self.open_window(slow, delay=20)
         wait_until(lambda: self.moved(slow) > 5, "the run does not start")
-        self.finish(self.start(new, last))
-        wait_until(lambda: self.moved(new) == 4, "the new list is not begun from its first item")
-        self.wait_until_idle()
-        self.assertEqual((self.moved(slow), self.moved(rest), self.moved(last)), (100, 0, 4))
+        self.finish(self.start(others[0]))
+        self.wait_for("1 more folder waits")
+        self.finish(self.start(*others[1:]))
+        self.wait_for("3 more folders wait")
         self.quit()
+        self.assertComplete(slow, 3000)
+        self.assertEqual([self.moved(folder) for folder in others], [0, 0, 0])
 
     def test_operands(self):
         link = os.path.join(self.place, "link")

@@ -9,7 +9,7 @@ import subprocess
 import tempfile
 import unittest
 
-from desktop_case import PROGRAM, RESOURCES, DesktopCase, run, wait_until
+from desktop_case import PROGRAM, RESOURCES, Atspi, DesktopCase, run, wait_until
 
 NO_DISPLAY = "vannerly: cannot open a display; vannerly-cli does the same on a terminal\n"
 
@@ -176,16 +176,151 @@ class OtherRuns(DesktopCase):
 
 
 class End(DesktopCase):
-    def test_signals_stop_before_the_next_file(self):
+    FILES = 150
+
+    def start_run(self, deletes=True, files=FILES, environment=None):
+        """A run that takes some three seconds a folder, with a second folder to come."""
+        self.write_preferences(f"DeleteEmptiedFolders = {str(deletes).lower()}\n")
+        self.first, self.second = (self.make_folder(f"{name}{len(os.listdir(self.place))}", files)
+                                   for name in ("first", "second"))
+        self.open_window(self.first, self.second, delay=20, environment=environment)
+        wait_until(lambda: self.moved(self.first) > 5, "the run does not start")
+
+    def question(self):
+        """The question's window; the main one has the title of the folder in hand."""
+        return run("xdotool", "search", "--all", "--onlyvisible", "--pid", str(self.process.pid),
+                   "--name", "^Vannerly$").split()
+
+    def ask(self, by):
+        self.key(by)
+        window = wait_until(lambda: self.question() or self.assertRunning(), "nothing is asked")
+        run("xdotool", "windowactivate", "--sync", window[0])
+
+    def assertKept(self, *folders):
+        for folder in folders:
+            self.assertLess(self.moved(folder), self.FILES)
+            self.assertComplete(folder, self.FILES)
+
+    def assertFlattened(self, *folders):
+        for folder in folders:
+            self.assertCountEqual(os.listdir(folder), [f"{i}.txt" for i in range(self.FILES)])
+            self.assertComplete(folder, self.FILES)
+
+    def test_what_cannot_ask_keeps_everything(self):
         for number in (signal.SIGTERM, signal.SIGHUP, signal.SIGINT):
-            with self.subTest(number):
-                drop = self.make_folder(number.name, 200)
-                self.open_window(drop, delay=20)
-                wait_until(lambda: self.moved(drop) > 5, "the run does not start")
-                self.process.send_signal(number)
+            for deletes in (True, False):
+                with self.subTest(number=number, deletes=deletes):
+                    self.start_run(deletes)
+                    self.process.send_signal(number)
+                    self.finish(self.process)
+                    self.assertKept(self.first, self.second)
+                    self.assertEqual(self.moved(self.second), 0)
+        with self.subTest("the end of the session"):
+            manager = self.start_portal("session_manager.py")
+            self.start_run(environment={"SESSION_MANAGER": manager.says})
+            manager.stdin.write("\n")
+            manager.stdin.flush()
+            self.finish(self.process)
+            self.assertKept(self.first, self.second)
+
+    def test_a_deletion_under_way_ends(self):
+        self.write_preferences("DeleteEmptiedFolders = true\nOperation = 3\n")
+        drop, files = self.make_folder("drop", 300), lambda: sum(map(len, (
+            names for _, _, names in os.walk(drop))))
+        self.open_window(drop, deletion=20)
+        wait_until(lambda: files() < 290, "nothing is deleted")
+        self.process.send_signal(signal.SIGTERM)
+        self.finish(self.process)
+        self.assertGreater(files(), 150)
+
+    def test_stop_is_asked_about(self):
+        for answer in ("Return", "alt+d", "Escape"):
+            with self.subTest(answer):
+                self.start_run()
+                self.ask("Escape")
+                before = self.moved(self.first)
+                wait_until(lambda: self.moved(self.first) > before, "the run does not go on")
+                self.key(answer)
+                wait_until(lambda: not self.question(), "the question stays")
+                wait_until(lambda: self.moved(self.second) > 0, "the next folder does not begin")
+                if answer == "Return":
+                    self.assertKept(self.first)
+                elif answer == "alt+d":
+                    self.assertGreater(self.FILES, len(os.listdir(self.first)))
+                    self.assertEqual(self.moved(self.first), len(os.listdir(self.first)))
+                else:
+                    self.assertFlattened(self.first)
+                # What holds for the one folder does not hold for the next.
+                wait_until(lambda: self.moved(self.second) == len(os.listdir(self.second)),
+                           "the next folder's sub-folders stay")
+                self.assertFlattened(self.second)
+                self.quit()
+
+    def test_quit_and_close_are_asked_about(self):
+        for by in ("ctrl+q", "alt+F4"):
+            with self.subTest(by):
+                self.start_run()
+                self.ask(by)
+                self.key("Return")
                 self.finish(self.process)
-                self.assertLess(self.moved(drop), 200)
-                self.assertComplete(drop, 200)
+                self.assertKept(self.first, self.second)
+        with self.subTest("go on, then quit twice"):
+            self.start_run()
+            self.ask("ctrl+q")
+            self.key("alt+g")
+            wait_until(lambda: not self.question(), "the question stays")
+            self.ask("ctrl+q")
+            self.key("ctrl+q")
+            self.finish(self.process)
+            self.assertKept(self.first, self.second)
+        with self.subTest("a signal while it is asked"):
+            self.start_run()
+            self.ask("ctrl+q")
+            self.quit()
+            self.assertKept(self.first, self.second)
+        with self.subTest("delete"):
+            self.start_run()
+            self.ask("ctrl+q")
+            self.key("alt+d")
+            self.finish(self.process)
+            for folder in (self.first, self.second):
+                self.assertEqual(self.moved(folder), len(os.listdir(folder)))
+            self.assertEqual(self.moved(self.second), 0)
+        with self.subTest("kept after a Stop, and then quit"):
+            self.start_run()
+            self.ask("Escape")
+            self.key("Return")
+            self.key("ctrl+q")
+            self.finish(self.process) if not self.question() else self.quit()
+            self.assertKept(self.first, self.second)
+
+    def test_the_question_goes_when_the_run_has_ended(self):
+        for by in ("Escape", "ctrl+q"):
+            with self.subTest(by):
+                self.start_run()
+                self.ask(by)
+                wait_until(lambda: self.moved(self.second) > 20, "no second folder")
+                # What was asked about a folder that is done is no question for the next one.
+                self.assertEqual(bool(self.question()), by == "ctrl+q")
+                if by == "ctrl+q":
+                    self.finish(self.process)
+                else:
+                    self.wait_until_idle()
+                    self.quit()
+                self.assertFlattened(self.first, self.second)
+
+    def test_the_question_as_a_screen_reader_reads_it(self):
+        self.start_run(files=3000)
+        self.ask("Escape")
+        self.wait_for("Stop, and keep what is left.")
+        for name in ("Delete it with its folders", "Go on"):
+            self.wait_for(name, "push button")
+        keep = self.wait_for("Keep what is left", "push button")
+        self.assertTrue(keep.get_state_set().contains(Atspi.StateType.FOCUSED))
+        Atspi.Action.do_action(keep, 0)
+        wait_until(lambda: self.moved(self.second) > 0, "the next folder does not begin")
+        self.assertComplete(self.first, 3000)
+        self.quit()
 
     def test_quit_when_done(self):
         self.write_preferences("QuitWhenDone = true\n")

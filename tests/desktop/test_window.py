@@ -104,6 +104,26 @@ class Window(DesktopCase):
         self.assertTrue(is_checked("Quit Vannerly .*"), "Cancel is no revert")
         self.quit()
 
+    def test_phases_that_do_not_yield_are_shown_and_the_window_lives(self):
+        # Each would take half a minute; no test waits for its end.
+        for text, preferences in (("Deleting emptied folders...", "DeleteEmptiedFolders = true"),
+                                  ("Collating files...", "AggregateFilesWhenDone = true")):
+            with self.subTest(text):
+                self.write_preferences(f"Operation = 3\n{preferences}\n")
+                drop = self.make_folder(text[:4], 600)
+                for i in range(600):
+                    with open(os.path.join(drop, f"{i}.top"), "w", encoding="utf-8"):
+                        pass
+                self.open_window(drop, delay=50, deletion=50)
+                self.wait_for(re.escape(text))
+                # Who is asked in the midst of the work answers; nothing promises progress.
+                shown = [name for _, name, _ in self.things()]
+                self.assertIn(text, shown)
+                self.assertIn("Stop", shown)
+                self.assertNotIn("Progress", shown)
+                self.process.kill()
+                self.process.wait()
+
     def test_closing_the_window_stops_before_the_next_file(self):
         drop = self.start_slow_run()
         self.key("alt+F4")

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "platform/common/event_dispatch.h"
+#include "platform/common/event_queue.h"
 #include "platform/common/timers.h"
 #include "platform/controls.h"
 #include "platform/icons.h"
@@ -439,6 +440,7 @@ void RunApplicationEventLoop() {
 
 void QuitApplicationEventLoop() {
   Record("QuitApplicationEventLoop");
+  CloseEventQueue();
   Platform().quit = true;
 }
 

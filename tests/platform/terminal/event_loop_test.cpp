@@ -11,6 +11,7 @@
 #include "platform/common/timers.h"
 #include "platform/controls.h"
 #include "platform/events.h"
+#include "platform/preferences.h"
 #include "platform/processes.h"
 #include "platform/terminal/terminal.h"
 #include "platform/windows.h"
@@ -74,26 +75,29 @@ std::string EventsOf(const std::function<void()> &body) {
 
 }  // namespace
 
-TEST(Signals, AreCommandsAtTheNextYield) {
+TEST(Signals, FirstOneQuitsAtTheNextYieldAndCallsDeletionOffAtOnce) {
   struct Case {
     std::vector<int> signals;
     std::string expected;
   };
-  for (const Case &given :
-       std::vector<Case>{{{}, "0"},
-                         {{SIGINT}, "signal stop 130"},
-                         {{SIGINT, SIGINT}, "signal stop signal quit 130"},
-                         {{SIGINT, SIGINT, SIGINT}, "signal stop signal quit signal 130"},
-                         {{SIGTERM}, "signal quit 143"},
-                         {{SIGHUP}, "signal quit 129"},
-                         {{SIGINT, SIGTERM}, "signal stop signal quit 143"},
-                         {{SIGTERM, SIGHUP}, "signal quit signal 143"},
-                         {{SIGPIPE, SIGXFSZ}, "signal signal 0"}}) {
+  for (const Case &given : std::vector<Case>{{{}, "0"},
+                                             {{SIGINT}, "kept quit 130"},
+                                             {{SIGINT, SIGINT}, "kept quit kept 130"},
+                                             {{SIGTERM}, "kept quit 143"},
+                                             {{SIGHUP}, "kept quit 129"},
+                                             {{SIGINT, SIGTERM}, "kept quit kept 130"},
+                                             {{SIGTERM, SIGINT}, "kept quit kept 143"},
+                                             {{SIGPIPE, SIGXFSZ}, "deleted deleted 0"}}) {
     EXPECT_EQ(EventsOf([&] {
                 Start();
+                PreferencesSetValueForThisRun("DeleteEmptiedFolders", true);
                 for (const int signal : given.signals) {
                   std::raise(signal);
-                  events += "signal ";  // Nothing is sent before the program yields.
+                  // Nothing is sent before the program yields.
+                  events +=
+                      CFPreferencesCopyAppValue("DeleteEmptiedFolders") == CFPreferenceValue(false)
+                          ? "kept "
+                          : "deleted ";
                   Yield();
                 }
                 Yield();
@@ -112,17 +116,14 @@ TEST(Signals, IgnoredOnesStayIgnored) {
             "0");
 }
 
-TEST(Signals, InterruptBeforeTheRunStopsTheRun) {
+TEST(Signals, OneBeforeTheRunKeepsItFromBeginning) {
   EXPECT_EQ(EventsOf([] {
               Start();
               std::raise(SIGINT);
-              Arm(0.001, [](EventLoopTimerRef, void *) {
-                events += "run ";
-                Yield();
-              });
+              Arm(0.001, [](EventLoopTimerRef, void *) { events += "run "; });
               RunApplicationEventLoop();
             }),
-            "run stop 130");
+            "quit 130");
 }
 
 TEST(EventLoop, OpensAllFoldersAtOnceAndEndsWithTheLastTimer) {

@@ -1,0 +1,149 @@
+#include "platform/desktop/ending_question.h"
+
+#include <QAbstractButton>
+#include <QMessageBox>
+#include <QPointer>
+#include <QPushButton>
+
+#include "platform/common/event_queue.h"
+#include "platform/common/timers.h"
+#include "platform/desktop/commands.h"
+#include "platform/desktop/event_loop.h"
+#include "platform/desktop/window.h"
+#include "platform/posix/ending.h"
+#include "platform/posix/preference_domain.h"
+
+namespace {
+
+/// What the user is being asked.
+struct Question {
+  QPointer<QMessageBox> box;
+  EventTargetRef target = nullptr;  ///< where the command goes
+  OSType command = 0;               ///< 0 while nothing is asked
+  std::uint64_t folder = 0;         ///< the number of the folder that a Stop is meant for
+};
+Question question;
+
+bool IsDeletionWanted() {
+  (void)CFPreferencesAppSynchronize();
+  const auto value = ValueBeforeEnding("DeleteEmptiedFolders");
+  const bool *isWanted = value ? std::get_if<bool>(&*value) : nullptr;
+  return isWanted != nullptr && *isWanted;
+}
+
+/// Whether folders come after the one in hand. One that could not be taken, as another process has
+/// it, counts among them: better a question too many.
+bool AreFoldersLeft() {
+  const std::uint64_t taken = TheFolderInHand().number - FoldersBeforeThisRun();
+  return taken < static_cast<std::uint64_t>(FoldersOfEventInHand());
+}
+
+/// Whether the command, given now, would have files deleted that could still be moved.
+bool WouldDelete(OSType command) {
+  if (IsEnding() || !IsTimerFiring() || !IsDeletionWanted()) return false;
+  if (TheFolderInHand().hasFilesToMove && !TheFolderInHand().isKept) return true;
+  return command == kHICommandQuit && AreFoldersLeft();
+}
+
+void TakeAway() {
+  if (question.box != nullptr) {
+    question.box->hide();
+    question.box->deleteLater();
+  }
+  question = {};
+}
+
+enum class Answer { kKeep, kDelete, kGoOn };
+
+void TakeAnswer(Answer answer) {
+  const Question asked = question;
+  TakeAway();
+  if (answer == Answer::kGoOn) return;
+  if (answer == Answer::kKeep) {
+    if (asked.command == kHICommandQuit) {
+      NoteEnding();
+    } else {
+      KeepFolderInHand();
+    }
+  }
+  (void)SendCommand(asked.target, asked.command);
+}
+
+QString Text(OSType command) {
+  return command == kHICommandQuit ? QObject::tr("Quit, and keep what is left?")
+                                   : QObject::tr("Stop, and keep what is left?");
+}
+
+QString Explanation(OSType command) {
+  const QString rule = QObject::tr(
+      "You have chosen to delete the sub-folders for good, with every file still in them. ");
+  const QString files =
+      command == kHICommandQuit
+          ? QObject::tr("Files that have not been moved when Vannerly quits would be among them.")
+          : QObject::tr("Files that have not been moved when Vannerly stops would be among them.");
+  return rule + files + QObject::tr("\n\nIt goes on moving files until you answer.");
+}
+
+void Ask() {
+  auto *box =
+      new QMessageBox(MainDesktopWindow() != nullptr ? MainDesktopWindow()->widget : nullptr);
+  // Beside the event loop, never in one of its own: the run goes on, and may end by itself.
+  box->setModal(false);
+  box->setWindowTitle(QObject::tr("Vannerly"));
+  box->setIcon(QMessageBox::Question);
+  box->setTextFormat(Qt::PlainText);
+  QPushButton *keep = box->addButton(QObject::tr("&Keep what is left"), QMessageBox::AcceptRole);
+  QPushButton *remove =
+      box->addButton(QObject::tr("&Delete it with its folders"), QMessageBox::DestructiveRole);
+  QPushButton *goOn = box->addButton(QObject::tr("&Go on"), QMessageBox::RejectRole);
+  box->setDefaultButton(keep);
+  box->setEscapeButton(goOn);
+  QObject::connect(box, &QMessageBox::finished, box, [box, keep, remove] {
+    const QAbstractButton *clicked = box->clickedButton();
+    TakeAnswer(clicked == keep     ? Answer::kKeep
+               : clicked == remove ? Answer::kDelete
+                                   : Answer::kGoOn);
+  });
+  question.box = box;
+}
+
+}  // namespace
+
+bool HasToAskBefore(EventTargetRef target, OSType commandID) {
+  if (commandID != kHICommandQuit && commandID != kHICommandCancel) return false;
+  if (!WouldDelete(commandID)) {
+    if (commandID == kHICommandQuit) TakeAway();
+    return false;
+  }
+  if (commandID == kHICommandQuit && question.command == kHICommandQuit) {
+    TakeAway();
+    NoteEnding();
+    return false;
+  }
+  if (question.box == nullptr) Ask();
+  // A Stop changes nothing of a question about Quit.
+  if (question.command != kHICommandQuit) {
+    question.target = target;
+    question.command = commandID;
+    question.folder = TheFolderInHand().number;
+    question.box->setText(Text(commandID));
+    question.box->setInformativeText(Explanation(commandID));
+  }
+  BringUp(*question.box);
+  return true;
+}
+
+void UpdateEndingQuestion() {
+  if (question.command == 0) return;
+  const bool isSameFolder = question.folder == TheFolderInHand().number;
+  if (WouldDelete(question.command) && (question.command == kHICommandQuit || isSameFolder)) return;
+  const Question asked = question;
+  TakeAway();
+  // Whoever wanted to quit still does; a Stop has nothing to stop any more.
+  if (asked.command == kHICommandQuit) (void)SendCommand(asked.target, asked.command);
+}
+
+void EndWithoutAsking() {
+  NoteEnding();
+  GiveCommand(nullptr, kHICommandQuit);
+}
