@@ -21,8 +21,8 @@ class Listings(VolumeCase):
     def test_a_folder_flattened_before_the_one_around_it(self):
         """What was deleted a moment ago is not there any more, however coarse the times are."""
         names = ["x.txt", "2019/a.txt", "2019/in/b.txt", "2020/c.txt", "2020/in/c.txt", "z/d.txt"]
-        for volume, times in (("ext4, 128-byte inodes", 20), ("times of 1 s", 4),
-                              ("times of 2 s", 4), ("times that stand still", 4), ("ext4", 2)):
+        for volume, times in (("ext4, 128-byte inodes", 20), ("times of 1 s", 3),
+                              ("times of 2 s", 3), ("times that stand still", 3), ("ext4", 2)):
             place = self.mount(volume, volume)
             for number in range(times):
                 with self.subTest(volume=volume, number=number):
@@ -45,11 +45,10 @@ class Listings(VolumeCase):
         """Its siblings are looked at and moved; it is told, and nothing in it is deleted, also when
         it could be read again by then."""
         errors = ("ENOENT", "ENOTDIR", "EIO", "ENOTCONN", "ESTALE", "EACCES")
-        cases = [(f"{call} {error}", heals, options)
-                 for error in errors for call in ("open", "list") for heals in ("no", "yes")
-                 for options in ((DELETE,),) + (((), (DELETE, COLLATE)) if error == "EIO" else ())]
-        cases += [(f"look {error}", heals, (DELETE,)) for error in ("EIO", "ENOTCONN")
-                  for heals in ("no", "yes")]
+        cases = [(f"{call} {error}", heals, (DELETE,)) for error in errors
+                 for call, heals in (("open", "no"), ("list", "yes"))]
+        cases += [("list EIO", "no", ()), ("open EIO", "yes", (DELETE, COLLATE)),
+                  ("look EIO", "no", (DELETE,)), ("look ENOTCONN", "yes", (DELETE,))]
         place = self.mount("FUSE")
         for number, (failure, heals, options) in enumerate(cases):
             with self.subTest(failure=failure, heals=heals, options=options):
