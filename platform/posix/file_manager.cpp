@@ -158,8 +158,12 @@ OSErr FSDeleteObject(const FSRef &ref) {
     return error;
   }
   const OpenedFolder folder{location.folder, ReferenceIn(ref).folder};
-  return ErrorFromErrno(isFolder ? RemoveEmptyFolder(folder, location.name)
-                                 : RemoveFile(folder, location.name));
+  if (!isFolder) return ErrorFromErrno(RemoveFile(folder, location.name));
+  // A descriptor of it must not be taken for a folder that is made in its place with its number.
+  if (const FolderIndex removed = FindFolder(folder.index, location.name); removed != 0) {
+    CloseFolder(removed);
+  }
+  return ErrorFromErrno(RemoveEmptyFolder(folder, location.name));
 }
 
 OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {

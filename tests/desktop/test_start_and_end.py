@@ -290,8 +290,14 @@ class End(DesktopCase):
             self.start_run()
             self.ask("Escape")
             self.key("Return")
+            wait_until(lambda: not self.question(), "the question stays")
             self.key("ctrl+q")
-            self.finish(self.process) if not self.question() else self.quit()
+            # It is asked again when the next folder has begun.
+            wait_until(lambda: self.question() or self.process.poll() is not None, "nothing happens")
+            if self.process.poll() is None:
+                self.quit()
+            else:
+                self.finish(self.process)
             self.assertKept(self.first, self.second)
 
     def test_the_question_goes_when_the_run_has_ended(self):
