@@ -66,7 +66,7 @@ class CFinderAliases {
     const std::string oldPath = PathOf(alias.file);
     const std::string newPath = newItem + oldPath.substr(oldItem.size());
     if (const OSErr error = RetargetAliasFile(alias.alias, oldPath, newPath); error != noErr) {
-      NoteRunEvent({RunEvent::kLeftInPlace, alias.alias, error});
+      NoteRunEvent({RunEvent::kNotCollated, alias.alias, error});
     }
   }
 
