@@ -35,6 +35,7 @@ MEMORY = ("tmpfs", "overlay")
 # Where an item need not be told from another, or from what it was before: it may be left in place.
 DOUBTFUL = ("inode numbers all 0", "inode numbers all the same", "inode numbers that change",
             "inode numbers that go with paths")
+TEMPORARY = "(?i)(^|/)517a7[0-9a-f]{3}$"  # the names that a move takes on its way
 DELETE, COLLATE = "--delete-emptied-folders", "--aggregate-files-when-done"
 ALIAS, KEEP_NAMES = "--operation=alias", "--no-rename-duplicates"
 OPEN_PACKAGES = "--no-ignore-applications"
@@ -265,7 +266,7 @@ class VolumeCase(CliCase):
                           for entry in told["deletedFiles"]}, gone, "what is told to be deleted")
         self.assertEqual(after.keys() - before.keys(), set(), "strangers")
         for path in after.values():
-            self.assertNotRegex(path, "(?i)(^|/)517a7[0-9a-f]{3}$", "a temporary name")
+            self.assertNotRegex(path, TEMPORARY)
         if told["ended"] not in ("finished", "nothing found"):
             self.assertIn(run.status, (1, 3), told["ended"])
         elif told["leftInPlace"] or told["unreadFolders"] or told["deletedFiles"]:
