@@ -17,12 +17,12 @@ namespace {
 
 /// What the user is being asked.
 struct Question {
-  QPointer<QMessageBox> box;
   EventTargetRef target = nullptr;  ///< where the command goes
   OSType command = 0;               ///< 0 while nothing is asked
   std::uint64_t folder = 0;         ///< the number of the folder that a Stop is meant for
 };
 Question question;
+QPointer<QMessageBox> questionBox;
 
 bool IsDeletionWanted() {
   (void)CFPreferencesAppSynchronize();
@@ -46,11 +46,11 @@ bool WouldDelete(OSType command) {
 }
 
 void TakeAway() {
-  if (question.box != nullptr) {
-    question.box->hide();
-    question.box->deleteLater();
-  }
   question = {};
+  if (questionBox == nullptr) return;
+  questionBox->hide();
+  questionBox->deleteLater();
+  questionBox.clear();
 }
 
 enum class Answer { kKeep, kDelete, kGoOn };
@@ -104,7 +104,7 @@ void Ask() {
                : clicked == remove ? Answer::kDelete
                                    : Answer::kGoOn);
   });
-  question.box = box;
+  questionBox = box;
 }
 
 }  // namespace
@@ -120,16 +120,16 @@ bool HasToAskBefore(EventTargetRef target, OSType commandID) {
     NoteEnding();
     return false;
   }
-  if (question.box == nullptr) Ask();
+  if (questionBox == nullptr) Ask();
   // A Stop changes nothing of a question about Quit.
   if (question.command != kHICommandQuit) {
     question.target = target;
     question.command = commandID;
     question.folder = TheFolderInHand().number;
-    question.box->setText(Text(commandID));
-    question.box->setInformativeText(Explanation(commandID));
+    questionBox->setText(Text(commandID));
+    questionBox->setInformativeText(Explanation(commandID));
   }
-  BringUp(*question.box);
+  BringUp(*questionBox);
   return true;
 }
 

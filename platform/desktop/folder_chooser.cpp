@@ -26,7 +26,7 @@ QString LastPlace() {
   std::string place;
   struct stat status;
   if (ReadWholeFile(PlaceFile(), kLongestPath, &place, &status) == 0) {
-    const QString folder = QFile::decodeName(QByteArray::fromStdString(place));
+    QString folder = QFile::decodeName(QByteArray::fromStdString(place));
     if (QFileInfo(folder).isDir()) return folder;
   }
   return QDir::homePath();
