@@ -51,7 +51,7 @@ Admission AdmitFolder(const std::string &path, bool isForced) {
     return Refuse(AbsolutePath(path), std::strerror(errno));
   if (!S_ISDIR(item.st_mode)) return Refuse(AbsolutePath(path), std::strerror(ENOTDIR));
   if (const char *reason = WhyProtected(item); reason != nullptr && !isForced)
-    return Refuse(resolved.get(), reason, true);
+    return Refuse(std::string(resolved.get()), reason, true);
   FSRef folder;
   if (const OSStatus error = FSPathMakeRef(resolved.get(), &folder, nullptr); error != noErr)
     return Refuse(resolved.get(), "cannot be opened (error " + std::to_string(error) + ")");
