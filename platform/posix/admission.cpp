@@ -54,6 +54,7 @@ Admission AdmitFolder(const std::string &path, bool isForced) {
     return Refuse(std::string(resolved.get()), reason, true);
   FSRef folder;
   if (const OSStatus error = FSPathMakeRef(resolved.get(), &folder, nullptr); error != noErr)
-    return Refuse(resolved.get(), "cannot be opened (error " + std::to_string(error) + ")");
-  return {folder, resolved.get(), {}, false};
+    return Refuse(std::string(resolved.get()),
+                  "cannot be opened (error " + std::to_string(error) + ")");
+  return {folder, std::string(resolved.get()), {}, false};
 }
