@@ -46,6 +46,17 @@ class Listings(VolumeCase):
                     self.assertEqual(run.troubles(), [])
                     self.assertEqual(os.listdir(drop), ["txt"])
 
+    def test_a_deleted_folder_that_is_made_anew(self):
+        """Sorting makes a folder of the same name, which may be given the same inode number."""
+        names = ["txt/a.txt", "one/b.jpg", "one/c.txt", "jpg/in/d.jpg"]
+        for volume in ("ntfs-3g", "inode numbers that go with paths", "ext4, 128-byte inodes"):
+            with self.subTest(volume=volume):
+                drop = self.fill(os.path.join(self.mount(volume, volume), "drop"), names)
+                run = self.flatten(DELETE, COLLATE, drop, status=0)
+                self.assertEqual(run.troubles(), [])
+                self.assertEqual(sorted(self.files(drop).values()),
+                                 ["jpg/b.jpg", "jpg/d.jpg", "txt/a.txt", "txt/c.txt"])
+
     def test_a_folder_that_cannot_be_read(self):
         """Its siblings are looked at and moved; it is told, and nothing in it is deleted, also when
         it could be read again by then."""
