@@ -1,7 +1,7 @@
 #include "app/commands.h"
 
+#include "app/display/preferences_sheet.h"
 #include "engine/flatten_run.h"
-#include "prefs/preferences_sheet.h"
 
 OSStatus HandleCommand(EventHandlerCallRef /*callRef*/, EventRef event, void * /*userData*/) {
   HICommand command{};

@@ -1,11 +1,13 @@
 // vannerly: the program in a window.
 #include <cstdlib>
 
+#include "app/display/run_display.h"
 #include "app/start_up.h"
 #include "platform/desktop/desktop.h"
 
 int main(int argc, char **argv) {
   if (const auto exitStatus = OpenDesktop(argc, argv)) return *exitStatus;
+  ShowRunsInWindow();
   const OSStatus status = RunVannerly();
   CloseDesktop();
   // What is missing has been told as it was missed.

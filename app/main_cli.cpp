@@ -1,8 +1,9 @@
 // vannerly-cli: the program on a terminal.
-#include "app/command_line.h"
-#include "app/exit_status.h"
-#include "app/json_report.h"
-#include "app/line_report.h"
+#include "app/cli/command_line.h"
+#include "app/cli/exit_status.h"
+#include "app/cli/json_report.h"
+#include "app/cli/line_report.h"
+#include "app/display/run_display.h"
 #include "app/start_up.h"
 #include "platform/journal.h"
 #include "platform/terminal/terminal.h"
@@ -38,6 +39,7 @@ bool StorePreferences(const std::vector<PreferenceAssignment> &assignments) {
 }
 
 void Flatten(const CommandLine &commandLine) {
+  ShowRunsInWindow();
   if (commandLine.isJson) StartJsonReport("vannerly-cli " VANNERLY_VERSION);
   if (commandLine.isVerbose || !commandLine.isJson) StartLineReport(commandLine.isVerbose);
   WatchRunsForExitStatus();

@@ -2,9 +2,9 @@
 
 #include "app/app_icon.h"
 #include "app/commands.h"
+#include "app/display/main_window.h"
 #include "app/drop_target.h"
 #include "app/help_links.h"
-#include "app/main_window.h"
 #include "app/open_documents.h"
 #include "platform/journal.h"
 #include "platform/menus.h"

@@ -11,7 +11,7 @@
 #include <string>
 
 #include "app/start_up.h"
-#include "app/status_display.h"
+#include "app/display/status_display.h"
 #include "engine/folder_walk.h"
 #include "engine/move_name.h"
 #include "fsutil/move_item.h"

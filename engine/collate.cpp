@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "engine/finder_alias.h"
-#include "engine/run_report.h"
+#include "engine/run_observers.h"
 #include "fsutil/folder_items.h"
 #include "fsutil/item_info.h"
 #include "platform/urls.h"

@@ -4,9 +4,8 @@
 #include <utility>
 #include <vector>
 
-#include "app/status_display.h"
 #include "engine/package_test.h"
-#include "engine/run_report.h"
+#include "engine/run_observers.h"
 #include "fsutil/folder_items.h"
 #include "fsutil/item_info.h"
 
@@ -72,7 +71,7 @@ void OpenLevel(const FSRef &folder, Levels &levels, DeleteWalkState &state) {
 }  // namespace
 
 void RemoveEmptiedFolders(const FSRef &folder) {
-  SetStatusText("Deleting emptied folders...", 1);
+  TellObservers(&CRunObserver::BeginPhase, RunPhase::kDeleting, "");
   std::vector<FSRef> items;
   bool containerChanged = false;
   if (const OSErr error = GetFolderItemRefs(folder, &items, &containerChanged); error != noErr) {
@@ -92,8 +91,7 @@ void RemoveEmptiedFolders(const FSRef &folder) {
     if (!isFolder || IsPackage(item)) continue;
     if (DeleteFolderTree(item) == userCanceledErr) isCalledOff = true;
   }
-  // Let the command arrive before it is told how the run has ended.
-  if (isCalledOff) YieldToEvents();
+  if (isCalledOff) TellObservers(&CRunObserver::CallOffDeletion);
 }
 
 OSErr DeleteFolderTree(const FSRef &folder) {

@@ -4,7 +4,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "engine/run_report.h"
+#include "engine/run_observers.h"
 #include "fsutil/item_info.h"
 #include "platform/aliases.h"
 

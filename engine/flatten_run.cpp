@@ -3,23 +3,16 @@
 #include <optional>
 #include <string>
 
-#include "app/main_window.h"
-#include "app/quit_timer.h"
-#include "app/status_display.h"
 #include "engine/collate.h"
 #include "engine/dropped_items.h"
-#include "engine/elapsed_time.h"
 #include "engine/emptied_folders.h"
 #include "engine/finder_alias.h"
 #include "engine/folder_scan.h"
 #include "engine/move_name.h"
-#include "engine/progress.h"
-#include "engine/run_report.h"
+#include "engine/run_observers.h"
 #include "fsutil/item_info.h"
 #include "fsutil/move_item.h"
 #include "platform/journal.h"
-#include "platform/launch_services.h"
-#include "platform/strings.h"
 #include "platform/utilities.h"
 #include "platform/workspace.h"
 #include "prefs/preferences.h"
@@ -33,30 +26,6 @@ constexpr std::int32_t kAliasOperation = 2;
 
 // More names in a row than anyone but an adversary takes.
 constexpr int kMostTries = 1000;
-
-void ShowFolderInTitle() {
-  std::u16string displayName;
-  if (LSCopyDisplayNameForRef(FlattenRun.droppedFolder, &displayName) != noErr) return;
-  (void)SetWindowTitleWithCFString(MainWindow.window, displayName);
-  FSSpec spec;
-  if (GetItemFSSpec(FlattenRun.droppedFolder, &spec) != noErr) return;
-  (void)SetWindowProxyFSSpec(MainWindow.window, spec);
-  (void)SetWindowModified(MainWindow.window, false);
-}
-
-void ShowBusyControls() {
-  ShowControl(MainWindow.busyIndicator);
-  HideControl(MainWindow.idleElement);
-  (void)EnableControl(MainWindow.stopButton);
-  ShowControl(MainWindow.stopButton);
-}
-
-void ShowIdleControls() {
-  HideControl(MainWindow.busyIndicator);
-  ShowControl(MainWindow.idleElement);
-  HideControl(MainWindow.stopButton);
-  (void)DisableControl(MainWindow.stopButton);
-}
 
 bool AllocateRefs() {
   CollectedFileList &files = FlattenRun.CollectedFiles;
@@ -157,7 +126,7 @@ void HandleFile(const FSRef &file) {
     NoteRunEvent({RunEvent::kLeftInPlace, file, error});
     return;
   }
-  FormatStatusText(1, "Moving File: %s", name);
+  TellObservers(&CRunObserver::TakeInHand, name);
   const std::int32_t operation = GetOperation();
   if (operation == kMoveOperation) {
     MoveFileUp(file);
@@ -171,24 +140,13 @@ void HandleFile(const FSRef &file) {
 
 void HandleCollectedFiles() {
   CollectedFileList &files = FlattenRun.CollectedFiles;
-  ShowProgress();
+  TellObservers(&CRunObserver::BeginPhase, RunPhase::kHandling, "");
   files.collected = 0;
   for (std::int32_t i = 0; i < files.count && !StopOrQuitRequested(); ++i) {
     HandleFile(files.refs[i]);
-    FormatStatusText(2, "(%d of %d)", i + 1, files.count);
-    // The bar shows what was done before this file, on purpose: it never reaches its end.
-    SetControlValue(MainWindow.progressBar, ProgressValue(i, files.count));
+    TellObservers(&CRunObserver::Advance, i + 1, files.count);
   }
-  HideControl(MainWindow.progressBar);
-}
-
-void ShowElapsedTime(std::uint32_t startTime) {
-  std::uint32_t endTime;
-  GetDateTime(&endTime);
-  ShortString elapsed = "";
-  FormatElapsedTime(endTime - startTime, elapsed);
-  FormatStatusText(2, "Elapsed time: %s", elapsed);
-  SetStatusText(kIdleHint, 1);
+  TellObservers(&CRunObserver::EndPhase);
 }
 
 // Takes the folder for this process; false, and who has it, when another one has and this one does
@@ -196,23 +154,18 @@ void ShowElapsedTime(std::uint32_t startTime) {
 bool TakeDroppedFolder(std::string *reason) {
   while (BeginRunJournal(FlattenRun.droppedFolder, reason) == fBsyErr) {
     if (!WaitForBusyFolder(FlattenRun.droppedFolder, *reason)) return false;
-    SetStatusText("Waiting for another Vannerly to end its work in this folder...", 1);
+    TellObservers(&CRunObserver::BeginPhase, RunPhase::kWaiting, "");
     if (StopOrQuitRequested()) return false;
   }
   return true;
 }
 
 void FlattenDroppedFolder() {
-  ShowFolderInTitle();
-  std::uint32_t startTime;
-  GetDateTime(&startTime);
   FlattenRun.StopRequested = false;
-  ShowBusyControls();
+  TellObservers(&CRunObserver::BeginWork, FlattenRun.droppedFolder);
   std::string reason;
   if (!TakeDroppedFolder(&reason)) {
     // Not even the later phases: the folder is another's.
-    ShowIdleControls();
-    SetStatusText(kIdleHint, 1);
     EndFolderReport(RunOutcome::kInUse, reason);
     return;
   }
@@ -228,7 +181,7 @@ void FlattenDroppedFolder() {
 
   // Both run whatever happened before, a stopped run included.
   if (GetDeleteEmptiedFolders()) {
-    SetStatusText("Deleting emptied folders...", 1);
+    TellObservers(&CRunObserver::BeginPhase, RunPhase::kDeleting, "");
     // Where the scan has failed nobody knows what would be deleted.
     if (scanError == noErr) {
       RemoveEmptiedFolders(FlattenRun.droppedFolder);
@@ -237,20 +190,14 @@ void FlattenDroppedFolder() {
     }
   }
   if (GetAggregateFilesWhenDone()) {
-    SetStatusText("Collating files...", 1);
+    TellObservers(&CRunObserver::BeginPhase, RunPhase::kCollating, "");
     CollateFilesByExtension(FlattenRun.droppedFolder);
   }
   ForgetFinderAliases();
   const bool isStopped = StopOrQuitRequested();
   EndRunJournal(isStopped ? RunEnd::kStopped : RunEnd::kDone);
 
-  ShowIdleControls();
-  ShowElapsedTime(startTime);
   EndFolderReport(isStopped ? RunOutcome::kStopped : outcome);
-  if (GetQuitWhenDone()) {
-    (void)InstallEventLoopTimer(GetCurrentEventLoop(), 1.0, 0, NewEventLoopTimerUPP(QuitTimerProc),
-                                nullptr, nullptr);
-  }
 }
 
 }  // namespace
@@ -271,5 +218,5 @@ void FlattenTimerProc(EventLoopTimerRef /*timer*/, void * /*userData*/) {
       EndFolderReport(RunOutcome::kNotAFolder);
     }
   }
-  EndRunReport();
+  TellObservers(&CRunObserver::EndRun);
 }

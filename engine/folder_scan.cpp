@@ -1,16 +1,13 @@
 #include "engine/folder_scan.h"
 
-#include "app/main_window.h"
-#include "app/status_display.h"
 #include "engine/flatten_run.h"
 #include "engine/folder_walk.h"
 #include "engine/package_test.h"
-#include "engine/progress.h"
+#include "engine/run_observers.h"
+#include "fsutil/item_info.h"
 #include "prefs/preferences.h"
 
 namespace {
-
-constexpr std::int32_t kItemsBetweenYields = 100;
 
 OSErr ScanFolder(const FSRef &folder) {
   const DescendMode mode = GetIgnoreApplications() ? kDescendSkipPackages : kDescendAll;
@@ -25,39 +22,38 @@ bool IsAccepted(const FSCatalogInfo &info, const FSRef &item) {
 }
 
 void CountItem() {
-  if (++FlattenRun.CollectedFiles.count % kItemsBetweenYields == 0) YieldToEvents();
+  TellObservers(&CRunObserver::Advance, ++FlattenRun.CollectedFiles.count, 0);
 }
 
 void CollectItem(const FSRef &item) {
   CollectedFileList &files = FlattenRun.CollectedFiles;
   if (files.collected < files.count) files.refs[files.collected] = item;
   ++files.collected;
-  SetControlValue(MainWindow.progressBar, ProgressValue(files.collected, files.count));
-  FormatStatusText(2, "(%d of %d)", files.collected, files.count);
-  if (files.collected % kItemsBetweenYields == 0) YieldToEvents();
+  TellObservers(&CRunObserver::Advance, files.collected, files.count);
+}
+
+OSErr BeginScan(RunPhase phase, const FSRef &folder) {
+  ShortString name;
+  ClearCString(name);
+  if (const OSErr error = GetItemNameAsCString(folder, name); error != noErr) return error;
+  TellObservers(&CRunObserver::BeginPhase, phase, name);
+  return noErr;
 }
 
 }  // namespace
 
 OSErr CountFilesInFolder(const FSRef &folder) {
   FlattenRun.ScanMode = kScanCounts;
-  ShortString name;
-  ClearCString(name);
-  if (const OSErr error = GetItemNameAsCString(folder, name); error != noErr) return error;
-  FormatStatusText(1, "Counting files in %s...", name);
-  return ScanFolder(folder);
+  const OSErr error = BeginScan(RunPhase::kCounting, folder);
+  return error == noErr ? ScanFolder(folder) : error;
 }
 
 OSErr CollectFilesInFolder(const FSRef &folder) {
   FlattenRun.ScanMode = kScanCollects;
-  ShortString name;
-  ClearCString(name);
-  if (const OSErr error = GetItemNameAsCString(folder, name); error != noErr) return error;
-  FormatStatusText(1, "Collecting files in %s...", name);
-  ShowProgress();
-  const OSErr error = ScanFolder(folder);
-  HideControl(MainWindow.progressBar);
-  HideControl(MainWindow.statusLine2);
+  OSErr error = BeginScan(RunPhase::kCollecting, folder);
+  if (error != noErr) return error;
+  error = ScanFolder(folder);
+  TellObservers(&CRunObserver::EndPhase);
   return error;
 }
 

@@ -7,7 +7,7 @@
 #include "engine/flatten_run.h"
 #include "engine/folder_scan.h"
 #include "engine/package_test.h"
-#include "engine/run_report.h"
+#include "engine/run_observers.h"
 
 namespace {
 

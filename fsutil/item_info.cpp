@@ -39,6 +39,14 @@ OSErr GetItemFSSpec(const FSRef &item, FSSpec *spec) {
   return FSGetCatalogInfo(item, kFSCatInfoNone, nullptr, nullptr, spec, nullptr);
 }
 
+OSErr GetItemNameAsCString(const FSRef &item, ShortString &name) {
+  HFSUniStr255 unicodeName;
+  const OSErr error =
+      FSGetCatalogInfo(item, kFSCatInfoNone, nullptr, &unicodeName, nullptr, nullptr);
+  if (error == noErr) ConvertUnicodeToUtf8(name, unicodeName.View());
+  return error;
+}
+
 bool CopyItemName(const FSRef &item, HFSUniStr255 *name) {
   return FSGetCatalogInfo(item, kFSCatInfoNone, nullptr, name, nullptr, nullptr) == noErr;
 }

@@ -4,6 +4,7 @@
 #include <array>
 #include <string_view>
 
+#include "fsutil/short_strings.h"
 #include "platform/file_manager.h"
 
 using FinderInfo = std::array<std::uint8_t, 16>;
@@ -23,6 +24,10 @@ OSErr GetItemFinderInfoAndKind(const FSRef &item, FinderInfo *finderInfo, Finder
 OSErr GetParentFolderRef(const FSRef &item, FSRef *parent);
 
 OSErr GetItemFSSpec(const FSRef &item, FSSpec *spec);
+
+/// The name in UTF-8, cut at 255 bytes, as texts show it: bytes of it that are no text are U+FFFD.
+/// On failure `name` is left as it was.
+OSErr GetItemNameAsCString(const FSRef &item, ShortString &name);
 
 /// Reads the name into `name`; false when it cannot be read.
 bool CopyItemName(const FSRef &item, HFSUniStr255 *name);

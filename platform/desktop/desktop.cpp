@@ -19,8 +19,8 @@
 #include "platform/desktop/shades.h"
 #include "platform/desktop/uris.h"
 #include "platform/journal.h"
-#include "platform/posix/descriptor.h"
-#include "platform/posix/standard_streams.h"
+#include "platform/linux/system/descriptor.h"
+#include "platform/linux/system/standard_streams.h"
 #include "platform/preferences.h"
 
 namespace {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "platform/posix/admission.h"
+#include "platform/linux/files/admission.h"
 
 /// An address of a drag or of the session bus.
 Admission AdmitUri(const std::string &uri);

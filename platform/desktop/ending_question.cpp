@@ -10,8 +10,8 @@
 #include "platform/desktop/commands.h"
 #include "platform/desktop/event_loop.h"
 #include "platform/desktop/window.h"
-#include "platform/posix/ending.h"
-#include "platform/posix/preference_domain.h"
+#include "platform/linux/system/ending.h"
+#include "platform/linux/preferences/preference_domain.h"
 
 namespace {
 

@@ -13,10 +13,10 @@
 #include "platform/desktop/ending_question.h"
 #include "platform/desktop/waiting_folders.h"
 #include "platform/events.h"
-#include "platform/posix/coarse_time.h"
-#include "platform/posix/ending.h"
-#include "platform/posix/folder_descriptors.h"
-#include "platform/posix/meanwhile.h"
+#include "platform/linux/system/coarse_time.h"
+#include "platform/linux/system/ending.h"
+#include "platform/linux/tree/folder_descriptors.h"
+#include "platform/linux/system/meanwhile.h"
 
 namespace {
 

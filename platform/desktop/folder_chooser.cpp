@@ -10,8 +10,8 @@
 #include "platform/desktop/documents.h"
 #include "platform/desktop/notices.h"
 #include "platform/desktop/uris.h"
-#include "platform/posix/config_folders.h"
-#include "platform/posix/safe_file.h"
+#include "platform/linux/system/config_folders.h"
+#include "platform/linux/system/safe_file.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "platform/desktop/notices.h"
 #include "platform/desktop/window.h"
 #include "platform/journal.h"
-#include "platform/posix/item_location.h"
+#include "platform/linux/tree/item_location.h"
 #include "platform/preferences.h"
 
 OSErr SetFrontProcess(const ProcessSerialNumber &process) {

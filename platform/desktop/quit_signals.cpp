@@ -10,7 +10,7 @@
 #include <cstdint>
 
 #include "platform/desktop/ending_question.h"
-#include "platform/posix/ending.h"
+#include "platform/linux/system/ending.h"
 
 namespace {
 

@@ -18,7 +18,7 @@
 #include "platform/desktop/proxy_icon.h"
 #include "platform/desktop/sheet_place.h"
 #include "platform/desktop/window.h"
-#include "platform/posix/resource_files.h"
+#include "platform/linux/system/resource_files.h"
 
 /// An interface file is a folder of resources with one file for each menu bar and window.
 struct OpaqueNib {

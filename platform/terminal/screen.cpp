@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-#include "platform/posix/descriptor.h"
+#include "platform/linux/system/descriptor.h"
 
 namespace {
 

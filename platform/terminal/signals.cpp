@@ -3,7 +3,7 @@
 #include <csignal>
 
 #include "platform/events.h"
-#include "platform/posix/ending.h"
+#include "platform/linux/system/ending.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cwchar>
 
-#include "platform/posix/disk_names.h"
-#include "platform/posix/unicode_locale.h"
+#include "platform/linux/system/disk_names.h"
+#include "platform/linux/system/unicode_locale.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "app/main_window.h"
+#include "app/display/main_window.h"
 #include "app/open_documents.h"
 #include "engine/dropped_items.h"
 #include "fsutil/item_info.h"

@@ -1,7 +1,7 @@
 #include "app/start_up.h"
 
+#include "app/display/main_window.h"
 #include "app/help_links.h"
-#include "app/main_window.h"
 #include "app/open_documents.h"
 #include "engine/dropped_items.h"
 #include "engine/flatten_run.h"

@@ -1,6 +1,7 @@
-#include "app/status_display.h"
+#include "app/display/status_display.h"
 
-#include "app/main_window.h"
+#include "app/display/main_window.h"
+#include "fsutil/item_info.h"
 #include "tests/support/program_test.h"
 
 namespace {

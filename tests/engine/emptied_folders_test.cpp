@@ -4,8 +4,8 @@
 
 #include <cerrno>
 
-#include "platform/posix/tree_changes.h"
 #include "tests/support/program_test.h"
+#include "tests/support/tree_change_fault.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ TEST_F(EmptiedFolders, LockedItemsThatRefuseAreUnlockedFirst) {
   SetTreeChangeFault([](const TreeChange &change) {
     const bool isUnlocked =
         !changes.empty() && changes.back() == std::string("chmod ") + change.name;
-    changes.push_back(std::string(change.operation) + " " + change.name);
+    changes.push_back(std::string(change.Word()) + " " + change.name);
     return changes.back().starts_with("chmod") || isUnlocked ? 0 : EPERM;
   });
   EXPECT_EQ(DeleteFolderTree(Ref("top/sub")), noErr);

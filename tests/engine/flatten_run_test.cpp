@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "engine/run_report.h"
+#include "engine/run_observers.h"
 #include "platform/common/timers.h"
-#include "platform/posix/tree_changes.h"
 #include "tests/support/program_test.h"
+#include "tests/support/tree_change_fault.h"
 
 namespace {
 
@@ -24,8 +24,6 @@ class CNotes final : public CRunObserver {
     const std::string now = note.now != nullptr ? Name(*note.now) : name;
     left.push_back(name + ": " + std::to_string(note.error) + (now != name ? " " + now : ""));
   }
-  void EndFolder(const FolderReport &) noexcept override {}
-  void EndRun() noexcept override {}
 
  private:
   static std::string Name(const FSRef &item) {

@@ -1,7 +1,7 @@
 #include "engine/folder_scan.h"
 
+#include "app/display/run_display.h"
 #include "engine/flatten_run.h"
-#include "engine/progress.h"
 #include "fsutil/item_info.h"
 #include "tests/support/program_test.h"
 

@@ -6,8 +6,8 @@
 #include <fstream>
 
 #include "platform/journal.h"
-#include "platform/posix/tree_changes.h"
 #include "tests/support/program_test.h"
+#include "tests/support/tree_change_fault.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ bool areFlagsRefused = false;
 
 int Fault(const TreeChange &change) {
   if (++changes == lastChange) _exit(EXIT_SUCCESS);
-  return areFlagsRefused && std::string_view(change.operation) == "rename" ? EINVAL : 0;
+  return areFlagsRefused && change.Word() == "rename" ? EINVAL : 0;
 }
 
 /// Takes " - UUID" out of a name.

@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <functional>
 
-#include "platform/posix/tree_changes.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/tree_change_fault.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <cstring>
 
 #include "fsutil/short_strings.h"
-#include "platform/posix/disk_names.h"
+#include "platform/linux/system/disk_names.h"
 #include "platform/terminal/terminal_text.h"
 #include "tests/fuzz/fuzz.h"
 

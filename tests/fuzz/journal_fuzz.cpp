@@ -1,7 +1,7 @@
 #include <algorithm>
 
-#include "platform/posix/journal_reader.h"
-#include "platform/posix/journal_text.h"
+#include "platform/linux/history/journal_reader.h"
+#include "platform/linux/history/journal_text.h"
 #include "tests/fuzz/fuzz.h"
 
 namespace {

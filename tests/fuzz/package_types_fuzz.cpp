@@ -1,7 +1,7 @@
 #include <algorithm>
 
-#include "platform/posix/disk_names.h"
-#include "platform/posix/package_types.h"
+#include "platform/linux/packages/package_types.h"
+#include "platform/linux/system/disk_names.h"
 #include "tests/fuzz/fuzz.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {

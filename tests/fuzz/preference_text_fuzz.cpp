@@ -1,4 +1,4 @@
-#include "platform/posix/preference_text.h"
+#include "platform/linux/preferences/preference_text.h"
 #include "tests/fuzz/fuzz.h"
 
 namespace {

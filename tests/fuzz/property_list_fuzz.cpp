@@ -1,4 +1,4 @@
-#include "platform/posix/property_list.h"
+#include "platform/linux/packages/property_list.h"
 #include "tests/fuzz/fuzz.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {

@@ -32,7 +32,7 @@ int Fault(const TreeChange &change) {
     if (plan.isDeath) _exit(EXIT_SUCCESS);
     ++changesFailed;
     // A removal has no name to find taken.
-    const bool isPossible = plan.error != EEXIST || std::string_view(change.operation) != "unlink";
+    const bool isPossible = plan.error != EEXIST || change.Word() != "unlink";
     return isPossible ? plan.error : EBUSY;
   }
   return RefusalOf(change, *plan.rules);

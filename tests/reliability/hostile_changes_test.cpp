@@ -128,7 +128,7 @@ std::string PathOfDescriptor(int descriptor) {
 
 Moment MomentOf(const TreeChange &change) {
   Moment moment;
-  moment.operation = change.operation;
+  moment.operation = change.Word();
   moment.folder = PathOfDescriptor(change.folder.descriptor);
   moment.item = moment.folder + "/" + change.name;
   moment.away = place->PathOf("away");

@@ -42,7 +42,7 @@ const std::vector<Rules> &AllRules() {
 }
 
 int RefusalOf(const TreeChange &change, const Rules &rules) {
-  const std::string_view operation(change.operation);
+  const std::string_view operation(change.Word());
   if (rules.isLinking) return operation == "rename" ? EINVAL : 0;
   if (rules.isHolding) {
     static bool isHeld = false;

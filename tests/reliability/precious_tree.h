@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/posix/tree_changes.h"
+#include "tests/support/tree_change_fault.h"
 #include "tests/support/program_test.h"
 
 /// The preferences under which the tree is flattened.

@@ -28,7 +28,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/posix/descriptor.h"
+#include "platform/linux/system/descriptor.h"
 
 namespace {
 

@@ -2,14 +2,17 @@
 
 #include <cstdlib>
 
-#include "app/main_window.h"
+#include "app/display/main_window.h"
+#include "app/display/run_display.h"
 #include "engine/dropped_items.h"
 #include "engine/flatten_run.h"
-#include "platform/posix/preference_domain.h"
+#include "platform/linux/preferences/preference_domain.h"
 
 namespace {
 
 void BuildMainWindow() {
+  static const bool isShown = (ShowRunsInWindow(), true);
+  (void)isShown;
   MainWindow = {};
   IBNibRef nib = nullptr;
   ASSERT_EQ(CreateNibReference("main", &nib), noErr);

@@ -1,0 +1,165 @@
+#include "app/cli/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr std::string_view kHelp =
+    R"(vannerly-cli [options] FOLDER...
+
+Moves every file below each FOLDER up into it.
+
+  --operation=move|alias|N            what to do with each file: move it up, make an
+                                      alias of it in FOLDER, or (any other number) nothing
+  --[no-]rename-duplicates            give a file whose name is taken a name of its own;
+                                      without, it stays where it is
+  --[no-]ignore-applications          treat applications and packages as single items
+  --[no-]delete-emptied-folders       afterwards delete the sub-folders of FOLDER, with
+                                      everything that is still in them
+  --[no-]aggregate-files-when-done    afterwards sort the items by extension into folders
+
+These hold for this run; without them the stored preferences do.
+
+  --preferences                       show the preferences and where each comes from
+  --set KEY=VALUE                     store a preference: true or false, or a number
+  --quiet                             do not show what is being done
+  --verbose                           tell of each file that is left in place, renamed or
+                                      deleted, and why
+  --json                              print the same on standard output in the end, as JSON
+  --force                             flatten even / or your home folder
+  --help, --version                   show this text, or the version
+  --                                  ends the options
+
+Ctrl-C stops after the file in hand, a second one quits. Exit status: 0 done; 1 a FOLDER
+could not be used, or output not be written; 2 wrong usage, nothing was touched; 3 done, but
+something was left in place, not looked into, collated or deleted that should have been, or
+deleted without having been moved; 130, 143 stopped by a signal.
+)";
+
+/// Tells operands from options beforehand, because operands are bytes: in some of them the library
+/// would see a list or an option. A value that stands apart from its option is joined to it.
+struct SplitArguments {
+  std::vector<std::string> options;
+  std::vector<std::string> operands;
+};
+
+SplitArguments Split(const std::vector<std::string> &arguments) {
+  SplitArguments split;
+  for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
+    if (*argument == "--") {
+      split.operands.insert(split.operands.end(), argument + 1, arguments.end());
+      break;
+    }
+    const bool isOption = argument->size() > 1 && argument->front() == '-';
+    const bool wantsValue = *argument == "--operation" || *argument == "--set";
+    if (!isOption) {
+      split.operands.push_back(*argument);
+    } else if (wantsValue && argument + 1 != arguments.end()) {
+      const std::string &option = *argument++;
+      split.options.push_back(option + "=" + *argument);
+    } else {
+      split.options.push_back(*argument);
+    }
+  }
+  return split;
+}
+
+/// "move", "alias" or a signed 16-bit number.
+std::optional<std::int16_t> ParseOperation(std::string_view text) {
+  if (text == "move") return std::int16_t{1};
+  if (text == "alias") return std::int16_t{2};
+  return ParsePreferenceNumber(text);
+}
+
+struct BooleanOption {
+  const char *names;
+  PreferenceKey key;
+};
+
+constexpr BooleanOption kBooleanOptions[] = {
+    {"--rename-duplicates,!--no-rename-duplicates", kRenameDuplicates},
+    {"--ignore-applications,!--no-ignore-applications", kIgnoreApplications},
+    {"--delete-emptied-folders,!--no-delete-emptied-folders", kDeleteEmptiedFolders},
+    {"--aggregate-files-when-done,!--no-aggregate-files-when-done", kAggregateFilesWhenDone},
+};
+
+CLI::Option *AddFlag(CLI::App *parser, const char *names) {
+  return parser->add_flag(names)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
+      ->disable_flag_override();
+}
+
+}  // namespace
+
+std::variant<CommandLine, RequestedText, UsageProblem> ParseCommandLine(
+    const std::vector<std::string> &arguments) {
+  SplitArguments split = Split(arguments);
+  CommandLine commandLine;
+  commandLine.folders = std::move(split.operands);
+
+  CLI::App parser;
+  parser.set_help_flag("--help");
+  parser.set_version_flag("--version", "vannerly-cli " VANNERLY_VERSION "\n");
+  std::string operation;
+  const CLI::Option *const operationOption =
+      parser.add_option("--operation", operation)
+          ->type_name("VALUE")
+          ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  std::vector<std::string> assignments;
+  parser.add_option("--set", assignments)->type_name("VALUE")->allow_extra_args(false);
+  std::vector<std::pair<const CLI::Option *, PreferenceKey>> booleans;
+  for (const auto &[names, key] : kBooleanOptions)
+    booleans.emplace_back(AddFlag(&parser, names), key);
+  const CLI::Option *const preferences = AddFlag(&parser, "--preferences");
+  const CLI::Option *const quiet = AddFlag(&parser, "--quiet");
+  const CLI::Option *const verbose = AddFlag(&parser, "--verbose");
+  const CLI::Option *const json = AddFlag(&parser, "--json");
+  const CLI::Option *const force = AddFlag(&parser, "--force");
+
+  try {
+    std::ranges::reverse(split.options);  // The library takes them from the end.
+    parser.parse(std::move(split.options));
+  } catch (const CLI::CallForHelp &) {
+    return RequestedText{std::string(kHelp)};
+  } catch (const CLI::CallForVersion &version) {
+    return RequestedText{version.what()};
+  } catch (const CLI::ExtrasError &) {
+    return UsageProblem{"unknown option " + parser.remaining().front()};
+  } catch (const CLI::ParseError &error) {
+    return UsageProblem{error.what()};
+  }
+
+  if (operationOption->count() > 0) {
+    const std::optional<std::int16_t> number = ParseOperation(operation);
+    if (!number) {
+      return UsageProblem{"--operation: \"" + operation +
+                          "\" is not move, alias or a number from -32768 to 32767"};
+    }
+    commandLine.forThisRun.push_back({kOperation, std::int64_t{*number}});
+  }
+  for (const auto &[option, key] : booleans) {
+    if (option->count() > 0) commandLine.forThisRun.push_back({key, option->as<bool>()});
+  }
+  for (const std::string &text : assignments) {
+    std::string problem;
+    const auto assignment = ParsePreferenceAssignment(text, &problem);
+    if (!assignment) return UsageProblem{"--set: " + problem};
+    commandLine.toStore.push_back(*assignment);
+  }
+  commandLine.showsPreferences = preferences->count() > 0;
+  commandLine.isQuiet = quiet->count() > 0;
+  commandLine.isVerbose = verbose->count() > 0;
+  commandLine.isJson = json->count() > 0;
+  commandLine.isForced = force->count() > 0;
+
+  const bool hasFolders = !commandLine.folders.empty();
+  if (commandLine.showsPreferences && hasFolders)
+    return UsageProblem{"--preferences takes no folder"};
+  if (!commandLine.showsPreferences && commandLine.toStore.empty() && !hasFolders)
+    return UsageProblem{"no folder is given; --help tells more"};
+  if ((commandLine.isVerbose || commandLine.isJson) && !hasFolders)
+    return UsageProblem{"--verbose and --json tell of folders, and none is given"};
+  return commandLine;
+}

@@ -1,0 +1,238 @@
+#include "app/cli/json_report.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "app/cli/json_writer.h"
+#include "app/cli/report_words.h"
+#include "platform/strings.h"
+#include "platform/terminal/terminal.h"
+
+namespace {
+
+using Json = CJsonWriter::Json;
+
+bool IsUtf8(const std::string &bytes) {
+  const auto text = CFStringCreateWithCString(bytes.c_str(), kCFStringEncodingUTF8);
+  if (!text) return false;
+  for (std::size_t i = 0; i < text->size(); ++i) {
+    const char16_t unit = (*text)[i];
+    if (unit >= 0xDC00 && unit < 0xE000) return false;
+    if (unit >= 0xD800 && unit < 0xDC00) ++i;  // The pair of a character beyond 16 bits.
+  }
+  return true;
+}
+
+/// RFC 4648.
+std::string Base64(std::string_view bytes) {
+  constexpr std::string_view kDigits =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string text;
+  for (std::size_t start = 0; start < bytes.size(); start += 3) {
+    const std::string_view group = bytes.substr(start, 3);
+    std::uint32_t bits = 0;
+    for (std::size_t i = 0; i < 3; ++i) {
+      bits = bits << 8 | (i < group.size() ? static_cast<unsigned char>(group[i]) : 0u);
+    }
+    for (std::size_t i = 0; i < 4; ++i) {
+      text += i <= group.size() ? kDigits[bits >> (18 - 6 * i) & 0x3F] : '=';
+    }
+  }
+  return text;
+}
+
+/// JSON is UTF-8, names on disk are any bytes: those that are no text are given exactly beside it.
+void SetText(Json &object, const std::string &key, const std::string &bytes) {
+  object[key] = bytes;
+  if (!IsUtf8(bytes)) object[key + "Base64"] = Base64(bytes);
+}
+
+/// A note that is kept until it is printed. The items' paths are made then: a reference leads to
+/// the place that it has led to for the life of the process, and a path can be any length.
+struct KeptNote {
+  FSRef item;
+  std::uint32_t now;  ///< which of those kept is the item as it is now, plus 1; 0 for none
+  std::int32_t count;
+  OSErr error;
+  RunEvent event;
+};
+
+struct KeptFolder {
+  FSRef folder;
+  FolderReport report;
+  std::size_t end;  ///< the place behind its last note
+};
+
+struct UnusableFolder {
+  std::string folder;
+  std::string reason;
+};
+
+Json Describe(const KeptNote &note, const FSRef *nowItem) {
+  Json item;
+  const std::string path = ItemPath(note.item);
+  SetText(item, "path", path);
+  if (note.event == RunEvent::kCollated) item["items"] = note.count;
+  if (note.error != noErr) {
+    const ResultWords words = WordsOf(note.error);
+    item["reason"] = words.reason;
+    item["code"] = note.error;
+    item["error"] = words.name;
+  }
+  if (nowItem == nullptr) return item;
+  const std::string now = ItemPath(*nowItem);
+  if (note.event == RunEvent::kRenamed) {
+    SetText(item, "newName", now.substr(now.rfind('/') + 1));
+  } else if (now != path) {
+    SetText(item, "now", now);
+  }
+  return item;
+}
+
+class CJsonReport final : public CRunObserver {
+ public:
+  explicit CJsonReport(std::string program) : program_(std::move(program)) {}
+
+  void AddError(const std::string &folder, const std::string &reason) noexcept {
+    TakeDown([&] { errors_.push_back({folder, reason}); });
+  }
+
+  void BeginFolder(const FSRef &folder) noexcept override { folder_ = folder; }
+
+  void TakeNote(const RunNote &note) noexcept override {
+    TakeDown([&] {
+      std::uint32_t now = 0;
+      if (note.now != nullptr && !HasSameBytes(*note.now, note.item)) {
+        nowItems_.push_back(*note.now);
+        now = static_cast<std::uint32_t>(nowItems_.size());
+      }
+      notes_.push_back({note.item, now, note.count, note.error, note.event});
+    });
+  }
+
+  void EndFolder(const FolderReport &report) noexcept override {
+    TakeDown([&] {
+      if (report.outcome == RunOutcome::kInUse) {
+        errors_.push_back({ItemPath(folder_), report.reason});
+      } else {
+        folders_.push_back({folder_, report, notes_.size()});
+      }
+    });
+  }
+
+  void EndRun() noexcept override { Print(); }
+
+  void Print() noexcept {
+    if (std::exchange(isPrinted_, true)) return;
+    try {
+      WriteDocument();
+    } catch (...) {
+      // The document breaks off, and is no JSON. Telling so takes memory too.
+      notes_.clear();
+      ReportUnusable("standard output", "not enough memory for the rest of the document");
+    }
+  }
+
+ private:
+  static bool HasSameBytes(const FSRef &first, const FSRef &second) {
+    return std::ranges::equal(first.hidden, second.hidden);
+  }
+
+  /// Lets the run go on whatever happens here, as when memory is short. What comes later is not
+  /// taken down either: with a gap in it, a list would look whole.
+  template <typename Work>
+  void TakeDown(Work work) noexcept {
+    if (!isComplete_) return;
+    try {
+      work();
+    } catch (...) {
+      isComplete_ = false;
+    }
+  }
+
+  void WriteDocument() const {
+    CJsonWriter writer(WriteOutput);
+    writer.Open('{');
+    writer.Member("format", 1);
+    writer.Member("program", program_);
+    writer.Member("complete", isComplete_);
+    writer.Key("folders");
+    writer.Open('[');
+    std::size_t firstNote = 0;
+    for (const KeptFolder &folder : folders_) {
+      WriteFolder(writer, folder, firstNote);
+      firstNote = folder.end;
+    }
+    writer.Close();
+    writer.Key("errors");
+    writer.Open('[');
+    for (const auto &[folder, reason] : errors_) {
+      Json error;
+      SetText(error, "folder", folder);
+      SetText(error, "reason", reason);
+      writer.Value(error);
+    }
+    writer.Close();
+    writer.Close();
+    writer.End();
+  }
+
+  void WriteFolder(CJsonWriter &writer, const KeptFolder &folder, std::size_t firstNote) const {
+    Json head;
+    SetText(head, "path", ItemPath(folder.folder));
+    head["ended"] = WordsOf(folder.report.outcome);
+    head["seconds"] = folder.report.seconds;
+    Json &counts = head["counts"];
+    for (std::size_t i = 0; i < kRunEventCount; ++i)
+      counts[kEventWords[i].key] = folder.report.counts[i];
+    writer.Open('{');
+    for (const auto &[key, value] : head.items()) writer.Member(key, value);
+    for (const EventWords &words : kEventWords) {
+      if (!IsToldOneByOne(words.event)) continue;
+      writer.Key(words.key);
+      writer.Open('[');
+      for (std::size_t note = firstNote; note < folder.end && writer.IsTaken(); ++note) {
+        if (notes_[note].event == words.event) WriteNote(writer, notes_[note]);
+      }
+      writer.Close();
+    }
+    writer.Close();
+  }
+
+  void WriteNote(CJsonWriter &writer, const KeptNote &note) const {
+    writer.Value(Describe(note, note.now != 0 ? &nowItems_[note.now - 1] : nullptr));
+  }
+
+  std::string program_;
+  FSRef folder_{};  ///< in hand
+  // In pieces, unlike a vector's: none has to be copied, and so be there twice, when there are
+  // more.
+  std::deque<KeptNote> notes_;
+  std::deque<FSRef> nowItems_;
+  std::deque<KeptFolder> folders_;
+  std::vector<UnusableFolder> errors_;
+  bool isComplete_ = true;
+  bool isPrinted_ = false;
+};
+
+std::unique_ptr<CJsonReport> report;
+
+}  // namespace
+
+void StartJsonReport(const std::string &program) {
+  report = std::make_unique<CJsonReport>(program);
+  AddRunObserver(report.get());
+}
+
+void AddUnusableToJsonReport(const std::string &folder, const std::string &reason) {
+  if (report != nullptr) report->AddError(folder, reason);
+}
+
+void PrintJsonReport() {
+  if (report != nullptr) report->Print();
+}

@@ -1,0 +1,132 @@
+#include "app/cli/line_report.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "app/cli/report_words.h"
+#include "platform/terminal/terminal.h"
+
+namespace {
+
+std::string Reason(OSErr error) {
+  const ResultWords words = WordsOf(error);
+  std::string text = std::string(": ") + words.reason + " (";
+  if (*words.name != '\0') text.append(words.name).append(", ");
+  return text + std::to_string(error) + ")";
+}
+
+/// What a place in the words of an event stands for.
+std::string TextFor(std::string_view place, const RunNote &note, const std::string &path) {
+  if (place == "reason") return Reason(note.error);
+  if (place == "count") return std::to_string(note.count);
+  const std::string now = note.now != nullptr ? ItemPath(*note.now) : path;
+  if (place == "name") return now.substr(now.rfind('/') + 1);
+  return now != path ? "; its name is now " + now : "";
+}
+
+std::string LineOf(const RunNote &note) {
+  const std::string path = ItemPath(note.item);
+  std::string line = path + ": ";
+  std::string_view rest = kEventWords[static_cast<std::size_t>(note.event)].line;
+  while (!rest.empty()) {
+    const std::size_t begin = std::min(rest.find('{'), rest.size());
+    line += rest.substr(0, begin);
+    rest.remove_prefix(begin);
+    if (rest.empty()) break;
+    const std::size_t end = rest.find('}');
+    line += TextFor(rest.substr(1, end - 1), note, path);
+    rest.remove_prefix(end + 1);
+  }
+  return line;
+}
+
+std::string SummaryOf(const std::string &path, const FolderReport &report) {
+  char seconds[32];
+  (void)std::snprintf(seconds, sizeof seconds, " after %.3f s", report.seconds);
+  std::string line = path + ": " + WordsOf(report.outcome) + seconds;
+  const char *separator = ": ";
+  for (std::size_t i = 0; i < kRunEventCount; ++i) {
+    if (report.counts[i] == 0) continue;
+    line.append(separator).append(std::to_string(report.counts[i])).append(" ");
+    line.append(kEventWords[i].counted);
+    separator = ", ";
+  }
+  return line;
+}
+
+/// What a user has to know who has not asked for anything.
+struct Concern {
+  std::int64_t Shortfalls::*count;
+  const char *one;
+  const char *several;
+};
+
+constexpr Concern kConcerns[] = {
+    {&Shortfalls::leftInPlace, " file was left in place", " files were left in place"},
+    {&Shortfalls::notReached, " file was not reached", " files were not reached"},
+    {&Shortfalls::notRead, " folder could not be looked into", " folders could not be looked into"},
+    {&Shortfalls::deleted, " file was deleted with its folder",
+     " files were deleted with their folders"},
+    {&Shortfalls::notDeleted, " item could not be deleted", " items could not be deleted"},
+    {&Shortfalls::notCollated, " item could not be collated", " items could not be collated"},
+};
+
+class CLineReport final : public CRunObserver {
+ public:
+  explicit CLineReport(bool isVerbose) : isVerbose_(isVerbose) {}
+
+  void BeginFolder(const FSRef &folder) noexcept override { folder_ = folder; }
+
+  void TakeNote(const RunNote &note) noexcept override {
+    if (isVerbose_) Print([&] { return LineOf(note); });
+  }
+
+  void EndFolder(const FolderReport &report) noexcept override {
+    for (std::size_t i = 0; i < kRunEventCount; ++i) totals_[i] += report.counts[i];
+    // That a folder could not be used has been told.
+    const bool isTold =
+        report.outcome == RunOutcome::kInUse || report.outcome == RunOutcome::kNotAFolder;
+    if (!isVerbose_ || isTold) return;
+    Print([&] { return SummaryOf(ItemPath(folder_), report); });
+  }
+
+  void EndRun() noexcept override {
+    if (!isVerbose_) Print([this] { return ClosingLine(); });
+  }
+
+ private:
+  /// A line that cannot be made, for want of memory, is left out; the run goes on.
+  template <typename Text>
+  static void Print(Text text) noexcept {
+    try {
+      const std::string line = text();
+      if (!line.empty()) PrintNotice(line);
+    } catch (...) {
+    }
+  }
+
+  std::string ClosingLine() const {
+    const Shortfalls shortfalls = ShortfallsOf(totals_);
+    std::string line;
+    for (const auto &[member, one, several] : kConcerns) {
+      const std::int64_t count = shortfalls.*member;
+      if (count == 0) continue;
+      if (!line.empty()) line += ", ";
+      line.append(std::to_string(count)).append(count == 1 ? one : several);
+    }
+    return line.empty() ? line : line + "; --verbose tells more.";
+  }
+
+  bool isVerbose_;
+  FSRef folder_{};
+  RunCounts totals_{};
+};
+
+}  // namespace
+
+void StartLineReport(bool isVerbose) {
+  static CLineReport report(isVerbose);
+  AddRunObserver(&report);
+}

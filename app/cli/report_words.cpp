@@ -1,0 +1,79 @@
+#include "app/cli/report_words.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+struct KnownResult {
+  OSErr error;
+  ResultWords words;
+};
+
+constexpr KnownResult kKnownResults[] = {
+    {dskFulErr, {"dskFulErr", "the disk is full"}},
+    {ioErr, {"ioErr", "the disk reports an error"}},
+    {bdNamErr, {"bdNamErr", "its new name or its path would be too long"}},
+    {tmfoErr, {"tmfoErr", "too many files are open"}},
+    {fnfErr, {"fnfErr", "it is no longer there"}},
+    {wPrErr, {"wPrErr", "the disk is read-only"}},
+    {fBsyErr, {"fBsyErr", "it is in use, has a volume mounted on it or is not empty"}},
+    {dupFNErr, {"dupFNErr", "its name is taken"}},
+    {paramErr, {"paramErr", "the file system has no way to do it"}},
+    {permErr, {"permErr", "the system does not permit it"}},
+    {memFullErr, {"memFullErr", "there is not enough memory"}},
+    {dirNFErr, {"dirNFErr", "what should be a folder is none"}},
+    {userCanceledErr, {"userCanceledErr", "the program was told to end"}},
+    {diffVolErr, {"diffVolErr", "it lies on another volume"}},
+    {afpAccessDenied, {"afpAccessDenied", "permission is denied"}},
+    {errFSRefsDifferent,
+     {"errFSRefsDifferent",
+      "it is not, or was not all the time, the folder that was looked through"}},
+};
+
+// Most paths fit the first time; no file system has one that does not fit the last.
+constexpr std::size_t kFirstPathSize = 4096;
+constexpr std::size_t kLastPathSize = std::size_t{64} << 20;
+
+}  // namespace
+
+std::string ItemPath(const FSRef &item) {
+  std::string path;
+  for (std::size_t size = kFirstPathSize; size <= kLastPathSize; size *= 8) {
+    path.resize(size);
+    const OSStatus status = FSRefMakePath(item, path.data(), static_cast<std::uint32_t>(size));
+    if (status == noErr) {
+      path.resize(path.find('\0'));
+      path.shrink_to_fit();
+      return path;
+    }
+    if (status != bdNamErr) break;
+  }
+  return {};
+}
+
+ResultWords WordsOf(OSErr error) {
+  const auto *const known = std::ranges::find(kKnownResults, error, &KnownResult::error);
+  if (known == std::end(kKnownResults)) return {"", "it could not be done"};
+  return known->words;
+}
+
+const char *WordsOf(RunOutcome outcome) {
+  switch (outcome) {
+    case RunOutcome::kFinished:
+      return "finished";
+    case RunOutcome::kStopped:
+      return "stopped";
+    case RunOutcome::kNothingFound:
+      return "nothing found";
+    case RunOutcome::kCountsDiffer:
+      return "differing counts";
+    case RunOutcome::kOutOfMemory:
+      return "out of memory";
+    case RunOutcome::kNotAFolder:
+      return "not a folder";
+    case RunOutcome::kInUse:
+      break;
+  }
+  return "in use";
+}

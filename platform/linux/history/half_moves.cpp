@@ -1,0 +1,182 @@
+#include "platform/linux/history/half_moves.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+/// More are not kept: each is an undo that has failed too.
+constexpr std::size_t kMostLeft = 1000;
+/// A move and its undoing, by links, touch fewer.
+constexpr std::size_t kMostPlaces = 8;
+
+/// The index of a place, which is added when it is new.
+std::size_t IndexOf(const JournalPlaceView &place, std::vector<JournalPlace> *places) {
+  std::size_t index = 0;
+  while (index < places->size() && place != (*places)[index]) ++index;
+  if (index == places->size()) places->push_back({place.folder, std::string(place.name)});
+  return index;
+}
+
+}  // namespace
+
+void ItemInHand::EndStep() {
+  if (step == MoveStep::kRename || step == MoveStep::kRemovalOfOld) at = *next;
+  // After a link the item is in both places, until one of them is removed.
+  if (step != MoveStep::kLink && step != MoveStep::kNone) next.reset();
+  step = MoveStep::kNone;
+}
+
+void CHalfMoves::EndStep() {
+  if (!inHand_) return;
+  inHand_->EndStep();
+  if (inHand_->IsOver()) inHand_.reset();
+}
+
+void CHalfMoves::LetGo() {
+  if (inHand_ && left_.size() < kMostLeft) left_.push_back(std::move(inHand_->move));
+  inHand_.reset();
+}
+
+bool CHalfMoves::BeginsSteps(const JournalPlaceView &from, std::uint32_t toFolder, bool isLink) {
+  EndStep();
+  if (!isLink && from.folder != toFolder) return false;
+  return !inHand_ || from != inHand_->Place();
+}
+
+void CHalfMoves::NoteStep(MoveStep step, const JournalPlaceView &from, const JournalPlaceView &to,
+                          const std::optional<ItemIdentity> &item) {
+  EndStep();
+  const bool isContinued = inHand_ && from == inHand_->Place();
+  if (!isContinued) {
+    LetGo();
+    FollowLeft(from, to);
+    if (!item) return;  // A move in one step needs no care.
+    inHand_ = ItemInHand();
+    inHand_->move.item = *item;
+    inHand_->move.places.reserve(4);
+    inHand_->at = IndexOf(from, &inHand_->move.places);
+  }
+  HalfMove &move = inHand_->move;
+  if (move.places.size() == kMostPlaces) return LetGo();
+  // The last step is the one that names it in its new folder; a link may be first and last in one.
+  const bool isInOldFolder = from.folder == move.places.front().folder;
+  const bool isLast = from.folder == to.folder ? !isInOldFolder : !isContinued;
+  inHand_->next = IndexOf(to, &move.places);
+  move.goal = isLast ? *inHand_->next : 0;
+  inHand_->step = step;
+}
+
+/// One of an item's two names may go on a way of its own, as when it is collated; so may a
+/// place-holder.
+void CHalfMoves::FollowLeft(const JournalPlaceView &from, const JournalPlaceView &to) {
+  for (std::size_t i = 0; i < heldLeft_.size(); ++i) {
+    if (from != heldLeft_[i].place) continue;
+    KeepPlaceHolder({{to.folder, std::string(to.name)}, heldLeft_[i].from});
+    break;
+  }
+  for (HalfMove &move : left_) {
+    const bool isOneOf = std::ranges::any_of(
+        move.places, [&from](const JournalPlace &place) { return from == place; });
+    if (isOneOf && move.places.size() < kMostPlaces) (void)IndexOf(to, &move.places);
+  }
+}
+
+void CHalfMoves::NoteRename(const JournalPlaceView &from, const JournalPlaceView &to,
+                            const std::optional<ItemIdentity> &item) {
+  if (held_ && holdStep_ == HoldStep::kHold && to == held_->place) {
+    held_->from = {from.folder, std::string(from.name)};
+    holdStep_ = HoldStep::kRename;
+  } else {
+    EndHold();
+  }
+  if (!inHand_ && !item) return FollowLeft(from, to);
+  NoteStep(MoveStep::kRename, from, to, item);
+}
+
+void CHalfMoves::NoteLink(const JournalPlaceView &from, const JournalPlaceView &to,
+                          const std::optional<ItemIdentity> &item) {
+  EndHold();
+  NoteStep(MoveStep::kLink, from, to, item);
+}
+
+void CHalfMoves::NoteRemoval(const JournalPlaceView &place) {
+  EndHold();
+  EndStep();
+  if (!inHand_) return;
+  if (inHand_->next && place == inHand_->Place()) {
+    inHand_->step = MoveStep::kRemovalOfOld;
+  } else if (inHand_->next && place == inHand_->move.places[*inHand_->next]) {
+    inHand_->step = MoveStep::kRemovalOfNew;
+  } else {
+    LetGo();
+  }
+}
+
+void CHalfMoves::KeepPlaceHolder(PlaceHolder held) {
+  if (heldLeft_.size() < kMostLeft) heldLeft_.push_back(std::move(held));
+}
+
+/// Something else is done now. Unless it was replaced or released the place-holder is still there.
+void CHalfMoves::EndHold() {
+  const bool isGone = holdStep_ == HoldStep::kRename || holdStep_ == HoldStep::kRelease;
+  if (held_ && !isGone) KeepPlaceHolder(*std::move(held_));
+  held_.reset();
+  holdStep_ = HoldStep::kNone;
+}
+
+/// It belongs to the rename that comes next and is of no concern to the item.
+void CHalfMoves::NotePlaceHolder(const JournalPlaceView &place) {
+  EndStep();
+  EndHold();
+  held_ = {{place.folder, std::string(place.name)}, std::nullopt};
+  holdStep_ = HoldStep::kHold;
+}
+
+void CHalfMoves::NoteReleaseOfPlaceHolder() {
+  EndStep();
+  holdStep_ = HoldStep::kRelease;
+}
+
+void CHalfMoves::NoteOtherChange() {
+  EndHold();
+  EndStep();
+  LetGo();
+}
+
+void CHalfMoves::NoteFailure() {
+  if (holdStep_ == HoldStep::kHold) held_.reset();
+  // Whatever becomes of the item, it is not what bears the place-holder's name.
+  if (holdStep_ == HoldStep::kRename) held_->from.reset();
+  holdStep_ = HoldStep::kNone;
+  if (!inHand_) return;
+  if (inHand_->step == MoveStep::kRename || inHand_->step == MoveStep::kLink) inHand_->next.reset();
+  if (inHand_->step == MoveStep::kRemovalOfNew) inHand_->isInTwoPlaces = true;
+  // What has failed is undone.
+  inHand_->move.goal = 0;
+  inHand_->step = MoveStep::kNone;
+}
+
+void CHalfMoves::ForgetItemInHand() {
+  inHand_.reset();
+}
+
+std::vector<HalfMove> CHalfMoves::List(bool isRunOver) const {
+  std::vector<HalfMove> moves = left_;
+  if (!inHand_) return moves;
+  ItemInHand item = *inHand_;
+  if (isRunOver) item.EndStep();
+  if (item.step != MoveStep::kNone || !item.IsOver()) moves.push_back(std::move(item.move));
+  return moves;
+}
+
+std::vector<PlaceHolder> CHalfMoves::ListPlaceHolders(bool isRunOver) const {
+  if (isRunOver) {
+    CHalfMoves over = *this;
+    over.EndHold();
+    return over.heldLeft_;
+  }
+  std::vector<PlaceHolder> holders = heldLeft_;
+  if (held_) holders.push_back(*held_);
+  return holders;
+}

@@ -1,0 +1,357 @@
+#include "platform/linux/history/run_journal.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "platform/journal.h"
+#include "platform/linux/history/half_moves.h"
+#include "platform/linux/history/journal_file.h"
+#include "platform/linux/history/journal_folder.h"
+#include "platform/linux/history/journal_text.h"
+#include "platform/linux/system/ending.h"
+#include "platform/linux/system/log.h"
+#include "platform/linux/tree/folder_table.h"
+#include "platform/linux/tree/item_location.h"
+#include "platform/linux/tree/run_memory.h"
+
+namespace {
+
+/// No `errno` value: the folder is not the run's.
+constexpr int kIsOutside = -1;
+
+/// The layer of the run in hand.
+class CRunJournal final : public CTreeLayer {
+ public:
+  CRunJournal() { PutLayerOnTop(this); }
+  ~CRunJournal() override { RemoveLayer(this); }
+
+  /// Takes over the new journal's descriptor and writes its beginning.
+  int Begin(int descriptor, const JournalHeader &header, const FolderIdentity &folder);
+  void End(RunEnd end);
+  int Change(const TreeChange &change) override;
+
+ private:
+  int Record(const TreeChange &change);
+  void RecordFailure(int error);
+  void Stop(int error);
+  int NumberOf(FolderIndex index, std::uint32_t *number);
+  int RecordFolder(FolderIndex index);
+  void SetNumber(FolderIndex index, std::uint32_t number);
+  void WriteLine(std::string_view word, std::string_view text);
+
+  CJournalFile file_;
+  FolderIdentity folder_;
+  std::vector<std::uint32_t> numbers_;  ///< by place in the table of folders, plus 1; 0 for none
+  std::uint32_t folderCount_ = 1;
+  CHalfMoves halfMoves_;
+  bool isRecording_ = true;
+};
+
+std::unique_ptr<CRunJournal> run;
+JournalLineHandler lineHandler = nullptr;
+
+void TellThatNoneIsKept(int error) {
+  static bool isTold = false;
+  if (std::exchange(isTold, true)) return;
+  const std::string path = CJournalFolder::Path();
+  TellOfJournals((path.empty() ? "the home folder" : path) + ": no journal can be written (" +
+                 std::strerror(error) + "); runs go on without one");
+}
+
+/// What the journal says first of a folder cannot be found out. That is the folder's own trouble.
+void TellThatFolderHasNone(const FSRef &folder, int error) {
+  TellOfJournals(PathOnDisk(folder) + ": cannot be looked at (" + std::strerror(error) +
+                 "); its run goes on without a journal");
+}
+
+/// Lists the folders above an open one, by going up until it goes no further.
+int ListFoldersAbove(int descriptor, FolderIdentity folder, std::vector<FolderIdentity> *above) {
+  std::optional<CDescriptor> parent;
+  for (;;) {
+    const int opened = openat(descriptor, "..", O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (opened < 0) return errno;
+    parent.emplace(opened);
+    struct stat status;
+    if (fstat(opened, &status) != 0) return errno;
+    const FolderIdentity found{status.st_dev, status.st_ino};
+    if (found == folder) return 0;
+    above->push_back(found);
+    folder = found;
+    descriptor = opened;
+  }
+}
+
+int DescribeRun(const FSRef &folder, JournalHeader *header) {
+  FolderIndex index = 0;
+  int descriptor = -1;
+  if (FindTableFolder(folder, &index, &descriptor) != noErr) return ENOENT;
+  ItemStatus item;
+  if (int error = Tree().Look(descriptor, "", &item); error != 0) return error;
+  header->program = std::string(program_invocation_short_name) + " " VANNERLY_VERSION;
+  header->time = TimeForJournal();
+  header->process = static_cast<std::uint32_t>(getpid());
+  header->device = item.device;
+  header->identity = item.identity;
+  header->path = PathOnDisk(folder);
+  return ListFoldersAbove(descriptor, {item.device, item.identity.inode}, &header->above);
+}
+
+bool IsAmong(const JournalHeader &header, const std::vector<FolderIdentity> &folders) {
+  return std::ranges::find(folders, FolderIdentity{header.device, header.identity.inode}) !=
+         folders.end();
+}
+
+bool DoOverlap(const JournalHeader &a, const JournalHeader &b) {
+  return (a.device == b.device && a.identity.inode == b.identity.inode) || IsAmong(a, b.above) ||
+         IsAmong(b, a.above);
+}
+
+std::optional<JournalHeader> ReadHeader(const CDescriptor &journal) {
+  constexpr std::size_t kMostRead = std::size_t{1} << 20;
+  std::string text(std::min(kMostRead, SizeOf(journal)), '\0');
+  const ssize_t count = pread(journal.Get(), text.data(), text.size(), 0);
+  if (count <= 0) return std::nullopt;
+  return ParseJournalHeader(std::string_view(text).substr(0, static_cast<std::size_t>(count)));
+}
+
+/// Another process's run in the same folder, above or below it.
+std::optional<JournalHeader> FindOverlappingRun(const CJournalFolder &journals,
+                                                const JournalHeader &own) {
+  for (const std::string &name : journals.Names()) {
+    const CDescriptor journal = journals.OpenJournal(name);
+    if (!journal.IsOpen() || IsJournalInUse(journal) != true) continue;
+    auto other = ReadHeader(journal);
+    if (other && DoOverlap(own, *other)) return other;
+  }
+  return std::nullopt;
+}
+
+/// 0, an `errno` value, or EBUSY with the reason.
+int Begin(const FSRef &folder, std::string *reason) {
+  JournalHeader header;
+  if (int error = DescribeRun(folder, &header); error != 0) {
+    TellThatFolderHasNone(folder, error);
+    return 0;
+  }
+  CJournalFolder journals;
+  int error = journals.Open(true);
+  if (error == EWOULDBLOCK) {
+    // Who has the lock may be about to begin a run in this very folder.
+    *reason = "another Vannerly is busy with the journals";
+    error = EBUSY;
+  }
+  if (error != 0) return error;
+  if (const auto other = FindOverlappingRun(journals, header)) {
+    *reason = "another Vannerly (process " + std::to_string(other->process) + ") is at work in " +
+              (other->path == header.path ? "it" : other->path);
+    return EBUSY;
+  }
+  journals.DeleteOldest();
+  std::string name;
+  const int descriptor = journals.MakeJournal(&name);
+  if (descriptor < 0) return errno;
+  auto begun = std::make_unique<CRunJournal>();
+  error = begun->Begin(descriptor, header, {header.device, header.identity.inode});
+  if (error != 0) {
+    journals.DeleteJournal(name);
+    return error;
+  }
+  run = std::move(begun);
+  return 0;
+}
+
+int CRunJournal::Begin(int descriptor, const JournalHeader &header, const FolderIdentity &folder) {
+  const std::string text = WriteJournalHeader(header);
+  if (int error = file_.Open(descriptor, text.size()); error != 0) return error;
+  file_.Advance(std::copy(text.begin(), text.end(), file_.Next()));
+  folder_ = folder;
+  return 0;
+}
+
+void CRunJournal::SetNumber(FolderIndex index, std::uint32_t number) {
+  if (index >= numbers_.size()) numbers_.resize(std::max<std::size_t>(index + 1, 256), 0);
+  numbers_[index] = number + 1;
+}
+
+/// The number of a folder, which is given one and is recorded, with those above it, when it has
+/// none.
+int CRunJournal::NumberOf(FolderIndex index, std::uint32_t *number) {
+  if (index < numbers_.size() && numbers_[index] != 0) {
+    *number = numbers_[index] - 1;
+    return 0;
+  }
+  std::vector<FolderIndex> unnumbered;
+  FolderIndex above = index;
+  while (above >= numbers_.size() || numbers_[above] == 0) {
+    const FolderEntry &entry = EntryOf(above);
+    if (FolderIdentity{entry.device, entry.inode} == folder_) {
+      SetNumber(above, 0);
+      break;
+    }
+    if (above <= kRootFolder) return kIsOutside;
+    unnumbered.push_back(above);
+    above = entry.parent;
+  }
+  for (auto next = unnumbered.rbegin(); next != unnumbered.rend(); ++next) {
+    if (int error = RecordFolder(*next); error != 0) return error;
+  }
+  *number = numbers_[index] - 1;
+  return 0;
+}
+
+int CRunJournal::RecordFolder(FolderIndex index) {
+  const FolderEntry &entry = EntryOf(index);
+  if (int error = file_.MakeRoom(CJournalLine::RoomFor(entry.nameLength)); error != 0) return error;
+  CJournalLine line(file_.Next());
+  line.Word("folder");
+  line.Number(folderCount_);
+  line.Number(numbers_[entry.parent] - 1);
+  line.Identity(FolderIdentity{entry.device, entry.inode});
+  line.Text({entry.name, entry.nameLength});
+  file_.Advance(line.End());
+  SetNumber(index, folderCount_++);
+  return 0;
+}
+
+/// A change is written down before it is made, and when it has failed, so is that.
+int CRunJournal::Change(const TreeChange &change) {
+  int full = 0;
+  try {
+    full = Record(change);
+  } catch (const std::bad_alloc &) {
+    full = ENOMEM;
+  }
+  if (full != 0) Stop(full);
+  const int error = CTreeLayer::Change(change);
+  if (error != 0) RecordFailure(error);
+  return error;
+}
+
+int CRunJournal::Record(const TreeChange &change) {
+  if (!isRecording_) return 0;
+  const bool isMove = change.newFolder.descriptor >= 0;
+  JournalPlaceView from{0, change.name};
+  const bool isNewName = change.newName != nullptr && change.newName != change.name;
+  JournalPlaceView to{0, isNewName ? change.newName : from.name};
+  int error = NumberOf(change.folder.index, &from.folder);
+  if (error == 0 && isMove) error = NumberOf(change.newFolder.index, &to.folder);
+  if (error == kIsOutside) return 0;
+  if (error == 0) error = file_.MakeRoom(CJournalLine::RoomFor(from.name.size() + to.name.size()));
+  if (error != 0) return error;
+
+  std::optional<ItemIdentity> item;
+  if (isMove && halfMoves_.BeginsSteps(from, to.folder, change.kind == ChangeKind::kLink)) {
+    ItemStatus found;
+    if (Tree().Look(change.folder.descriptor, change.name, &found) == 0) item = found.identity;
+  }
+  CJournalLine line(file_.Next());
+  line.Word(change.Word());
+  line.Number(from.folder);
+  line.Text(from.name);
+  if (isMove) line.Number(to.folder);
+  if (item || (isNewName && to.name != from.name)) line.Text(to.name);
+  if (item) line.Identity(*item);
+  file_.Advance(line.End());
+
+  switch (change.kind) {
+    case ChangeKind::kRename:
+    case ChangeKind::kReplace:
+      halfMoves_.NoteRename(from, to, item);
+      break;
+    case ChangeKind::kLink:
+      halfMoves_.NoteLink(from, to, item);
+      break;
+    case ChangeKind::kRemoveFile:
+      halfMoves_.NoteRemoval(from);
+      break;
+    case ChangeKind::kHoldFile:
+    case ChangeKind::kHoldFolder:
+      halfMoves_.NotePlaceHolder(from);
+      break;
+    case ChangeKind::kRelease:
+      halfMoves_.NoteReleaseOfPlaceHolder();
+      break;
+    default:
+      halfMoves_.NoteOtherChange();
+  }
+  return 0;
+}
+
+void CRunJournal::WriteLine(std::string_view word, std::string_view text) {
+  CJournalLine line(file_.Next());
+  line.Word(word);
+  line.Text(text);
+  file_.Advance(line.End());
+}
+
+void CRunJournal::RecordFailure(int error) {
+  if (!isRecording_) return;
+  halfMoves_.NoteFailure();
+  const char *const name = strerrorname_np(error);
+  if (int full = file_.MakeRoom(CJournalLine::RoomFor(0)); full != 0) {
+    Stop(full);
+  } else {
+    WriteLine("failed", name != nullptr ? name : "");
+  }
+}
+
+void CRunJournal::Stop(int error) {
+  if (!std::exchange(isRecording_, false)) return;
+  halfMoves_.ForgetItemInHand();
+  const char *const name = strerrorname_np(error);
+  WriteLine("unrecorded", name != nullptr ? name : "");
+  TellThatNoneIsKept(error);
+}
+
+void CRunJournal::End(RunEnd end) {
+  // Without its last line, the next start puts right what was left halfway.
+  if (!halfMoves_.List(true).empty() || !halfMoves_.ListPlaceHolders(true).empty()) return;
+  const std::string line =
+      JournalLineOf("end", {end == RunEnd::kDone ? "done" : "stopped", TimeForJournal()});
+  file_.Advance(std::copy(line.begin(), line.end(), file_.Next()));
+}
+
+}  // namespace
+
+OSErr BeginRunJournal(const FSRef &folder, std::string *reason) {
+  run.reset();
+  ForgetEarlierRun();
+  int error = 0;
+  try {
+    error = Begin(folder, reason);
+  } catch (const std::bad_alloc &) {
+    error = ENOMEM;
+  }
+  if (error == EBUSY) return fBsyErr;
+  if (error != 0) TellThatNoneIsKept(error);
+  NoteFolderTaken();
+  return noErr;
+}
+
+void EndRunMoves() {
+  NoteFolderMoved();
+}
+
+void EndRunJournal(RunEnd end) {
+  NoteFolderDone();
+  if (run == nullptr) return;
+  run->End(end);
+  run.reset();
+}
+
+void TellOfJournals(const std::string &line) {
+  WriteToSystemLog(line);
+  if (lineHandler != nullptr) lineHandler(line);
+}
+
+void JournalSetLineHandler(JournalLineHandler handler) {
+  lineHandler = handler;
+}

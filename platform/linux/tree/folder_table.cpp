@@ -1,0 +1,394 @@
+#include "platform/linux/tree/folder_table.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <ctime>
+#include <functional>
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/linux/system/errors.h"
+#include "platform/linux/tree/item_location.h"
+#include "platform/linux/tree/volume_traits.h"
+
+namespace {
+
+struct Identity {
+  dev_t device;
+  ino_t inode;
+};
+
+/// Where a folder was found. Not the identity is what a folder is looked up by: on some volumes
+/// several have the same.
+struct Place {
+  FolderIndex parent;
+  std::string_view name;
+  bool operator==(const Place &) const = default;
+};
+
+struct PlaceHash {
+  std::size_t operator()(const Place &place) const {
+    return std::hash<std::string_view>{}(place.name) ^ place.parent * 0x9E3779B97F4A7C15u;
+  }
+};
+
+/// One open descriptor.
+struct Slot {
+  FolderIndex folder = 0;
+  int descriptor = -1;
+  std::uint64_t lastUse = 0;
+};
+
+constexpr std::size_t kFewestSlots = 4;
+/// With those of a window fewer than 64: a process with threads stands still for milliseconds while
+/// the kernel makes its table of descriptors longer (Linux, fs/file.c, expand_fdtable).
+constexpr std::size_t kMostSlots = 32;
+
+/// A quarter of what the process may open: the rest of the program needs descriptors too.
+std::size_t SlotsWithinLimit() {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return kFewestSlots;
+  return std::clamp<std::size_t>(limit.rlim_cur / 4, kFewestSlots, kMostSlots);
+}
+
+struct FolderTable {
+  std::vector<FolderEntry> entries;
+  std::unordered_map<Place, FolderIndex, PlaceHash> byPlace;
+  std::unordered_map<Place, OSErr, PlaceHash> unread;
+  std::vector<Slot> slots = std::vector<Slot>(SlotsWithinLimit());
+  std::uint64_t useCount = 0;
+  std::uint32_t scan = 1;
+
+  FolderTable() {
+    entries.reserve(256);
+    entries.push_back({0, 0, -1, "", 0, 0});
+    ItemStatus root{};
+    (void)Tree().Look(AT_FDCWD, "/", &root);
+    entries.push_back({kRootFolder, 1, -1, "/", root.device, root.identity.inode});
+    byPlace[{kRootFolder, "/"}] = kRootFolder;
+  }
+
+  int Use(FolderIndex folder) {
+    Slot &slot = slots[static_cast<std::size_t>(entries[folder].slot)];
+    slot.lastUse = ++useCount;
+    return slot.descriptor;
+  }
+
+  void Close(Slot &slot) {
+    if (slot.folder == 0) return;
+    Tree().CloseFolder(slot.descriptor);
+    entries[slot.folder].slot = -1;
+    slot = Slot();
+  }
+
+  /// A slot without a descriptor: where none is free, the one used longest ago gives its own up,
+  /// but never `keepOpen`'s.
+  Slot &FreeSlot(FolderIndex keepOpen) {
+    Slot &slot = *std::ranges::min_element(slots, {}, [keepOpen](const Slot &candidate) {
+      if (candidate.folder == 0) return std::uint64_t{0};
+      return candidate.folder == keepOpen ? UINT64_MAX : candidate.lastUse;
+    });
+    Close(slot);
+    return slot;
+  }
+
+  int Keep(FolderIndex folder, int descriptor, FolderIndex keepOpen) {
+    Slot &slot = FreeSlot(keepOpen);
+    slot.folder = folder;
+    slot.descriptor = descriptor;
+    entries[folder].slot = static_cast<std::int16_t>(&slot - slots.data());
+    return Use(folder);
+  }
+
+  /// Gives up all descriptors but those of two folders; false when there was none to give up.
+  bool CloseAllBut(FolderIndex first, FolderIndex second) {
+    bool any = false;
+    for (Slot &slot : slots) {
+      if (slot.folder == 0 || slot.folder == first || slot.folder == second) continue;
+      Close(slot);
+      any = true;
+    }
+    return any;
+  }
+};
+
+constinit std::optional<FolderTable> folderTable;
+
+[[gnu::noinline]] void MakeTable() {
+  folderTable.emplace();
+}
+
+/// Asked some twenty times a file, so it has to be inlined.
+FolderTable &Table() {
+  if (!folderTable) [[unlikely]]
+    MakeTable();
+  return *folderTable;
+}
+
+/// Opens a folder, and gives up other descriptors when the process has too many. `from` is the
+/// folder behind `descriptor`. 0 or an `errno` value.
+int OpenAt(int descriptor, const char *name, FolderUse use, FolderIndex from, FolderIndex keepOpen,
+           int *opened) {
+  for (;;) {
+    const int error = Tree().OpenFolder(descriptor, name, use, opened);
+    if (error != EMFILE || !Table().CloseAllBut(from, keepOpen)) return error;
+  }
+}
+
+/// Whether `descriptor` is the folder of the table.
+bool IsFolder(int descriptor, const FolderEntry &entry) {
+  ItemStatus found;
+  return Tree().Look(descriptor, "", &found) == 0 && found.device == entry.device &&
+         found.identity.inode == entry.inode;
+}
+
+std::string_view NameOf(const FolderEntry &entry) {
+  return {entry.name, entry.nameLength};
+}
+
+/// Opens a folder whose parent is open.
+OSErr OpenFromParent(FolderIndex folder, int parent, int *descriptor, FolderIndex keepOpen) {
+  FolderTable &table = Table();
+  const FolderEntry entry = table.entries[folder];
+  int opened = -1;
+  const int error = OpenAt(parent, entry.name, FolderUse::kPlace, entry.parent, keepOpen, &opened);
+  if (error != 0) return ErrorFromErrno(error);
+  if (!IsFolder(opened, entry)) {
+    Tree().CloseFolder(opened);
+    // Even if it should be what it was the next time: what was to be moved out of it has stayed.
+    NoteFolderUnread(entry.parent, NameOf(entry), errFSRefsDifferent);
+    return fnfErr;
+  }
+  *descriptor = table.Keep(folder, opened, keepOpen);
+  return noErr;
+}
+
+/// On the way up from a deep folder its parent is one step away from a folder that is still open,
+/// where the way down from the root would be as long as the folder is deep.
+bool OpenFromOpenChild(FolderIndex folder, int *descriptor, FolderIndex keepOpen) {
+  FolderTable &table = Table();
+  for (const Slot &slot : table.slots) {
+    if (slot.folder == 0 || table.entries[slot.folder].parent != folder) continue;
+    int opened = -1;
+    if (OpenAt(slot.descriptor, "..", FolderUse::kPlace, slot.folder, keepOpen, &opened) != 0) {
+      return false;
+    }
+    if (IsFolder(opened, table.entries[folder])) {
+      *descriptor = table.Keep(folder, opened, keepOpen);
+      return true;
+    }
+    Tree().CloseFolder(opened);
+  }
+  return false;
+}
+
+/// When a folder last changed; 0 when the next change might not show in that, for the volume's
+/// times are coarse or the last change is recent.
+std::int64_t SettledState(const ItemStatus &status, int descriptor) {
+  constexpr std::int64_t kSeveralTicks = 50'000'000;
+  constexpr std::int64_t kMillisecond = 1'000'000;
+  // A volume that keeps whole seconds, as ext4 with small inodes, says so by its zeros.
+  if (status.changed % kMillisecond == 0) return 0;
+  if (!TraitsOfVolume(status.device, descriptor).isPrompt) return 0;
+  timespec now{};
+  (void)clock_gettime(CLOCK_REALTIME_COARSE, &now);
+  const std::int64_t time = std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+  // Unlike the time of modification this one cannot be set back.
+  return time - status.changed > kSeveralTicks ? status.changed : 0;
+}
+
+OSErr OpenRoot(FolderUse use, int *descriptor, FolderIndex keepOpen) {
+  int opened = -1;
+  if (int error = OpenAt(AT_FDCWD, "/", use, 0, keepOpen, &opened); error != 0) {
+    return ErrorFromErrno(error);
+  }
+  *descriptor = Table().Keep(kRootFolder, opened, keepOpen);
+  return noErr;
+}
+
+/// The table's place for a folder that was found as `name` in `parent`.
+FolderIndex PlaceFor(FolderIndex parent, std::string_view name, const Identity &identity) {
+  FolderTable &table = Table();
+  const FolderIndex known = FindFolder(parent, name);
+  if (known != 0) {
+    const FolderEntry &entry = table.entries[known];
+    if (entry.device == identity.device && entry.inode == identity.inode) return known;
+    if (entry.scan == table.scan) NoteFolderUnread(parent, name, errFSRefsDifferent);
+  }
+  const auto added = static_cast<FolderIndex>(table.entries.size());
+  const char *const kept = KeepName(name);
+  table.entries.push_back(
+      {parent, static_cast<std::uint16_t>(name.size()), -1, kept, identity.device, identity.inode});
+  table.byPlace.insert_or_assign({parent, {kept, name.size()}}, added);
+  return added;
+}
+
+/// Opens a folder and enters it.
+OSErr OpenAndEnter(FolderIndex parent, const char *name, FolderUse use,
+                   const ItemReference *expected, FolderIndex *folder, int *descriptor,
+                   ItemStatus *found) {
+  int parentDescriptor = -1;
+  if (OSErr error = OpenTableFolder(parent, &parentDescriptor); error != noErr) return error;
+  int opened = -1;
+  if (int error = OpenAt(parentDescriptor, name, use, parent, 0, &opened); error != 0) {
+    return ErrorFromErrno(error);
+  }
+  OSErr error = ErrorFromErrno(Tree().Look(opened, "", found));
+  if (error == noErr && expected != nullptr && expected->isIdentified &&
+      (expected->device != found->device || expected->inode != found->identity.inode)) {
+    NoteFolderUnread(parent, name, errFSRefsDifferent);
+    error = fnfErr;
+  }
+  if (error != noErr) {
+    Tree().CloseFolder(opened);
+    return error;
+  }
+  *folder = PlaceFor(parent, name, {found->device, found->identity.inode});
+  // What was open before may be unfit for listing, so the newer descriptor stays.
+  CloseFolder(*folder);
+  *descriptor = Table().Keep(*folder, opened, parent);
+  return noErr;
+}
+
+}  // namespace
+
+const FolderEntry &EntryOf(FolderIndex folder) {
+  return Table().entries[folder];
+}
+
+OSErr OpenTableFolder(FolderIndex folder, int *descriptor, FolderIndex keepOpen) {
+  FolderTable &table = Table();
+  if (folder == 0 || folder >= table.entries.size()) return paramErr;
+  if (table.entries[folder].slot >= 0) {
+    *descriptor = table.Use(folder);
+    return noErr;
+  }
+  if (folder != kRootFolder && OpenFromOpenChild(folder, descriptor, keepOpen)) return noErr;
+
+  std::vector<FolderIndex> closed;  // from `folder` up to below the first one that is open
+  FolderIndex above = folder;
+  while (table.entries[above].slot < 0 && above != kRootFolder) {
+    closed.push_back(above);
+    above = table.entries[above].parent;
+  }
+  if (table.entries[above].slot >= 0) {
+    *descriptor = table.Use(above);
+  } else if (OSErr error = OpenRoot(FolderUse::kPlace, descriptor, keepOpen); error != noErr) {
+    return error;
+  }
+  for (auto next = closed.rbegin(); next != closed.rend(); ++next) {
+    if (OSErr error = OpenFromParent(*next, *descriptor, descriptor, keepOpen); error != noErr) {
+      return error;
+    }
+  }
+  return noErr;
+}
+
+OSErr EnterFolder(FolderIndex parent, const char *name, FolderIndex *folder, int *descriptor) {
+  ItemStatus found;
+  return OpenAndEnter(parent, name, FolderUse::kPlace, nullptr, folder, descriptor, &found);
+}
+
+OSErr EnterFolder(const ItemReference &folder, FolderIndex *index, int *descriptor) {
+  ItemStatus found;
+  return OpenAndEnter(folder.folder, folder.Name(), FolderUse::kPlace, &folder, index, descriptor,
+                      &found);
+}
+
+OSErr EnterFolderForListing(const ItemReference &folder, FolderIndex *index, int *descriptor) {
+  ItemStatus found{};
+  if (folder.IsRoot()) {
+    CloseFolder(kRootFolder);
+    *index = kRootFolder;
+    if (OSErr error = OpenRoot(FolderUse::kListing, descriptor, 0); error != noErr) return error;
+  } else if (OSErr error = OpenAndEnter(folder.folder, folder.Name(), FolderUse::kListing, &folder,
+                                        index, descriptor, &found);
+             error != noErr) {
+    return error;
+  }
+  Table().entries[*index].listedState = folder.IsRoot() ? 0 : SettledState(found, *descriptor);
+  return noErr;
+}
+
+bool IsListingCurrent(FolderIndex folder) {
+  const FolderEntry &entry = EntryOf(folder);
+  if (entry.listedState == 0) return false;
+  int descriptor = -1;
+  if (OpenTableFolder(folder, &descriptor) != noErr) return false;
+  ItemStatus status;
+  return Tree().Look(descriptor, "", &status) == 0 && status.changed == entry.listedState;
+}
+
+bool HasListingHeld(FolderIndex folder) {
+  if (EntryOf(folder).trustedListing == FolderListingCount())
+    return EntryOf(folder).listedState != 0;
+  if (!IsListingCurrent(folder)) return false;
+  Table().entries[folder].trustedListing = FolderListingCount();
+  return true;
+}
+
+FSRef RefOfFolder(FolderIndex folder) {
+  // Asked twice for every file; what an entry says of its folder never changes.
+  static FolderIndex madeLast = 0;
+  static FSRef ref;
+  if (madeLast == folder) return ref;
+  const FolderEntry &entry = EntryOf(folder);
+  ItemReference reference{};
+  reference.device = entry.device;
+  reference.inode = entry.inode;
+  reference.folder = entry.parent;
+  reference.kind = ItemKind::kFolder;
+  reference.isIdentified = true;
+  reference.SetName({entry.name, entry.nameLength});
+  ref = RefHolding(reference);
+  madeLast = folder;
+  return ref;
+}
+
+void CloseFolder(FolderIndex folder) {
+  FolderTable &table = Table();
+  if (table.entries[folder].slot >= 0) {
+    table.Close(table.slots[static_cast<std::size_t>(table.entries[folder].slot)]);
+  }
+}
+
+FolderIndex FindFolder(FolderIndex parent, std::string_view name) {
+  const auto found = Table().byPlace.find({parent, name});
+  return found == Table().byPlace.end() ? 0 : found->second;
+}
+
+void ForgetScan() {
+  ++Table().scan;
+  Table().unread.clear();
+}
+
+void NoteFolderRead(FolderIndex folder) {
+  Table().entries[folder].scan = Table().scan;
+}
+
+void NoteFolderUnread(FolderIndex parent, std::string_view name, OSErr error) {
+  Table().unread.try_emplace({parent, {KeepName(name), name.size()}}, error);
+}
+
+OSErr CheckReadByScan(FolderIndex folder) {
+  const FolderTable &table = Table();
+  const FolderEntry &entry = table.entries[folder];
+  const auto found = table.unread.find({entry.parent, NameOf(entry)});
+  return found == table.unread.end() ? noErr : found->second;
+}
+
+std::int16_t VolumeOfDevice(std::uint64_t device) {
+  static std::vector<std::uint64_t> devices;
+  std::size_t number = 0;
+  while (number < devices.size() && devices[number] != device) ++number;
+  if (number == devices.size()) devices.push_back(device);
+  return static_cast<std::int16_t>(-1 - static_cast<std::int16_t>(number));
+}
+
+void CloseAllFolders() {
+  (void)Table().CloseAllBut(0, 0);
+}

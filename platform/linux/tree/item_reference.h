@@ -1,0 +1,66 @@
+/// What the 80 opaque bytes of an FSRef hold.
+#pragma once
+
+#include <sys/sysmacros.h>
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string_view>
+
+#include "platform/file_manager.h"
+#include "platform/linux/tree/tree_layer.h"
+
+inline constexpr FolderIndex kRootFolder = 1;
+
+enum class ItemKind : std::uint8_t {
+  kUnknown,  ///< the folder's listing did not say
+  kFolder,
+  kOther,  ///< file, symbolic link, socket, pipe or device
+};
+
+/// A device's number in the 32 bits that the kernel itself gives it: 12 for the major number, 20
+/// for the minor (Linux, include/linux/kdev_t.h).
+class CPackedDevice {
+ public:
+  CPackedDevice() = default;
+  CPackedDevice(dev_t device) : bits_(major(device) << kMinorBits | minor(device)) {}
+  operator dev_t() const { return makedev(bits_ >> kMinorBits, bits_ & ((1U << kMinorBits) - 1)); }
+
+ private:
+  static constexpr unsigned kMinorBits = 20;
+  std::uint32_t bits_ = 0;
+};
+
+/// An item by the folder it lies in and its name there.
+struct ItemReference {
+  /// Room for twenty characters and what makes a taken name unique.
+  static constexpr std::size_t kInlineNameSize = 59;
+
+  std::uint64_t inode;   ///< 0 when only a listing has told of the item
+  CPackedDevice device;  ///< the item's own where `isIdentified`, else of the folder it lies in
+  FolderIndex folder;    ///< the folder it lies in; 0: refers to nothing
+  /// In bytes: 255 UTF-16 units, which NTFS, exFAT and FAT allow a name, are up to 765.
+  std::uint16_t nameLength;
+  ItemKind kind;      ///< as it was seen last
+  bool isIdentified;  ///< a folder seen by itself: whatever else stands there now is refused
+  /// Zero-terminated; a longer name's address in the table of names.
+  char name[kInlineNameSize + 1];
+
+  /// The name as on disk, zero-terminated.
+  const char *Name() const;
+  std::string_view NameView() const { return {Name(), nameLength}; }
+  /// Whether it is the root folder, which lies in itself under the name "/".
+  bool IsRoot() const;
+  void SetName(std::string_view bytes);
+};
+static_assert(sizeof(ItemReference) == sizeof(FSRef));
+
+const ItemReference &ReferenceIn(const FSRef &ref);
+FSRef RefHolding(const ItemReference &reference);
+
+/// Whether two references are the same in every byte; two that are not may still lead to the same
+/// item.
+bool IsSameReference(const FSRef &first, const FSRef &second);
+
+/// A name kept for the life of the process; the same name is kept once. Zero-terminated.
+const char *KeepName(std::string_view bytes);

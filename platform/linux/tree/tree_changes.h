@@ -1,0 +1,30 @@
+/// The changes that the program makes to the tree, each in as many steps as the volume needs. Each
+/// returns 0 or an `errno` value; after a failure nothing has changed, save that a file moved by
+/// linking can be left under both names when neither can be removed.
+#pragma once
+
+#include <string_view>
+
+#include "platform/linux/tree/tree_layer.h"
+
+/// Renames without ever replacing: a taken name is EEXIST. Where the file system refuses the
+/// kernel's flag for that (EINVAL, ENOSYS, EOPNOTSUPP), what can be linked is linked and then
+/// unlinked. For folders, and where there are no links either, the new name is taken first by an
+/// empty item, made exclusively, and the rename replaces that.
+int RenameWithoutReplacing(const OpenedFolder &fromFolder, const char *from,
+                           const OpenedFolder &toFolder, const char *to);
+
+/// Removes an item that such a rename has left, if it is empty still: ENOTEMPTY.
+int RemovePlaceHolder(const OpenedFolder &folder, const char *name);
+
+int MakeFolder(const OpenedFolder &folder, const char *name);
+int RemoveFile(const OpenedFolder &folder, const char *name);
+int RemoveEmptyFolder(const OpenedFolder &folder, const char *name);
+int MakeSymbolicLink(const OpenedFolder &folder, const char *name, const char *target);
+/// Removes a link that leads to `target`, and nothing else (ESTALE).
+int RemoveSymbolicLink(const OpenedFolder &folder, const char *name, std::string_view target);
+
+/// Gives the owner write permission; EPERM for a file with several names, which may lie elsewhere.
+int AddOwnerWritePermission(const OpenedFolder &folder, const char *name);
+/// Takes the immutable attribute off a regular file or a folder; never opens anything else.
+int ClearImmutableAttribute(const OpenedFolder &folder, const char *name);

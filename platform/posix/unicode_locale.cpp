@@ -1,6 +1,0 @@
-#include "platform/posix/unicode_locale.h"
-
-locale_t UnicodeLocale() {
-  static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-  return locale;
-}

@@ -1,0 +1,107 @@
+#include "app/display/preferences_sheet.h"
+
+#include "app/display/status_display.h"
+#include "prefs/preferences.h"
+#include "tests/support/commands.h"
+#include "tests/support/program_test.h"
+
+namespace {
+
+constexpr char kSheet[] = "PreferencesWindow";
+
+class CPreferencesSheetTest : public CProgramTest {
+ protected:
+  ~CPreferencesSheetTest() override { Click("not!"); }
+
+  static OSStatus Click(const char (&commandID)[5]) {
+    return SendCommandTo(PreferencesSheetHandler, FourChars(commandID));
+  }
+  static void Choose(std::int32_t id, std::int16_t value) {
+    Recorder().Control(id, kSheet).value = value;
+  }
+  static std::int16_t Shown(std::int32_t id) { return Recorder().Control(id, kSheet).value; }
+};
+
+TEST_F(CPreferencesSheetTest, OpensWithTheStoredValues) {
+  SetPreference("Operation", std::int64_t{2});
+  SetPreference("DeleteEmptiedFolders", true);
+  EXPECT_EQ(ShowPreferencesSheet(), noErr);
+  EXPECT_EQ(Shown(11), 2);
+  EXPECT_EQ((std::vector{Shown(4), Shown(7), Shown(8), Shown(9), Shown(10)}),
+            (std::vector<std::int16_t>{0, 1, 1, 1, 0}));
+  std::vector<std::string> calls = Recorder().Calls();
+  calls.erase(calls.begin(), calls.end() - 4);
+  EXPECT_EQ(calls, (std::vector<std::string>{"SetControlValue PreferencesWindow.10 0",
+                                             "BringToFront \"PreferencesWindow\"",
+                                             "SetPortWindowPort \"PreferencesWindow\"",
+                                             "ShowSheetWindow \"PreferencesWindow\""}));
+  EXPECT_EQ(TextsOfLine(1), std::vector<std::string>{kIdleHint});
+}
+
+TEST_F(CPreferencesSheetTest, EachClickIsSavedAtOnceAndPassedOn) {
+  ShowPreferencesSheet();
+  const struct {
+    std::int32_t id;
+    const char (&command)[5];
+    bool (*getter)();
+  } kCheckBoxes[] = {{4, "Qwdo", GetQuitWhenDone},
+                     {7, "TBAF", GetIgnoreApplications},
+                     {8, "RNME", GetRenameDuplicates},
+                     {9, "DLTE", GetDeleteEmptiedFolders},
+                     {10, "CFWD", GetAggregateFilesWhenDone}};
+  for (const auto &[id, command, getter] : kCheckBoxes) {
+    for (const bool on : {!getter(), getter()}) {
+      Choose(id, on ? 1 : 0);
+      EXPECT_EQ(Click(command), eventNotHandledErr) << command;
+      EXPECT_EQ(getter(), on) << command;
+    }
+  }
+  Choose(11, 2);
+  EXPECT_EQ(Click("Oper"), eventNotHandledErr);
+  EXPECT_EQ(GetOperation(), 2);
+  EXPECT_EQ(Click("quit"), eventNotHandledErr);
+}
+
+TEST_F(CPreferencesSheetTest, CancelTakesNothingBackAndTheSheetIsBuiltAnew) {
+  ShowPreferencesSheet();
+  Choose(9, 1);
+  Click("DLTE");
+  Choose(11, 2);
+  Click("Oper");
+  Recorder().ForgetCalls();
+  EXPECT_EQ(Click("not!"), noErr);
+  EXPECT_EQ(Recorder().Calls(), (std::vector<std::string>{"HideSheetWindow \"PreferencesWindow\"",
+                                                          "DisposeWindow \"PreferencesWindow\""}));
+  EXPECT_TRUE(GetDeleteEmptiedFolders());
+
+  Choose(9, 0);
+  Choose(11, 0);
+  ShowPreferencesSheet();
+  EXPECT_EQ(Shown(9), 1);
+  EXPECT_EQ(Shown(11), 2);
+  EXPECT_EQ(Click("ok  "), noErr);
+  EXPECT_EQ(Recorder().CallsBeginningWith("DisposeWindow").size(), 2u);
+}
+
+TEST_F(CPreferencesSheetTest, OpenSheetIsRefreshedExceptForTheOperation) {
+  ShowPreferencesSheet();
+  SetPreference("QuitWhenDone", true);
+  SetPreference("Operation", std::int64_t{2});
+  Recorder().ForgetCalls();
+  EXPECT_EQ(ShowPreferencesSheet(), noErr);
+  EXPECT_TRUE(Recorder().CallsBeginningWith("CreateWindowFromNib").empty());
+  EXPECT_EQ(Shown(4), 1);
+  EXPECT_EQ(Shown(11), 1);
+  EXPECT_EQ(TextsOfLine(1), std::vector<std::string>{kIdleHint});
+}
+
+TEST_F(CPreferencesSheetTest, MissingInterfaceIsDoneWithout) {
+  Recorder().missingWindows = {kSheet};
+  EXPECT_EQ(ShowPreferencesSheet(), paramErr);
+  EXPECT_EQ(TextsOfLine(1), std::vector<std::string>{kIdleHint});
+  EXPECT_EQ(Recorder().CallsBeginningWith("DisposeNibReference").size(), 1u);
+  Recorder().interfaceFileMissing = true;
+  EXPECT_EQ(ShowPreferencesSheet(), paramErr);
+}
+
+}  // namespace

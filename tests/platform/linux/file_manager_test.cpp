@@ -1,0 +1,289 @@
+#include "platform/file_manager.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <fstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/linux/system/disk_names.h"
+#include "platform/linux/tree/folder_descriptors.h"
+#include "platform/linux/tree/item_location.h"
+#include "platform/linux/tree/run_memory.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/tree_change_fault.h"
+
+namespace {
+
+class FileManager : public testing::Test {
+ protected:
+  void TearDown() override {
+    SetTreeChangeFault(nullptr);
+    // What the faults said of the volume is not so.
+    ForgetEarlierRun();
+  }
+
+  FSRef RefAt(std::string_view relative) const {
+    FSRef ref{};
+    EXPECT_EQ(FSPathMakeRef(folder_.PathOf(relative).c_str(), &ref, nullptr), noErr) << relative;
+    return ref;
+  }
+
+  static std::string PathOf(const FSRef &ref) {
+    std::array<char, 4096> path{};
+    EXPECT_EQ(FSRefMakePath(ref, path.data(), path.size()), noErr);
+    return path.data();
+  }
+
+  static std::vector<std::string> NamesIn(const FSRef &folder, FSIteratorFlags flags) {
+    std::vector<std::string> names;
+    FSIterator iterator;
+    EXPECT_EQ(FSOpenIterator(folder, flags, &iterator), noErr);
+    FSRef ref;
+    std::uint32_t actual = 0;
+    while (FSGetCatalogInfoBulk(iterator, 1, &actual, nullptr, kFSCatInfoNone, nullptr, &ref,
+                                nullptr, nullptr) == noErr) {
+      names.emplace_back(NameOnDisk(ref));
+    }
+    return names;
+  }
+
+  static OSErr NodeFlags(const FSRef &ref, std::uint16_t *flags) {
+    FSCatalogInfo info{};
+    const OSErr error =
+        FSGetCatalogInfo(ref, kFSCatInfoNodeFlags, &info, nullptr, nullptr, nullptr);
+    *flags = info.nodeFlags;
+    return error;
+  }
+
+  CTemporaryFolder folder_;
+};
+
+TEST_F(FileManager, EveryNameOnDiskMakesTheRoundTrip) {
+  const std::vector<std::string> names = {"plain.txt",    "caf\xC3\xA9",
+                                          "cafe\xCC\x81", "\xF0\x9F\x93\xB7.jpg",
+                                          "\xFF\xFE",     "\xC3",
+                                          "a\xE2\x82",    "\xED\xA0\x80",
+                                          "\xC0\xAF",     "\xF5\x80\x80\x80",
+                                          "two\nlines",   "quote\"d",
+                                          "-rf",          std::string(255, 'x'),
+                                          "dot.",         std::string(127, '\xFE')};
+  for (const std::string &name : names) {
+    HFSUniStr255 unicode;
+    ASSERT_TRUE(NameFromDisk(name, &unicode));
+    std::string back;
+    ASSERT_EQ(NameToDisk(unicode.View(), &back), noErr);
+    EXPECT_EQ(back, name);
+    folder_.WriteFile(name, "x");
+    FSRef found;
+    EXPECT_EQ(FSMakeFSRefUnicode(RefAt(""), unicode.View(), kTextEncodingUnknown, &found), noErr);
+    EXPECT_EQ(PathOf(found), folder_.PathOf(name));
+  }
+  const std::vector<std::u16string> refused = {
+      u"", u".", u"..", u"a/b", std::u16string(1, u'\0'), u"\xD800", u"\xDC41",
+      // More than this volume takes; others take more.
+      std::u16string(256, u'x'), std::u16string(128, u'\u00E9')};
+  for (const std::u16string &name : refused) {
+    FSRef found;
+    EXPECT_EQ(FSMakeFSRefUnicode(RefAt(""), name, kTextEncodingUnknown, &found), bdNamErr);
+  }
+}
+
+TEST_F(FileManager, IteratorsDeliverItemsInByteOrder) {
+  for (const char *name : {"b", "a", "B", "a.txt", "\xFF", "abcdefgh2", "abcdefgh1", ".hidden"}) {
+    folder_.WriteFile(name);
+  }
+  folder_.MakeFolder("aa");
+  folder_.MakeSymbolicLink("link", "aa");
+  mkfifo(folder_.PathOf("pipe").c_str(), 0600);
+  EXPECT_EQ(NamesIn(RefAt(""), kFSIterateFlat),
+            (std::vector<std::string>{".hidden", "B", "a", "a.txt", "aa", "abcdefgh1", "abcdefgh2",
+                                      "b", "link", "pipe", "\xFF"}));
+}
+
+TEST_F(FileManager, WithoutSafeRenamesAndHardLinksOnlyPlaceHoldersAreReplaced) {
+  folder_.WriteFile("to/taken", "old");
+  folder_.WriteFile("from/taken", "new");
+  folder_.WriteFile("from/free", "free");
+  folder_.WriteFile("from/package.app/inside", "inside");
+  folder_.MakeSymbolicLink("from/link", "nowhere");
+  folder_.MakeFolder("to/empty");
+  folder_.MakeFolder("from/empty");
+  // The plain rename, which comes after the name has been taken, passes.
+  static bool isHeld;
+  isHeld = false;
+  SetTreeChangeFault([](const TreeChange &change) {
+    if (change.Word() == "link") return EPERM;
+    if (change.Word() == "rename") return std::exchange(isHeld, false) ? 0 : EOPNOTSUPP;
+    isHeld = change.Word() == "hold";
+    return 0;
+  });
+  const FSRef to = RefAt("to");
+  FSRef moved{};
+  for (const auto &[name, expected] : {std::pair{"from/taken", dupFNErr},
+                                       {"from/empty", dupFNErr},
+                                       {"from/free", noErr},
+                                       {"from/link", noErr},
+                                       {"from/package.app", noErr}}) {
+    EXPECT_EQ(FSMoveObject(RefAt(name), to, &moved), expected) << name;
+  }
+  EXPECT_EQ(folder_.Tree(), (CTemporaryFolder::Contents{{"from/", ""},
+                                                        {"from/empty/", ""},
+                                                        {"from/taken", "new"},
+                                                        {"to/", ""},
+                                                        {"to/empty/", ""},
+                                                        {"to/free", "free"},
+                                                        {"to/link", "-> nowhere"},
+                                                        {"to/package.app/", ""},
+                                                        {"to/package.app/inside", "inside"},
+                                                        {"to/taken", "old"}}));
+}
+
+TEST_F(FileManager, ALinkThatCannotBeFinishedIsTakenBack) {
+  folder_.MakeFolder("to");
+  folder_.WriteFile("from/a", "a");
+  SetTreeChangeFault([](const TreeChange &change) {
+    static int unlinks = 0;
+    if (change.Word() == "rename") return EINVAL;
+    return change.Word() == "unlink" && unlinks++ == 0 ? EACCES : 0;
+  });
+  FSRef moved{};
+  EXPECT_EQ(FSMoveObject(RefAt("from/a"), RefAt("to"), &moved), afpAccessDenied);
+  EXPECT_FALSE(folder_.Exists("to/a"));
+  EXPECT_EQ(folder_.ReadFile("from/a"), "a");
+}
+
+TEST_F(FileManager, ASwappedFolderIsRefusedNeverFollowed) {
+  folder_.WriteFile("guarded/secret", "secret");
+  folder_.WriteFile("dropped/sub/a", "a");
+  for (const bool isLink : {true, false}) {
+    const FSRef sub = RefAt("dropped/sub");
+    const FSRef file = RefAt("dropped/sub/a");
+    CloseFolderDescriptors();
+    ASSERT_EQ(rename(folder_.PathOf("dropped/sub").c_str(), folder_.PathOf("away").c_str()), 0);
+    if (isLink) {
+      folder_.MakeSymbolicLink("dropped/sub", folder_.PathOf("guarded"));
+    } else {
+      folder_.MakeFolder("dropped/sub");
+    }
+    for (const FSIteratorFlags flags : {kFSIterateFlat, kFSIterateScan, kFSIterateDelete}) {
+      FSIterator iterator;
+      EXPECT_EQ(FSOpenIterator(sub, flags, &iterator), noErr);
+      EXPECT_NE(FSGetIteratorError(iterator), noErr);
+      std::uint32_t count = 1;
+      EXPECT_NE(FSGetCatalogInfoBulk(iterator, 1, &count, nullptr, kFSCatInfoNone, nullptr, nullptr,
+                                     nullptr, nullptr),
+                noErr);
+      EXPECT_EQ(count, 0u);
+    }
+    FSRef moved{};
+    EXPECT_NE(FSMoveObject(file, RefAt("dropped"), &moved), noErr);
+    std::uint16_t flags = 0;
+    EXPECT_EQ(NodeFlags(sub, &flags), fnfErr);
+    folder_.Remove("dropped/sub");
+    ASSERT_EQ(rename(folder_.PathOf("away").c_str(), folder_.PathOf("dropped/sub").c_str()), 0);
+  }
+  EXPECT_EQ(folder_.ReadFile("guarded/secret"), "secret");
+  FSRef throughLink;
+  folder_.MakeSymbolicLink("link", "dropped");
+  EXPECT_EQ(FSPathMakeRef(folder_.PathOf("link/sub").c_str(), &throughLink, nullptr), dirNFErr);
+  bool isFolder = true;
+  EXPECT_EQ(FSPathMakeRef(folder_.PathOf("link").c_str(), &throughLink, &isFolder), noErr);
+  EXPECT_FALSE(isFolder);
+}
+
+TEST_F(FileManager, APathIsLookedUpAfreshWhenItsFolderWasReplaced) {
+  folder_.WriteFile("photos/a", "old");
+  (void)RefAt("photos/a");
+  ASSERT_EQ(rename(folder_.PathOf("photos").c_str(), folder_.PathOf("moved").c_str()), 0);
+  folder_.WriteFile("photos/b", "new");
+  (void)RefAt("photos/b");
+  FSRef ref;
+  EXPECT_EQ(FSPathMakeRef(folder_.PathOf("photos/a").c_str(), &ref, nullptr), fnfErr);
+}
+
+TEST_F(FileManager, UnlockingGivesTheOwnerWritePermissionButNeverThroughOtherLinks) {
+  folder_.WriteFile("alone");
+  folder_.WriteFile("linked");
+  ASSERT_EQ(link(folder_.PathOf("linked").c_str(), folder_.PathOf("outside").c_str()), 0);
+  folder_.MakeFolder("locked");
+  for (const char *name : {"alone", "linked", "locked"}) {
+    chmod(folder_.PathOf(name).c_str(), 0555);
+    std::uint16_t flags = 0;
+    ASSERT_EQ(NodeFlags(RefAt(name), &flags), noErr);
+    EXPECT_TRUE(flags & kFSNodeLockedMask) << name;
+    FSCatalogInfo info{};
+    info.nodeFlags = static_cast<std::uint16_t>(flags & ~kFSNodeLockedMask);
+    const bool isLinked = std::string_view(name) == "linked";
+    EXPECT_EQ(FSSetCatalogInfo(RefAt(name), kFSCatInfoNodeFlags, info), isLinked ? permErr : noErr);
+    struct stat after {};
+    stat(folder_.PathOf(name).c_str(), &after);
+    EXPECT_EQ(after.st_mode & 0777, isLinked ? 0555u : 0755u) << name;
+  }
+}
+
+/// Lets an ordinary user mount too: in a namespace where this process is root and nobody else
+/// looks.
+void EnterNamespaceForMounting() {
+  if (geteuid() == 0) return;
+  const std::string map = "0 " + std::to_string(geteuid()) + " 1";
+  ASSERT_EQ(unshare(CLONE_NEWUSER | CLONE_NEWNS), 0);
+  std::ofstream("/proc/self/uid_map") << map;
+}
+
+TEST_F(FileManager, AMountedFolderIsBusyToADeletingIterator) {
+  EnterNamespaceForMounting();
+  folder_.MakeFolder("sub/mounted");
+  folder_.WriteFile("elsewhere/keep", "keep");
+  const std::string target = folder_.PathOf("sub/mounted");
+  for (const bool isBind : {false, true}) {
+    const int mounted = isBind ? mount(folder_.PathOf("elsewhere").c_str(), target.c_str(), nullptr,
+                                       MS_BIND, nullptr)
+                               : mount("none", target.c_str(), "tmpfs", 0, nullptr);
+    ASSERT_EQ(mounted, 0) << "mounting needs privileges";
+    FSIterator iterator;
+    EXPECT_EQ(FSOpenIterator(RefAt("sub/mounted"), kFSIterateDelete, &iterator), fBsyErr);
+    EXPECT_EQ(FSOpenIterator(RefAt("sub"), kFSIterateDelete, &iterator), noErr);
+    FSRef moved;
+    EXPECT_NE(FSMoveObject(RefAt("sub/mounted"), RefAt(""), &moved), noErr);
+    iterator.reset();
+    CloseFolderDescriptors();
+    EXPECT_EQ(umount(target.c_str()), 0) << "an idle program must not keep a volume busy";
+  }
+  EXPECT_EQ(folder_.ReadFile("elsewhere/keep"), "keep");
+}
+
+TEST_F(FileManager, SpecificationsAndAliasesLeadBackToTheItem) {
+  for (const std::string &name :
+       {std::string("short"), std::string(63, 's'), std::string(64, 'l'), std::string(255, 'm')}) {
+    folder_.WriteFile(name, "x");
+    FSSpec spec;
+    ASSERT_EQ(FSGetCatalogInfo(RefAt(name), kFSCatInfoNone, nullptr, nullptr, &spec, nullptr),
+              noErr);
+    FSRef back;
+    ASSERT_EQ(FSpMakeFSRef(spec, &back), noErr);
+    EXPECT_EQ(PathOf(back), folder_.PathOf(name));
+    AliasHandle alias;
+    EXPECT_EQ(NewAlias(nullptr, spec, &alias), noErr);
+    folder_.Remove(name);
+    EXPECT_EQ(FSpMakeFSRef(spec, &back), fnfErr);
+    EXPECT_EQ(UpdateAlias(nullptr, spec, alias, nullptr), fnfErr);
+  }
+  FSRef nothing{};
+  FSRef back;
+  EXPECT_EQ(FSpMakeFSRef(FSSpec{}, &back), paramErr);
+  EXPECT_EQ(FSGetCatalogInfo(nothing, kFSCatInfoNone, nullptr, nullptr, nullptr, nullptr),
+            paramErr);
+  EXPECT_EQ(FSMoveObject(nothing, RefAt(""), &back), paramErr);
+  EXPECT_EQ(FSDeleteObject(nothing), paramErr);
+}
+
+}  // namespace

@@ -1,0 +1,338 @@
+#include "platform/journal.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <utility>
+
+#include "platform/linux/history/journal_reader.h"
+#include "platform/linux/history/run_journal.h"
+#include "platform/linux/system/disk_names.h"
+#include "platform/linux/tree/item_location.h"
+#include "tests/support/temporary_folder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Header(std::string_view path = "/drop") {
+  JournalHeader header;
+  header.program = "vannerly 1";
+  header.time = "2026-01-01T00:00:00Z";
+  header.process = 42;
+  header.device = 7;
+  header.identity = {100, 5};
+  header.path = path;
+  header.above = {{7, 2}};
+  return WriteJournalHeader(header);
+}
+
+TEST(JournalText, KeepsAnyNameInOneLineOfReadableText) {
+  std::string all;
+  for (int byte = 0; byte < 256; ++byte) all.push_back(static_cast<char>(byte));
+  for (const std::string &name :
+       {std::string("plain name.txt"), std::string("\n\t\\n\\"), std::string("äß€😀.txt"),
+        std::string("\xC2\x85\xC2\xA0\xC3\x28\xED\xA0\x80\xF0\x9F"), all, all + all}) {
+    const std::string line = JournalLineOf("word", {name, "next"});
+    EXPECT_TRUE(line.ends_with("\tnext\n"));
+    for (const char16_t unit : TextFromDisk(line)) {
+      const bool isReadable = (unit >= 0x20 && unit < 0x7F) || (unit >= 0xA0 && unit < 0xDC80) ||
+                              (unit > 0xDCFF) || unit == '\t' || unit == '\n';
+      EXPECT_TRUE(isReadable || (unit >= 0xDC00 && unit <= 0xDFFF && name.starts_with("ä")))
+          << line << static_cast<int>(unit);
+    }
+    CJournalFields fields(std::string_view(line).substr(0, line.size() - 1));
+    EXPECT_EQ(fields.Raw(), "word");
+    EXPECT_EQ(fields.Text(), name);
+    EXPECT_EQ(fields.Text(), "next");
+    EXPECT_TRUE(fields.IsAtEnd());
+  }
+}
+
+TEST(JournalReader, RefusesWhatIsNoJournal) {
+  const std::string folder = "folder\t1\t0\t7:101\tone\n";
+  EXPECT_TRUE(ParseJournal(Header() + folder + "rename\t1\ta\t0\n"));
+  for (const char *line : {"folder\t1\t1\t7:101\tits own parent",
+                           "folder\t2\t0\t7:101\ta gap",
+                           "folder\t1\t0\t7\tx",
+                           "folder\t1\t0\t7:101\t..",
+                           "folder\t1\t0\t7:101\ta/b",
+                           "folder\t1\t0\t7:101\t",
+                           "folder\t1\t0\t7:101\ta\\x00",
+                           "folder\t1\t0\t7:101\ta\\q",
+                           "folder\t1\t0\t7:101\ta\\x4",
+                           "folder\t-1\t0\t7:101\ta",
+                           "rename\t1\ta\t0",
+                           "rename\t0\ta\t4294967296",
+                           "rename\t0\ta",
+                           "rename\t0\ta\t0\t../b",
+                           "rename\t0\ta\t0\tb\t1",
+                           "rename\t0\ta\t0\tb\t1:2:3",
+                           "link\t0\t.\t0\tb\t1:2",
+                           "unlink\t9\ta",
+                           "unlink\t0",
+                           "",
+                           "erase\t0\ta",
+                           "rename\t99999999999999999999\ta\t0"}) {
+    EXPECT_FALSE(ParseJournal(Header() + line + "\n")) << line;
+  }
+  EXPECT_FALSE(ParseJournal(Header("drop")));
+  EXPECT_FALSE(ParseJournal(Header(std::string_view("/dr\0op", 6))));
+  std::string other = Header();
+  other[other.find('1')] = '2';
+  EXPECT_FALSE(ParseJournal(other)) << "another version";
+}
+
+TEST(JournalReader, SurvivesBeingCutOrDamagedAnywhere) {
+  const std::string text = Header() + "folder\t1\t0\t7:101\tone\nfolder\t2\t1\t7:102\tt\\xFFo\n" +
+                           "rename\t2\ta\t2\t517A7274\t55:66\nrename\t2\t517A7274\t0\n" +
+                           "failed\tEIO\nlink\t2\tb\t0\tb\t57:0\nunlink\t2\tb\n";
+  for (std::size_t size = 0; size <= text.size(); ++size) {
+    const std::string cut = text.substr(0, size);
+    const auto journal = ParseJournal(cut);
+    EXPECT_EQ(journal.has_value(), size >= Header().size());
+    if (!journal) continue;
+    EXPECT_EQ(journal->size, cut.rfind('\n') + 1);
+    // What follows the last line of a file that was never cut to its size.
+    const auto padded = ParseJournal(cut + std::string(50, '\0') + "end\tdone\n");
+    ASSERT_TRUE(padded);
+    EXPECT_EQ(padded->size, journal->size);
+    EXPECT_FALSE(padded->isEnded);
+    EXPECT_EQ(padded->halfMoves.size(), journal->halfMoves.size());
+  }
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    for (const char byte : {'\0', '\n', '\t', '\\', ':', '/', '0', '9', '\xFF'}) {
+      std::string damaged = text;
+      damaged[at] = byte;
+      const auto journal = ParseJournal(damaged);
+      if (!journal) continue;
+      for (std::size_t number = 1; number < journal->folders.size(); ++number) {
+        EXPECT_LT(journal->folders[number].parent, number);
+      }
+      for (const HalfMove &move : journal->halfMoves) {
+        for (const JournalPlace &place : move.places) {
+          EXPECT_LT(place.folder, journal->folders.size());
+          EXPECT_EQ(place.name.find('/'), std::string::npos);
+        }
+      }
+    }
+  }
+}
+
+class RunJournal : public testing::Test {
+ protected:
+  RunJournal() {
+    setenv("XDG_STATE_HOME", home_.PathOf("state").c_str(), 1);
+    JournalSetLineHandler([](const std::string &line) { Told().push_back(line); });
+    files_.MakeFolder("drop/sub/deep");
+    files_.MakeFolder("beside");
+  }
+  ~RunJournal() override {
+    EndRunJournal(RunEnd::kDone);
+    JournalSetLineHandler(nullptr);
+    Told().clear();
+  }
+
+  static std::vector<std::string> &Told() {
+    static std::vector<std::string> lines;
+    return lines;
+  }
+
+  FSRef Ref(std::string_view path) const {
+    FSRef ref{};
+    EXPECT_EQ(FSPathMakeRef(files_.PathOf(path).c_str(), &ref, nullptr), noErr) << path;
+    return ref;
+  }
+
+  OSErr Begin(std::string_view path) {
+    reason_.clear();
+    return BeginRunJournal(Ref(path), &reason_);
+  }
+
+  std::vector<std::string> Journals() const {
+    std::vector<std::string> names;
+    for (const auto &file : fs::directory_iterator(home_.PathOf("state/vannerly/journal"))) {
+      names.push_back(file.path().filename());
+    }
+    std::ranges::sort(names);
+    return names;
+  }
+
+  std::string Text(const std::string &name) const {
+    return home_.ReadFile("state/vannerly/journal/" + name);
+  }
+
+  /// Has folders of that name made in a folder, of which none gets as far as the disk.
+  void Make(int count, std::string_view parent, const std::string &name) const {
+    OpenedFolder folder{-1, 0};
+    ASSERT_EQ(FindTableFolder(Ref(parent), &folder.index, &folder.descriptor), noErr);
+    struct : CTreeLayer {
+      int Change(const TreeChange &) override { return 0; }
+    } nowhere;
+    PutLayerOnDisk(&nowhere);
+    for (int i = 0; i < count; ++i) {
+      EXPECT_EQ(Tree().Change({ChangeKind::kMakeFolder, name.c_str(), folder}), 0);
+    }
+    RemoveLayer(&nowhere);
+  }
+  void RecordMany(int count) const { Make(count, "drop", std::string(255, '\n')); }
+
+  CTemporaryFolder home_;
+  CTemporaryFolder files_;
+  std::string reason_;
+};
+
+TEST_F(RunJournal, IsPrivateAndGrowsWithTheRun) {
+  umask(0);
+  ASSERT_EQ(Begin("drop"), noErr);
+  RecordMany(20000);
+  Make(1, "beside", "elsewhere");
+  EndRunJournal(RunEnd::kStopped);
+  ASSERT_EQ(Journals().size(), 1u);
+  const std::string text = Text(Journals()[0]);
+  EXPECT_EQ(std::ranges::count(text, '\n'), 2 + 20000 + 1);
+  const auto journal = ParseJournal(text);
+  ASSERT_TRUE(journal);
+  EXPECT_TRUE(journal->isEnded);
+  EXPECT_EQ(journal->size, text.size());
+  EXPECT_EQ(journal->header.path, files_.PathOf("drop"));
+  for (const auto &[path, mode] : {std::pair{std::string("state/vannerly"), 0700u},
+                                   {std::string("state/vannerly/journal"), 0700u},
+                                   {"state/vannerly/journal/" + Journals()[0], 0600u}}) {
+    struct stat status;
+    ASSERT_EQ(stat(home_.PathOf(path).c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, mode) << path;
+  }
+}
+
+TEST_F(RunJournal, ThatCannotBeWrittenIsToldOnceAndStopsNothing) {
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  ASSERT_EQ(Begin("drop"), noErr);
+  const rlimit small{150'000, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  RecordMany(2000);
+  EndRunJournal(RunEnd::kDone);
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+  const std::string text = Text(Journals()[0]);
+  EXPECT_NE(text.find("\nunrecorded\tEFBIG\nend\tdone\t"), std::string::npos);
+  EXPECT_TRUE(ParseJournal(text));
+  EXPECT_EQ(Told().size(), 1u);
+
+  for (const char *place : {"/dev/null", "/proc/nowhere"}) {
+    setenv("XDG_STATE_HOME", place, 1);
+    EXPECT_EQ(Begin("drop"), noErr);
+    RecordMany(1);
+    EndRunJournal(RunEnd::kDone);
+    EXPECT_EQ(RecoverInterruptedRuns().size(), 0u);
+  }
+  EXPECT_EQ(Told().size(), 1u);
+}
+
+TEST_F(RunJournal, KeepsOtherProcessesOutOfTheFoldersAroundIt) {
+  int ready[2];
+  ASSERT_EQ(pipe(ready), 0);
+  const pid_t other = fork();
+  if (other == 0) {
+    (void)!write(ready[1], Begin("drop/sub") == noErr ? "y" : "n", 1);
+    for (;;) pause();
+  }
+  char answer = 0;
+  ASSERT_EQ(read(ready[0], &answer, 1), 1);
+  EXPECT_EQ(answer, 'y');
+  const std::string who = "another Vannerly (process " + std::to_string(other) + ") is at work in ";
+  for (const char *path : {"drop/sub", "drop", "drop/sub/deep", ""}) {
+    EXPECT_EQ(Begin(path), fBsyErr) << path;
+    EXPECT_EQ(reason_,
+              who + (std::string_view(path) == "drop/sub" ? "it" : files_.PathOf("drop/sub")));
+  }
+  EXPECT_EQ(Begin("beside"), noErr);
+  EndRunJournal(RunEnd::kDone);
+  // A run is known by its folder, not by the path that the folder had.
+  fs::rename(files_.PathOf("drop"), files_.PathOf("moved"));
+  EXPECT_EQ(Begin("moved/sub"), fBsyErr);
+  EXPECT_EQ(Begin("moved"), fBsyErr);
+  EXPECT_EQ(RecoverInterruptedRuns().size(), 0u) << "it is not dead";
+  ASSERT_EQ(kill(other, SIGKILL), 0);
+  ASSERT_EQ(waitpid(other, nullptr, 0), other);
+  EXPECT_EQ(Begin("moved/sub"), noErr);
+}
+
+TEST_F(RunJournal, TheLastTwentyOfTwoHundredMebibytesAreKept) {
+  const std::string folder = "state/vannerly/journal/";
+  const auto add = [&](const std::string &name, const char *end, std::uintmax_t size = 0) {
+    home_.WriteFile(folder + name, Header("/nowhere") + end);
+    if (size > 0) {
+      // A hole, with the last line behind it.
+      fs::resize_file(home_.PathOf(folder + name), size);
+      std::FILE *const file = std::fopen(home_.PathOf(folder + name).c_str(), "a");
+      (void)std::fputs("\nend\tdone\t\n", file);
+      (void)std::fclose(file);
+    }
+  };
+  const auto begin = [&] {
+    EXPECT_EQ(Begin("drop"), noErr);
+    EndRunJournal(RunEnd::kDone);
+    std::vector<std::string> names = Journals();
+    names.pop_back();  // the new one
+    return names;
+  };
+  const auto numbered = [](int from, int to) {
+    std::vector<std::string> names;
+    for (int i = from; i <= to; ++i) names.push_back(std::to_string(i) + ".journal");
+    return names;
+  };
+  for (const std::string &name : numbered(100, 130)) add(name, "end\tdone\t\n");
+  add("115.journal", "");  // interrupted
+  add("101.journal", "");
+  std::vector<std::string> expected = numbered(112, 130);
+  expected.insert(expected.begin(), "101.journal");
+  EXPECT_EQ(begin(), expected);
+
+  for (const std::string &name : Journals()) home_.Remove(folder + name);
+  constexpr std::uintmax_t kMebibyte = 1 << 20;
+  add("101.journal", "", 60 * kMebibyte);
+  add("102.journal", "", 90 * kMebibyte);
+  add("103.journal", "", 80 * kMebibyte);
+  EXPECT_EQ(begin(), (std::vector<std::string>{"102.journal", "103.journal"}));
+  add("104.journal", "", 300 * kMebibyte);
+  for (const std::string &name : Journals()) {
+    if (name != "104.journal") home_.Remove(folder + name);
+  }
+  EXPECT_EQ(begin(), (std::vector<std::string>{"104.journal"})) << "the last one stays";
+}
+
+TEST_F(RunJournal, OnlyTheUsersOwnFilesAreObeyed) {
+  files_.WriteFile("drop/517A7274", "file");
+  struct stat file;
+  struct stat drop;
+  ASSERT_EQ(stat(files_.PathOf("drop/517A7274").c_str(), &file), 0);
+  ASSERT_EQ(stat(files_.PathOf("drop").c_str(), &drop), 0);
+  JournalHeader header;
+  header.device = drop.st_dev;
+  header.identity = {drop.st_ino, 0};
+  header.path = files_.PathOf("drop");
+  const std::string text = WriteJournalHeader(header) + "rename\t0\told\t0\t517A7274\t" +
+                           std::to_string(file.st_ino) + ":0\n";
+  const std::string name = "state/vannerly/journal/1.journal";
+  files_.WriteFile("elsewhere", text);
+  home_.MakeSymbolicLink(name, files_.PathOf("elsewhere"));
+  EXPECT_EQ(RecoverInterruptedRuns().size(), 0u);
+  home_.Remove(name);
+  home_.WriteFile(name, text);
+  fs::create_hard_link(home_.PathOf(name), home_.PathOf("other name"));
+  EXPECT_EQ(RecoverInterruptedRuns().size(), 0u);
+  EXPECT_TRUE(files_.Exists("drop/517A7274"));
+  fs::remove(home_.PathOf("other name"));
+  EXPECT_EQ(RecoverInterruptedRuns().size(), 1u);
+  EXPECT_EQ(files_.ReadFile("drop/old"), "file");
+}
+
+}  // namespace
