@@ -219,4 +219,5 @@ void FlattenTimerProc(EventLoopTimerRef /*timer*/, void * /*userData*/) {
     }
   }
   TellObservers(&CRunObserver::EndRun);
+  FSForgetRun();
 }

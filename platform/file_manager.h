@@ -200,3 +200,7 @@ OSErr NewAlias(const FSSpec *fromFile, const FSSpec &target, AliasHandle *alias)
 /// Makes `alias`, which NewAlias has made, lead to `target`. On failure it keeps what it held.
 OSErr UpdateAlias(const FSSpec *fromFile, const FSSpec &target, const AliasHandle &alias,
                   bool *wasChanged);
+
+/// Gives back what has been remembered of all that was worked in since the last call. References to
+/// what lay in a folder then lead nowhere; those made of paths and specifications stay good.
+void FSForgetRun();

@@ -1,30 +1,17 @@
-#include "platform/linux/files/alias_files.h"
 
 #include <cerrno>
 #include <climits>
-#include <map>
 #include <string_view>
-#include <utility>
 
 #include "platform/aliases.h"
 #include "platform/linux/system/errors.h"
 #include "platform/linux/tree/folder_table.h"
 #include "platform/linux/tree/item_location.h"
 #include "platform/linux/tree/item_status.h"
-#include "platform/linux/tree/known_items.h"
-#include "platform/linux/tree/name_filter.h"
 #include "platform/linux/tree/tree_changes.h"
+#include "platform/linux/tree/tree_memory.h"
 
 namespace {
-
-/// For each name in a folder, the number from which on its aliases' names can be free. Without it,
-/// finding one for each of many files of one name would take the square of their number.
-using AliasNumbers = std::map<std::pair<FolderIndex, std::string>, std::uint64_t, std::less<>>;
-
-AliasNumbers &NextNumbers() {
-  static AliasNumbers numbers;
-  return numbers;
-}
 
 /// 0 stands for the file's own name.
 std::string AliasName(std::string_view name, std::uint64_t number) {
@@ -35,32 +22,26 @@ std::string AliasName(std::string_view name, std::uint64_t number) {
 }
 
 bool IsTaken(const OpenedFolder &folder, const std::string &name) {
-  if (IsNameKnownToBeFree(folder.index, folder.descriptor, name)) return false;
+  if (Memory().names.IsFree(folder.index, folder.descriptor, name)) return false;
   ItemStatus status;
-  return Tree().Look(folder.descriptor, name.c_str(), &status) == 0;
+  return Tree().LookUp(folder, name.c_str(), &status) == 0;
 }
 
 /// Makes the link under the first name that is free; the list of names has no end.
 int MakeLink(const OpenedFolder &folder, std::string_view name, const char *target,
              std::string *made) {
-  std::uint64_t &number = NextNumbers()[{folder.index, std::string(name)}];
+  std::uint64_t &number = Memory().aliasNumbers[{folder.index, std::string(name)}];
   for (;; ++number) {
     *made = AliasName(name, number);
     if (IsTaken(folder, *made)) continue;
     const int error = MakeSymbolicLink(folder, made->c_str(), target);
-    if (error == 0 || error == EEXIST) NoteNameInFolder(folder.index, *made);
     if (error != EEXIST) return error;
   }
 }
 
 }  // namespace
 
-void ForgetAliasNumbers() {
-  NextNumbers().clear();
-}
-
 OSErr MakeAliasFile(const FSRef &file, const FSRef &folder, FSRef *alias) {
-  ForgetSeenItems();
   if (ReferenceIn(file).folder == 0 || ReferenceIn(file).IsRoot()) return paramErr;
   ItemStatus status;
   ItemLocation location;
@@ -82,7 +63,6 @@ OSErr MakeAliasFile(const FSRef &file, const FSRef &folder, FSRef *alias) {
 
 OSErr RetargetAliasFile(const FSRef &alias, const std::string &oldPath,
                         const std::string &newPath) {
-  ForgetSeenItems();
   ItemLocation location;
   if (OSErr error = LocateItem(alias, &location); error != noErr) return error;
   if (newPath.size() >= PATH_MAX) return bdNamErr;

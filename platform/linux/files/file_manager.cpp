@@ -12,16 +12,15 @@
 #include "platform/linux/tree/folder_table.h"
 #include "platform/linux/tree/item_location.h"
 #include "platform/linux/tree/item_status.h"
-#include "platform/linux/tree/known_items.h"
-#include "platform/linux/tree/name_filter.h"
 #include "platform/linux/tree/tree_changes.h"
+#include "platform/linux/tree/tree_memory.h"
 
 namespace {
 
 OSErr SeeItem(const FSRef &ref, ItemStatus *status) {
   ItemLocation location;
   const OSErr error = ReadItemStatus(ref, status, &location);
-  NoteSeenItem(error == noErr ? ref : FSRef{});
+  Memory().NoteSeenItem(error == noErr ? ref : FSRef{});
   return error;
 }
 
@@ -35,16 +34,6 @@ std::uint32_t NodeIDOf(const ItemReference &item) {
   if (item.IsRoot()) return fsRtDirID;
   // Numbers below 16 are the volume's own; an inode number must not pass for one of them.
   return 16 + static_cast<std::uint32_t>(item.inode % (UINT32_MAX - 16));
-}
-
-/// Renames within a volume and notes which names are taken now and which are free. After dupFNErr
-/// the new name is taken by another item.
-int RenameAndNote(const OpenedFolder &from, const char *oldName, const OpenedFolder &to,
-                  const char *newName) {
-  const int error = RenameWithoutReplacing(from, oldName, to, newName);
-  if (error == 0) NoteNameGone(from.index, oldName);
-  if (error == 0 || error == EEXIST) NoteNameInFolder(to.index, newName);
-  return error;
 }
 
 /// The reference to the item that now stands under `name` in the folder.
@@ -68,7 +57,7 @@ OSErr FSGetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, FSCatalo
   const bool wantsNothing =
       whichInfo == kFSCatInfoNone && name == nullptr && spec == nullptr && parent == nullptr;
   const bool wantsToKnow = name != nullptr || spec != nullptr || wantsFinderInfo;
-  if (wantsStatus || wantsNothing || (wantsToKnow && !IsKnownToExist(ref))) {
+  if (wantsStatus || wantsNothing || (wantsToKnow && !Memory().IsKnownToExist(ref))) {
     ItemStatus status;
     if (OSErr error = SeeItem(ref, &status); error != noErr) return error;
     if (wantsStatus) {
@@ -82,7 +71,7 @@ OSErr FSGetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, FSCatalo
   if ((whichInfo & kFSCatInfoNodeID) != 0) info->nodeID = NodeIDOf(item);
   if ((whichInfo & kFSCatInfoTextEncoding) != 0) info->textEncodingHint = kTextEncodingUnknown;
   if (name != nullptr) {
-    PrepareLookup(item.NameView());
+    Memory().names.PrepareLookup(item.NameView());
     if (!NameFromDisk(item.NameView(), name)) return bdNamErr;
   }
   if (spec != nullptr) *spec = SpecOfItem(item);
@@ -113,10 +102,9 @@ OSErr FSMakeFSRefUnicode(const FSRef &parent, std::u16string_view name, TextEnco
   FolderIndex folder = 0;
   int descriptor = -1;
   if (OSErr error = FindTableFolder(parent, &folder, &descriptor); error != noErr) return error;
-  if (IsNameKnownToBeFree(folder, descriptor, bytes)) return fnfErr;
+  if (Memory().names.IsFree(folder, descriptor, bytes)) return fnfErr;
   ItemStatus status;
-  if (int error = Tree().Look(descriptor, bytes.c_str(), &status); error != 0) {
-    if (error == ENOENT) NoteFreeName(folder, bytes);
+  if (int error = Tree().LookUp({descriptor, folder}, bytes.c_str(), &status); error != 0) {
     return ErrorFromErrno(error);
   }
   *result = RefHolding(ReferenceToSeenItem(folder, bytes, status));
@@ -135,17 +123,15 @@ OSErr FSCreateDirectoryUnicode(const FSRef &parent, std::u16string_view name, FS
   FolderIndex folder = 0;
   int descriptor = -1;
   if (OSErr error = FindTableFolder(parent, &folder, &descriptor); error != noErr) return error;
-  ForgetSeenItems();
-  const int error = MakeFolder({descriptor, folder}, bytes.c_str());
-  if (error == 0 || error == EEXIST) NoteNameInFolder(folder, bytes);
-  if (error != 0) return ErrorFromErrno(error);
+  if (int error = MakeFolder({descriptor, folder}, bytes.c_str()); error != 0) {
+    return ErrorFromErrno(error);
+  }
   return FSMakeFSRefUnicode(parent, name, kTextEncodingUnknown, result);
 }
 
 OSErr FSDeleteObject(const FSRef &ref) {
   GoOnMeanwhile();
   if (IsDeletionCalledOff()) return userCanceledErr;
-  ForgetSeenItems();
   ItemLocation location;
   bool isFolder = ReferenceIn(ref).kind == ItemKind::kFolder;
   if (ReferenceIn(ref).kind == ItemKind::kUnknown) {
@@ -157,16 +143,11 @@ OSErr FSDeleteObject(const FSRef &ref) {
   }
   const OpenedFolder folder{location.folder, ReferenceIn(ref).folder};
   if (!isFolder) return ErrorFromErrno(RemoveFile(folder, location.name));
-  // A descriptor of it must not be taken for a folder that is made in its place with its number.
-  if (const FolderIndex removed = FindFolder(folder.index, location.name); removed != 0) {
-    CloseFolder(removed);
-  }
   return ErrorFromErrno(RemoveEmptyFolder(folder, location.name));
 }
 
 OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
   GoOnMeanwhile();
-  ForgetSeenItems();
   const ItemReference &item = ReferenceIn(ref);
   if (item.folder == 0) return paramErr;
   FolderIndex folder = 0;
@@ -174,7 +155,8 @@ OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
   if (OSErr error = FindTableFolder(destination, &folder, &to); error != noErr) return error;
   int from = -1;
   if (OSErr error = OpenTableFolder(item.folder, &from, folder); error != noErr) return error;
-  if (int error = RenameAndNote({from, item.folder}, item.Name(), {to, folder}, item.Name());
+  if (int error =
+          RenameWithoutReplacing({from, item.folder}, item.Name(), {to, folder}, item.Name());
       error != 0) {
     return ErrorFromErrno(error);
   }
@@ -185,13 +167,13 @@ OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
 OSErr FSRenameUnicode(const FSRef &ref, std::u16string_view name, TextEncoding /*hint*/,
                       FSRef *result) {
   GoOnMeanwhile();
-  ForgetSeenItems();
   static std::string bytes;  // asked for twice a file, it keeps its memory
   if (OSErr error = NameToDisk(name, &bytes); error != noErr) return error;
   ItemLocation location;
   if (OSErr error = LocateItem(ref, &location); error != noErr) return error;
   const OpenedFolder folder{location.folder, ReferenceIn(ref).folder};
-  if (int error = RenameAndNote(folder, location.name, folder, bytes.c_str()); error != 0) {
+  if (int error = RenameWithoutReplacing(folder, location.name, folder, bytes.c_str());
+      error != 0) {
     return ErrorFromErrno(error);
   }
   *result = RefAtNewPlace(ref, ReferenceIn(ref).folder, bytes);
@@ -206,4 +188,8 @@ OSErr FSCompareFSRefs(const FSRef &first, const FSRef &second) {
   const bool isOther =
       a.isIdentified && b.isIdentified && (a.device != b.device || a.inode != b.inode);
   return isSamePlace && !isOther ? noErr : errFSRefsDifferent;
+}
+
+void FSForgetRun() {
+  Memory().EndRun();
 }

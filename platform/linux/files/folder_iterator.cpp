@@ -7,6 +7,7 @@
 #include "platform/linux/tree/folder_table.h"
 #include "platform/linux/tree/item_location.h"
 #include "platform/linux/tree/item_status.h"
+#include "platform/linux/tree/tree_memory.h"
 
 struct FolderIterator {
   FSIteratorFlags flags = kFSIterateFlat;
@@ -14,15 +15,13 @@ struct FolderIterator {
   std::size_t place = 0;  ///< of the next item in the listing
 
   ~FolderIterator() {
-    if (listing != nullptr && IsOfScan()) KeepListing(std::move(listing));
+    if (listing != nullptr && IsOfScan()) Memory().listings.Keep(std::move(listing));
   }
 
   bool IsOfScan() const { return (flags & kFSIterateScan) != 0; }
 };
 
 namespace {
-
-std::uint64_t listingCount = 0;
 
 void NoteScan(const FSRef &container, const CFolderListing &listing) {
   const ItemReference &reference = ReferenceIn(container);
@@ -80,17 +79,14 @@ void FolderIteratorCloser::operator()(FolderIterator *iterator) const {
   delete iterator;
 }
 
-std::uint64_t FolderListingCount() {
-  return listingCount;
-}
-
 OSErr FSOpenIterator(const FSRef &container, FSIteratorFlags flags, FSIterator *iterator) {
   GoOnMeanwhile();
-  ++listingCount;
+  Memory().BeginStep();
   try {
     FSIterator opened(new FolderIterator);
     opened->flags = flags;
-    opened->listing = opened->IsOfScan() ? ListFolderForScan(container) : ListFolder(container);
+    opened->listing = opened->IsOfScan() ? Memory().listings.ListForScan(container)
+                                         : Memory().listings.List(container);
     if (opened->IsOfScan()) NoteScan(container, *opened->listing);
     if (flags == kFSIterateDelete) {
       if (OSErr error = RefuseDeletion(container, *opened->listing); error != noErr) return error;

@@ -14,7 +14,7 @@ FSSpec SpecOfItem(const ItemReference &item) {
     spec.name[0] = static_cast<std::uint8_t>(item.nameLength);
     std::memcpy(spec.name + 1, item.Name(), item.nameLength);
   } else {
-    const char *kept = KeepName(item.NameView());
+    const char *kept = KeepName(item.NameView(), KeepFor::kProcess);
     std::memcpy(spec.name + 1, &kept, sizeof kept);
   }
   return spec;
@@ -32,12 +32,12 @@ OSErr FSpMakeFSRef(const FSSpec &spec, FSRef *ref) {
   }
   ItemReference item{};
   item.folder = folder;
-  item.SetName(name);
+  item.SetName(name, KeepFor::kProcess);
   const FSRef found = RefHolding(item);
   ItemStatus status;
   ItemLocation location;
   if (OSErr error = ReadItemStatus(found, &status, &location); error != noErr) return error;
-  *ref = RefHolding(ReferenceToSeenItem(folder, name, status));
+  *ref = RefHolding(ReferenceToSeenItem(folder, name, status, KeepFor::kProcess));
   return noErr;
 }
 

@@ -61,7 +61,7 @@ std::size_t CopyFolderPath(FolderIndex folder, char *path, std::size_t size) {
 
 OSStatus FSRefMakePath(const FSRef &ref, char *path, std::uint32_t size) {
   const ItemReference &item = ReferenceIn(ref);
-  if (item.folder == 0 || size == 0) return paramErr;
+  if (!IsKnownFolder(item.folder) || size == 0) return paramErr;
   const std::size_t length = CopyFolderPath(item.folder, path, size);
   const std::string_view name = item.IsRoot() ? std::string_view() : item.NameView();
   if (length + name.size() + 2 > size) return bdNamErr;
@@ -91,7 +91,7 @@ OSStatus FSPathMakeRef(const char *path, FSRef *ref, bool *isFolder) {
   if (int error = Tree().Look(descriptor, name.c_str(), &status); error != 0) {
     return ErrorFromErrno(error);
   }
-  *ref = RefHolding(ReferenceToSeenItem(folder, name, status));
+  *ref = RefHolding(ReferenceToSeenItem(folder, name, status, KeepFor::kProcess));
   if (isFolder != nullptr) *isFolder = status.IsFolder();
   return noErr;
 }

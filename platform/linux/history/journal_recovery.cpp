@@ -14,10 +14,10 @@
 #include "platform/linux/history/journal_folder.h"
 #include "platform/linux/history/journal_reader.h"
 #include "platform/linux/history/run_journal.h"
-#include "platform/linux/tree/folder_descriptors.h"
 #include "platform/linux/tree/folder_table.h"
 #include "platform/linux/tree/item_location.h"
 #include "platform/linux/tree/tree_changes.h"
+#include "platform/linux/tree/tree_memory.h"
 
 namespace {
 
@@ -308,7 +308,7 @@ std::vector<std::string> RecoverInterruptedRuns() {
   } catch (const std::bad_alloc &) {
     // The journals stay as they are for the next start.
   }
-  CloseFolderDescriptors();
+  Memory().EndRun();
   for (const std::string &line : lines) TellOfJournals(line);
   return lines;
 }

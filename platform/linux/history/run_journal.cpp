@@ -9,6 +9,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <unordered_map>
 #include <utility>
 
 #include "platform/journal.h"
@@ -20,7 +21,7 @@
 #include "platform/linux/system/log.h"
 #include "platform/linux/tree/folder_table.h"
 #include "platform/linux/tree/item_location.h"
-#include "platform/linux/tree/run_memory.h"
+#include "platform/linux/tree/tree_memory.h"
 
 namespace {
 
@@ -44,12 +45,11 @@ class CRunJournal final : public CTreeLayer {
   void Stop(int error);
   int NumberOf(FolderIndex index, std::uint32_t *number);
   int RecordFolder(FolderIndex index);
-  void SetNumber(FolderIndex index, std::uint32_t number);
   void WriteLine(std::string_view word, std::string_view text);
 
   CJournalFile file_;
   FolderIdentity folder_;
-  std::vector<std::uint32_t> numbers_;  ///< by place in the table of folders, plus 1; 0 for none
+  std::unordered_map<FolderIndex, std::uint32_t> numbers_;  ///< by place in the table of folders
   std::uint32_t folderCount_ = 1;
   CHalfMoves halfMoves_;
   bool isRecording_ = true;
@@ -176,24 +176,14 @@ int CRunJournal::Begin(int descriptor, const JournalHeader &header, const Folder
   return 0;
 }
 
-void CRunJournal::SetNumber(FolderIndex index, std::uint32_t number) {
-  if (index >= numbers_.size()) numbers_.resize(std::max<std::size_t>(index + 1, 256), 0);
-  numbers_[index] = number + 1;
-}
-
 /// The number of a folder, which is given one and is recorded, with those above it, when it has
 /// none.
 int CRunJournal::NumberOf(FolderIndex index, std::uint32_t *number) {
-  if (index < numbers_.size() && numbers_[index] != 0) {
-    *number = numbers_[index] - 1;
-    return 0;
-  }
   std::vector<FolderIndex> unnumbered;
-  FolderIndex above = index;
-  while (above >= numbers_.size() || numbers_[above] == 0) {
+  for (FolderIndex above = index; !numbers_.contains(above);) {
     const FolderEntry &entry = EntryOf(above);
     if (FolderIdentity{entry.device, entry.inode} == folder_) {
-      SetNumber(above, 0);
+      numbers_[above] = 0;
       break;
     }
     if (above <= kRootFolder) return kIsOutside;
@@ -203,7 +193,7 @@ int CRunJournal::NumberOf(FolderIndex index, std::uint32_t *number) {
   for (auto next = unnumbered.rbegin(); next != unnumbered.rend(); ++next) {
     if (int error = RecordFolder(*next); error != 0) return error;
   }
-  *number = numbers_[index] - 1;
+  *number = numbers_[index];
   return 0;
 }
 
@@ -213,11 +203,11 @@ int CRunJournal::RecordFolder(FolderIndex index) {
   CJournalLine line(file_.Next());
   line.Word("folder");
   line.Number(folderCount_);
-  line.Number(numbers_[entry.parent] - 1);
+  line.Number(numbers_[entry.parent]);
   line.Identity(FolderIdentity{entry.device, entry.inode});
   line.Text({entry.name, entry.nameLength});
   file_.Advance(line.End());
-  SetNumber(index, folderCount_++);
+  numbers_[index] = folderCount_++;
   return 0;
 }
 
@@ -323,7 +313,7 @@ void CRunJournal::End(RunEnd end) {
 
 OSErr BeginRunJournal(const FSRef &folder, std::string *reason) {
   run.reset();
-  ForgetEarlierRun();
+  Memory().BeginRun();
   int error = 0;
   try {
     error = Begin(folder, reason);

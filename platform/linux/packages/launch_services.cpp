@@ -10,9 +10,9 @@
 #include "platform/linux/packages/package_types.h"
 #include "platform/linux/packages/property_list.h"
 #include "platform/linux/tree/finder_info.h"
-#include "platform/linux/tree/folder_listing.h"
 #include "platform/linux/tree/folder_table.h"
 #include "platform/linux/tree/item_location.h"
+#include "platform/linux/tree/tree_memory.h"
 #include "platform/urls.h"
 
 namespace {
@@ -73,7 +73,7 @@ bool HasBundleBit(const FinderInfo &information) {
 
 struct LastAnswer {
   FSRef item{};
-  std::uint64_t listingCount = 0;
+  std::uint64_t step = 0;
   LSItemInfoRecord info{};
   OSStatus status = noErr;
 };
@@ -81,7 +81,7 @@ struct LastAnswer {
 /// Looks at an item that may be a folder. What the folder holds is taken from a listing, which a
 /// walk that enters the folder needs anyway; one that cannot be listed is asked for each name.
 OSStatus ReadItemInfo(const FSRef &item, LSItemInfoRecord *info) {
-  const CFolderListing &listing = LookIntoFolder(item);
+  const CFolderListing &listing = Memory().listings.LookInto(item);
   OSErr error = listing.Error();
   if (error == dirNFErr) {
     info->flags = kLSItemInfoIsPlainFile;
@@ -129,7 +129,7 @@ OSStatus LSCopyItemInfoForRef(const FSRef &item, LSRequestedInfo /*whichInfo*/,
   // must have the same answer, whatever happens to the folder in between: otherwise it would be
   // taken and taken apart.
   static LastAnswer last;
-  if (last.listingCount != FolderListingCount() || !IsSameReference(last.item, item)) {
+  if (last.step != Memory().Step() || !IsSameReference(last.item, item)) {
     try {
       last.status = ReadItemInfo(item, &last.info);
     } catch (const std::bad_alloc &) {
@@ -137,7 +137,7 @@ OSStatus LSCopyItemInfoForRef(const FSRef &item, LSRequestedInfo /*whichInfo*/,
       last.status = noErr;
     }
     last.item = item;
-    last.listingCount = FolderListingCount();
+    last.step = Memory().Step();
   }
   if (last.status == noErr) *info = last.info;
   return last.status;

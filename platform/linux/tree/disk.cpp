@@ -170,6 +170,10 @@ class CDisk final : public CTreeLayer {
     return LookAt(folder, name, AT_SYMLINK_NOFOLLOW | (*name == '\0' ? AT_EMPTY_PATH : 0), status);
   }
 
+  int LookUp(const OpenedFolder &folder, const char *name, ItemStatus *status) override {
+    return Look(folder.descriptor, name, status);
+  }
+
   /// A kernel that cannot promise to stay in the folder finds nothing.
   int LookBehindLink(int folder, const char *name, ItemStatus *status) override {
     open_how how{};

@@ -6,7 +6,6 @@
 #include <array>
 #include <cstring>
 #include <new>
-#include <unordered_map>
 #include <vector>
 
 #include "platform/linux/system/errors.h"
@@ -75,89 +74,8 @@ void Sort(ReadItems *read) {
   }
 }
 
-}  // namespace
-
-/// The listings that are kept: one that was just made for LookIntoFolder, and those of the folders
-/// that one walk has been through, for the next.
-class CListingStore {
- public:
-  std::unique_ptr<CFolderListing> Take(const FSRef &folder) {
-    // A refusal is always asked for anew: there is no state that could tell of a change.
-    const bool isCurrent = latest_ != nullptr && latest_->Error() == noErr &&
-                           IsSameReference(latestFolder_, folder) &&
-                           IsListingCurrent(latest_->Folder());
-    if (isCurrent) return std::move(latest_);
-    return OpenAndList(folder);
-  }
-
-  const CFolderListing &LookInto(const FSRef &folder) {
-    latest_.reset();
-    latest_ = OpenAndList(folder);
-    latestFolder_ = folder;
-    return *latest_;
-  }
-
-  void Keep(std::unique_ptr<CFolderListing> listing) {
-    if (listing->isKeptOnce_ || listing->state_ == 0) return;
-    const std::size_t size = SizeOf(*listing);
-    if (size_ + size > kMostKept) return;
-    listing->isKeptOnce_ = true;
-    const FolderIndex folder = listing->folder_;
-    const auto [place, isNew] = kept_.try_emplace(folder);
-    if (!isNew) size_ -= SizeOf(*place->second);
-    place->second = std::move(listing);
-    size_ += size;
-  }
-
-  void Forget() {
-    if (latest_ == nullptr && kept_.empty()) return;
-    latest_.reset();
-    kept_.clear();
-    size_ = 0;
-  }
-
- private:
-  /// Enough for a hundred thousand files, and little beside what as many references take.
-  static constexpr std::size_t kMostKept = std::size_t{4} * 1024 * 1024;
-
-  static std::size_t SizeOf(const CFolderListing &listing) {
-    constexpr std::size_t kPlaceInMap = 64;
-    return sizeof listing + listing.records_.capacity() + kPlaceInMap;
-  }
-
-  std::unique_ptr<CFolderListing> OpenAndList(const FSRef &folder) {
-    const ItemReference &reference = ReferenceIn(folder);
-    FolderIndex index = 0;
-    int descriptor = -1;
-    OSErr error = paramErr;
-    if (reference.folder != 0) error = EnterFolderForListing(reference, &index, &descriptor);
-    if (error != noErr) return std::make_unique<CFolderListing>(error);
-    std::unique_ptr<CFolderListing> listing = TakeKept(index);
-    if (listing == nullptr) listing = std::make_unique<CFolderListing>(index, descriptor);
-    return listing;
-  }
-
-  /// The kept listing of a folder that has just been entered; null when it was changed since.
-  std::unique_ptr<CFolderListing> TakeKept(FolderIndex folder) {
-    auto found = kept_.extract(folder);
-    if (found.empty()) return nullptr;
-    size_ -= SizeOf(*found.mapped());
-    const bool isCurrent = found.mapped()->state_ == EntryOf(folder).listedState;
-    return isCurrent ? std::move(found.mapped()) : nullptr;
-  }
-
-  FSRef latestFolder_ = {};
-  std::unique_ptr<CFolderListing> latest_;
-  std::unordered_map<FolderIndex, std::unique_ptr<CFolderListing>> kept_;
-  std::size_t size_ = 0;  ///< of those in the map
-};
-
-namespace {
-
-CListingStore &Store() {
-  static CListingStore store;
-  return store;
-}
+/// Enough for a hundred thousand files, and little beside what as many references take.
+constexpr std::size_t kMostKept = std::size_t{4} * 1024 * 1024;
 
 }  // namespace
 
@@ -206,28 +124,72 @@ bool CFolderListing::Holds(std::string_view name) const {
   return false;
 }
 
-std::unique_ptr<CFolderListing> ListFolder(const FSRef &folder) {
-  Store().Forget();
-  return Store().Take(folder);
+std::size_t CFolderListing::Size() const {
+  constexpr std::size_t kPlaceInMap = 64;
+  return sizeof *this + records_.capacity() + kPlaceInMap;
 }
 
-std::unique_ptr<CFolderListing> ListFolderForScan(const FSRef &folder) {
-  return Store().Take(folder);
+std::unique_ptr<CFolderListing> CListingStore::List(const FSRef &folder) {
+  Forget();
+  return OpenAndList(folder);
 }
 
-const CFolderListing &LookIntoFolder(const FSRef &folder) {
-  return Store().LookInto(folder);
+std::unique_ptr<CFolderListing> CListingStore::ListForScan(const FSRef &folder) {
+  // A refusal is always asked for anew: there is no state that could tell of a change.
+  const bool isCurrent = latest_ != nullptr && latest_->Error() == noErr &&
+                         IsSameReference(latestFolder_, folder) &&
+                         IsListingCurrent(latest_->Folder());
+  if (isCurrent) return std::move(latest_);
+  return OpenAndList(folder);
 }
 
-void KeepListing(std::unique_ptr<CFolderListing> listing) {
+const CFolderListing &CListingStore::LookInto(const FSRef &folder) {
+  latest_.reset();
+  latest_ = OpenAndList(folder);
+  latestFolder_ = folder;
+  return *latest_;
+}
+
+void CListingStore::Keep(std::unique_ptr<CFolderListing> listing) {
+  if (listing->isKeptOnce_ || listing->state_ == 0) return;
+  const std::size_t size = listing->Size();
+  if (size_ + size > kMostKept) return;
+  listing->isKeptOnce_ = true;
   try {
-    Store().Keep(std::move(listing));
+    const auto [place, isNew] = kept_.try_emplace(listing->folder_);
+    if (!isNew) size_ -= place->second->Size();
+    place->second = std::move(listing);
+    size_ += size;
   } catch (const std::bad_alloc &) {
     // The folder is listed once more instead.
-    Store().Forget();
+    Forget();
   }
 }
 
-void ForgetListings() {
-  Store().Forget();
+void CListingStore::Forget() {
+  if (latest_ == nullptr && kept_.empty()) return;
+  latest_.reset();
+  kept_.clear();
+  size_ = 0;
+}
+
+std::unique_ptr<CFolderListing> CListingStore::OpenAndList(const FSRef &folder) {
+  const ItemReference &reference = ReferenceIn(folder);
+  FolderIndex index = 0;
+  int descriptor = -1;
+  OSErr error = paramErr;
+  if (reference.folder != 0) error = EnterFolderForListing(reference, &index, &descriptor);
+  if (error != noErr) return std::make_unique<CFolderListing>(error);
+  std::unique_ptr<CFolderListing> listing = TakeKept(index);
+  if (listing == nullptr) listing = std::make_unique<CFolderListing>(index, descriptor);
+  return listing;
+}
+
+/// The kept listing of a folder that has just been entered; null when it was changed since.
+std::unique_ptr<CFolderListing> CListingStore::TakeKept(FolderIndex folder) {
+  auto found = kept_.extract(folder);
+  if (found.empty()) return nullptr;
+  size_ -= found.mapped()->Size();
+  const bool isCurrent = found.mapped()->state_ == EntryOf(folder).listedState;
+  return isCurrent ? std::move(found.mapped()) : nullptr;
 }

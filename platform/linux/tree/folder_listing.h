@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "platform/linux/tree/item_reference.h"
 
@@ -37,6 +38,8 @@ class CFolderListing {
   /// Items come in byte order of their names.
   bool ReadNext(std::size_t *place, Item *item) const;
   bool Holds(std::string_view name) const;
+  /// How much memory it takes, in bytes.
+  std::size_t Size() const;
 
  private:
   friend class CListingStore;
@@ -48,20 +51,34 @@ class CFolderListing {
   std::string records_;      ///< of each item the length in two bytes, the kind, and the name
 };
 
-/// Lists a folder anew, and lets go of all listings that are kept. A folder that cannot be opened
-/// or read has a listing too, with the error; otherwise it is open in the table of folders, for
-/// reading. Throws std::bad_alloc.
-std::unique_ptr<CFolderListing> ListFolder(const FSRef &folder);
+/// Makes listings, and keeps those of a scan: one that was just made for a look at what a folder
+/// holds, and those of the folders that one walk has been through, for the next.
+class CListingStore {
+ public:
+  /// Lists a folder anew, and lets go of all listings that are kept. A folder that cannot be opened
+  /// or read has a listing too, with the error; otherwise it is open in the table of folders, for
+  /// reading. Throws std::bad_alloc.
+  std::unique_ptr<CFolderListing> List(const FSRef &folder);
 
-/// The same for a walk of a scan, which may be given a listing that is kept and still holds.
-std::unique_ptr<CFolderListing> ListFolderForScan(const FSRef &folder);
+  /// The same for a walk of a scan, which may be given a listing that is kept and still holds.
+  std::unique_ptr<CFolderListing> ListForScan(const FSRef &folder);
 
-/// The same for a look at what a folder holds. The listing stays here for the walk that may come
-/// right after it; it is good until the next call.
-const CFolderListing &LookIntoFolder(const FSRef &folder);
+  /// The same for a look at what a folder holds. The listing stays here for the walk that may come
+  /// right after it; it is good until the next call.
+  const CFolderListing &LookInto(const FSRef &folder);
 
-/// Takes a listing back for the next walk, as long as all that are kept stay small.
-void KeepListing(std::unique_ptr<CFolderListing> listing);
+  /// Takes a listing back for the next walk, as long as all that are kept stay small.
+  void Keep(std::unique_ptr<CFolderListing> listing);
 
-/// Lets go of all listings that are kept.
-void ForgetListings();
+  /// Lets go of all listings that are kept.
+  void Forget();
+
+ private:
+  std::unique_ptr<CFolderListing> OpenAndList(const FSRef &folder);
+  std::unique_ptr<CFolderListing> TakeKept(FolderIndex folder);
+
+  FSRef latestFolder_ = {};
+  std::unique_ptr<CFolderListing> latest_;
+  std::unordered_map<FolderIndex, std::unique_ptr<CFolderListing>> kept_;
+  std::size_t size_ = 0;  ///< of those in the map
+};

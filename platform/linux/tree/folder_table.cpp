@@ -55,25 +55,73 @@ std::size_t SlotsWithinLimit() {
   return std::clamp<std::size_t>(limit.rlim_cur / 4, kFewestSlots, kMostSlots);
 }
 
+using Places = std::unordered_map<Place, FolderIndex, PlaceHash>;
+
+FolderIndex In(const Places &places, const Place &place) {
+  const auto found = places.find(place);
+  return found == places.end() ? 0 : found->second;
+}
+
+/// This bit tells the places of a run's folders from those of the others.
+constexpr FolderIndex kOfRun = FolderIndex{1} << 31;
+
 struct FolderTable {
-  std::vector<FolderEntry> entries;
-  std::unordered_map<Place, FolderIndex, PlaceHash> byPlace;
+  std::vector<FolderEntry> lasting;
+  Places lastingPlaces;
+  std::vector<FolderEntry> ofRun;
+  Places placesOfRun;
+  FolderIndex runsBefore = 0;  ///< how many entries the runs before have had
+
   std::unordered_map<Place, OSErr, PlaceHash> unread;
   std::vector<Slot> slots = std::vector<Slot>(SlotsWithinLimit());
   std::uint64_t useCount = 0;
   std::uint32_t scan = 1;
 
+  /// A run moves everything into one folder, and its place in the table never changes.
+  FSRef foundLast = {};
+  FolderIndex foundIndex = 0;
+  /// Asked twice for every file; what an entry says of its folder never changes.
+  FolderIndex refIndex = 0;
+  FSRef ref = {};
+
   FolderTable() {
-    entries.reserve(256);
-    entries.push_back({0, 0, -1, "", 0, 0});
+    lasting.reserve(256);
+    lasting.push_back({0, 0, -1, "", 0, 0});
     ItemStatus root{};
     (void)Tree().Look(AT_FDCWD, "/", &root);
-    entries.push_back({kRootFolder, 1, -1, "/", root.device, root.identity.inode});
-    byPlace[{kRootFolder, "/"}] = kRootFolder;
+    lasting.push_back({kRootFolder, 1, -1, "/", root.device, root.identity.inode});
+    lastingPlaces[{kRootFolder, "/"}] = kRootFolder;
+  }
+
+  FolderEntry &At(FolderIndex folder) {
+    const bool isOfRun = (folder & kOfRun) != 0;
+    std::vector<FolderEntry> &entries = isOfRun ? ofRun : lasting;
+    const std::size_t place = isOfRun ? (folder & ~kOfRun) - runsBefore : folder;
+    return place < entries.size() ? entries[place] : lasting.front();
+  }
+
+  FolderIndex Find(const Place &place) const {
+    const FolderIndex found = In(placesOfRun, place);
+    return found != 0 ? found : In(lastingPlaces, place);
+  }
+
+  FolderIndex Add(const Place &place, const Identity &identity, KeepFor keepFor) {
+    const char *const name = KeepName(place.name, keepFor);
+    const FolderEntry entry{
+        place.parent,  static_cast<std::uint16_t>(place.name.size()), -1, name, identity.device,
+        identity.inode};
+    const bool isOfRun = keepFor == KeepFor::kRun;
+    std::vector<FolderEntry> &entries = isOfRun ? ofRun : lasting;
+    const auto added = static_cast<FolderIndex>(entries.size());
+    entries.push_back(entry);
+    const FolderIndex index = isOfRun ? (added + runsBefore) | kOfRun : added;
+    (isOfRun ? placesOfRun : lastingPlaces)
+        .insert_or_assign({place.parent, {name, place.name.size()}}, index);
+    return index;
   }
 
   int Use(FolderIndex folder) {
-    Slot &slot = slots[static_cast<std::size_t>(entries[folder].slot)];
+    Slot &slot = slots[static_cast<std::size_t>(At(folder).slot)];
     slot.lastUse = ++useCount;
     return slot.descriptor;
   }
@@ -81,7 +129,7 @@ struct FolderTable {
   void Close(Slot &slot) {
     if (slot.folder == 0) return;
     Tree().CloseFolder(slot.descriptor);
-    entries[slot.folder].slot = -1;
+    At(slot.folder).slot = -1;
     slot = Slot();
   }
 
@@ -100,7 +148,7 @@ struct FolderTable {
     Slot &slot = FreeSlot(keepOpen);
     slot.folder = folder;
     slot.descriptor = descriptor;
-    entries[folder].slot = static_cast<std::int16_t>(&slot - slots.data());
+    At(folder).slot = static_cast<std::int16_t>(&slot - slots.data());
     return Use(folder);
   }
 
@@ -153,7 +201,7 @@ std::string_view NameOf(const FolderEntry &entry) {
 /// Opens a folder whose parent is open.
 OSErr OpenFromParent(FolderIndex folder, int parent, int *descriptor, FolderIndex keepOpen) {
   FolderTable &table = Table();
-  const FolderEntry entry = table.entries[folder];
+  const FolderEntry entry = table.At(folder);
   int opened = -1;
   const int error = OpenAt(parent, entry.name, FolderUse::kPlace, entry.parent, keepOpen, &opened);
   if (error != 0) return ErrorFromErrno(error);
@@ -172,12 +220,12 @@ OSErr OpenFromParent(FolderIndex folder, int parent, int *descriptor, FolderInde
 bool OpenFromOpenChild(FolderIndex folder, int *descriptor, FolderIndex keepOpen) {
   FolderTable &table = Table();
   for (const Slot &slot : table.slots) {
-    if (slot.folder == 0 || table.entries[slot.folder].parent != folder) continue;
+    if (slot.folder == 0 || table.At(slot.folder).parent != folder) continue;
     int opened = -1;
     if (OpenAt(slot.descriptor, "..", FolderUse::kPlace, slot.folder, keepOpen, &opened) != 0) {
       return false;
     }
-    if (IsFolder(opened, table.entries[folder])) {
+    if (IsFolder(opened, table.At(folder))) {
       *descriptor = table.Keep(folder, opened, keepOpen);
       return true;
     }
@@ -201,6 +249,18 @@ std::int64_t SettledState(const ItemStatus &status, int descriptor) {
   return time - status.changed > kSeveralTicks ? status.changed : 0;
 }
 
+/// The table's place for a folder that was entered under the very name and identity that the
+/// reference has; 0 when there is none.
+FolderIndex IndexInTable(const ItemReference &reference) {
+  if (reference.IsRoot()) return kRootFolder;
+  if (!reference.isIdentified) return 0;
+  const FolderIndex index = FindFolder(reference.folder, reference.NameView());
+  if (index == 0) return 0;
+  const FolderEntry &entry = EntryOf(index);
+  const bool isSame = reference.device == entry.device && reference.inode == entry.inode;
+  return isSame ? index : 0;
+}
+
 OSErr OpenRoot(FolderUse use, int *descriptor, FolderIndex keepOpen) {
   int opened = -1;
   if (int error = OpenAt(AT_FDCWD, "/", use, 0, keepOpen, &opened); error != 0) {
@@ -211,26 +271,23 @@ OSErr OpenRoot(FolderUse use, int *descriptor, FolderIndex keepOpen) {
 }
 
 /// The table's place for a folder that was found as `name` in `parent`.
-FolderIndex PlaceFor(FolderIndex parent, std::string_view name, const Identity &identity) {
+FolderIndex PlaceFor(const Place &place, const Identity &identity, KeepFor keepFor) {
   FolderTable &table = Table();
-  const FolderIndex known = FindFolder(parent, name);
+  // What is to stay must not lead through what a run has brought in.
+  const FolderIndex known =
+      keepFor == KeepFor::kProcess ? In(table.lastingPlaces, place) : table.Find(place);
   if (known != 0) {
-    const FolderEntry &entry = table.entries[known];
+    const FolderEntry &entry = table.At(known);
     if (entry.device == identity.device && entry.inode == identity.inode) return known;
-    if (entry.scan == table.scan) NoteFolderUnread(parent, name, errFSRefsDifferent);
+    if (entry.scan == table.scan) NoteFolderUnread(place.parent, place.name, errFSRefsDifferent);
   }
-  const auto added = static_cast<FolderIndex>(table.entries.size());
-  const char *const kept = KeepName(name);
-  table.entries.push_back(
-      {parent, static_cast<std::uint16_t>(name.size()), -1, kept, identity.device, identity.inode});
-  table.byPlace.insert_or_assign({parent, {kept, name.size()}}, added);
-  return added;
+  return table.Add(place, identity, keepFor);
 }
 
 /// Opens a folder and enters it.
 OSErr OpenAndEnter(FolderIndex parent, const char *name, FolderUse use,
                    const ItemReference *expected, FolderIndex *folder, int *descriptor,
-                   ItemStatus *found) {
+                   ItemStatus *found, KeepFor keepFor = KeepFor::kRun) {
   int parentDescriptor = -1;
   if (OSErr error = OpenTableFolder(parent, &parentDescriptor); error != noErr) return error;
   int opened = -1;
@@ -247,7 +304,7 @@ OSErr OpenAndEnter(FolderIndex parent, const char *name, FolderUse use,
     Tree().CloseFolder(opened);
     return error;
   }
-  *folder = PlaceFor(parent, name, {found->device, found->identity.inode});
+  *folder = PlaceFor({parent, name}, {found->device, found->identity.inode}, keepFor);
   // What was open before may be unfit for listing, so the newer descriptor stays.
   CloseFolder(*folder);
   *descriptor = Table().Keep(*folder, opened, parent);
@@ -257,13 +314,26 @@ OSErr OpenAndEnter(FolderIndex parent, const char *name, FolderUse use,
 }  // namespace
 
 const FolderEntry &EntryOf(FolderIndex folder) {
-  return Table().entries[folder];
+  return Table().At(folder);
+}
+
+bool IsKnownFolder(FolderIndex folder) {
+  return EntryOf(folder).parent != 0;
+}
+
+void ForgetFoldersOfRun() {
+  FolderTable &table = Table();
+  table.foundIndex = table.refIndex = 0;
+  table.placesOfRun = {};
+  table.runsBefore += static_cast<FolderIndex>(table.ofRun.size());
+  table.ofRun = {};
+  ForgetNamesOfRun();
 }
 
 OSErr OpenTableFolder(FolderIndex folder, int *descriptor, FolderIndex keepOpen) {
   FolderTable &table = Table();
-  if (folder == 0 || folder >= table.entries.size()) return paramErr;
-  if (table.entries[folder].slot >= 0) {
+  if (!IsKnownFolder(folder)) return paramErr;
+  if (table.At(folder).slot >= 0) {
     *descriptor = table.Use(folder);
     return noErr;
   }
@@ -271,11 +341,11 @@ OSErr OpenTableFolder(FolderIndex folder, int *descriptor, FolderIndex keepOpen)
 
   std::vector<FolderIndex> closed;  // from `folder` up to below the first one that is open
   FolderIndex above = folder;
-  while (table.entries[above].slot < 0 && above != kRootFolder) {
+  while (table.At(above).slot < 0 && above != kRootFolder) {
     closed.push_back(above);
-    above = table.entries[above].parent;
+    above = table.At(above).parent;
   }
-  if (table.entries[above].slot >= 0) {
+  if (table.At(above).slot >= 0) {
     *descriptor = table.Use(above);
   } else if (OSErr error = OpenRoot(FolderUse::kPlace, descriptor, keepOpen); error != noErr) {
     return error;
@@ -290,7 +360,8 @@ OSErr OpenTableFolder(FolderIndex folder, int *descriptor, FolderIndex keepOpen)
 
 OSErr EnterFolder(FolderIndex parent, const char *name, FolderIndex *folder, int *descriptor) {
   ItemStatus found;
-  return OpenAndEnter(parent, name, FolderUse::kPlace, nullptr, folder, descriptor, &found);
+  return OpenAndEnter(parent, name, FolderUse::kPlace, nullptr, folder, descriptor, &found,
+                      KeepFor::kProcess);
 }
 
 OSErr EnterFolder(const ItemReference &folder, FolderIndex *index, int *descriptor) {
@@ -310,7 +381,7 @@ OSErr EnterFolderForListing(const ItemReference &folder, FolderIndex *index, int
              error != noErr) {
     return error;
   }
-  Table().entries[*index].listedState = folder.IsRoot() ? 0 : SettledState(found, *descriptor);
+  Table().At(*index).listedState = folder.IsRoot() ? 0 : SettledState(found, *descriptor);
   return noErr;
 }
 
@@ -323,19 +394,18 @@ bool IsListingCurrent(FolderIndex folder) {
   return Tree().Look(descriptor, "", &status) == 0 && status.changed == entry.listedState;
 }
 
-bool HasListingHeld(FolderIndex folder) {
-  if (EntryOf(folder).trustedListing == FolderListingCount())
-    return EntryOf(folder).listedState != 0;
+bool HasListingHeld(FolderIndex folder, std::uint64_t step) {
+  const FolderEntry &entry = EntryOf(folder);
+  if (entry.trustedInStep == step) return entry.listedState != 0;
   if (!IsListingCurrent(folder)) return false;
-  Table().entries[folder].trustedListing = FolderListingCount();
+  Table().At(folder).trustedInStep = step;
   return true;
 }
 
 FSRef RefOfFolder(FolderIndex folder) {
-  // Asked twice for every file; what an entry says of its folder never changes.
-  static FolderIndex madeLast = 0;
-  static FSRef ref;
-  if (madeLast == folder) return ref;
+  FolderTable &table = Table();
+  if (table.refIndex == folder) return table.ref;
+  if (!IsKnownFolder(folder)) return {};
   const FolderEntry &entry = EntryOf(folder);
   ItemReference reference{};
   reference.device = entry.device;
@@ -343,22 +413,36 @@ FSRef RefOfFolder(FolderIndex folder) {
   reference.folder = entry.parent;
   reference.kind = ItemKind::kFolder;
   reference.isIdentified = true;
-  reference.SetName({entry.name, entry.nameLength});
-  ref = RefHolding(reference);
-  madeLast = folder;
-  return ref;
+  reference.SetName(NameOf(entry), (folder & kOfRun) != 0 ? KeepFor::kRun : KeepFor::kProcess);
+  table.ref = RefHolding(reference);
+  table.refIndex = folder;
+  return table.ref;
+}
+
+OSErr FindTableFolder(const FSRef &folder, FolderIndex *index, int *descriptor) {
+  FolderTable &table = Table();
+  if (table.foundIndex != 0 && IsSameReference(folder, table.foundLast)) {
+    *index = table.foundIndex;
+    return OpenTableFolder(*index, descriptor);
+  }
+  const ItemReference &reference = ReferenceIn(folder);
+  if (reference.folder == 0) return paramErr;
+  *index = IndexInTable(reference);
+  if (*index == 0) return EnterFolder(reference, index, descriptor);
+  table.foundLast = folder;
+  table.foundIndex = *index;
+  return OpenTableFolder(*index, descriptor);
 }
 
 void CloseFolder(FolderIndex folder) {
   FolderTable &table = Table();
-  if (table.entries[folder].slot >= 0) {
-    table.Close(table.slots[static_cast<std::size_t>(table.entries[folder].slot)]);
+  if (table.At(folder).slot >= 0) {
+    table.Close(table.slots[static_cast<std::size_t>(table.At(folder).slot)]);
   }
 }
 
 FolderIndex FindFolder(FolderIndex parent, std::string_view name) {
-  const auto found = Table().byPlace.find({parent, name});
-  return found == Table().byPlace.end() ? 0 : found->second;
+  return Table().Find({parent, name});
 }
 
 void ForgetScan() {
@@ -367,16 +451,16 @@ void ForgetScan() {
 }
 
 void NoteFolderRead(FolderIndex folder) {
-  Table().entries[folder].scan = Table().scan;
+  Table().At(folder).scan = Table().scan;
 }
 
 void NoteFolderUnread(FolderIndex parent, std::string_view name, OSErr error) {
-  Table().unread.try_emplace({parent, {KeepName(name), name.size()}}, error);
+  Table().unread.try_emplace({parent, {KeepName(name, KeepFor::kRun), name.size()}}, error);
 }
 
 OSErr CheckReadByScan(FolderIndex folder) {
   const FolderTable &table = Table();
-  const FolderEntry &entry = table.entries[folder];
+  const FolderEntry &entry = EntryOf(folder);
   const auto found = table.unread.find({entry.parent, NameOf(entry)});
   return found == table.unread.end() ? noErr : found->second;
 }

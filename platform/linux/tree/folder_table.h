@@ -1,5 +1,5 @@
 /// The process-wide table of the folders that references lie in, and the few descriptors open on
-/// them.
+/// them. Folders that paths lead through stay in it; those that a run works in until it is over.
 ///
 /// A folder is known by the folder it lies in, its name there, and the device and inode it had when
 /// it was entered. It is reached by `openat` from its parent and checked against that identity, so
@@ -17,30 +17,39 @@ struct FolderEntry {
   FolderIndex parent;
   std::uint16_t nameLength;
   std::int16_t slot = -1;  ///< where its descriptor is kept; -1 while it is not open
-  const char *name;        ///< kept for the life of the process
+  const char *name;        ///< kept as long as the entry
   dev_t device;
   ino_t inode;
   std::uint32_t scan = 0;  ///< the run whose scan has read it last; 0: none
   /// When it had last changed as it was listed, in nanoseconds; 0: unknown.
   std::int64_t listedState = 0;
-  /// The listing count at which its listing was found to hold.
-  std::uint64_t trustedListing = 0;
+  /// The step of the work in which its listing was found to hold.
+  std::uint64_t trustedInStep = 0;
 };
 
-/// The entry of a folder that is in the table; the reference holds until a folder is added.
+/// The entry of a folder; the reference holds until a folder is added. For one that is not in the
+/// table, any more, it is the entry of no folder: its parent is 0.
 const FolderEntry &EntryOf(FolderIndex folder);
+
+bool IsKnownFolder(FolderIndex folder);
+
+/// Takes out of the table what a run has brought in, with the names. No place of it is given to
+/// another folder later.
+void ForgetFoldersOfRun();
 
 /// Opens a folder of the table, or finds it open, and sets a borrowed descriptor, good for `*at`
 /// calls: it may be opened with O_PATH. `keepOpen` is another folder whose descriptor must stay
-/// open meanwhile, 0 for none. fnfErr when another item stands in its place.
+/// open meanwhile, 0 for none. fnfErr when another item stands in its place, paramErr for a folder
+/// that is not in the table.
 OSErr OpenTableFolder(FolderIndex folder, int *descriptor, FolderIndex keepOpen = 0);
 
 /// Enters the folder called `name` in `parent`: opens it, as a place only (O_PATH), and puts it
 /// into the table with the identity it has. The table then owns the descriptor.
+/// It is there to stay.
 OSErr EnterFolder(FolderIndex parent, const char *name, FolderIndex *folder, int *descriptor);
 
-/// The same for a folder that has been seen: where the reference identifies it, it has to be the
-/// same (else fnfErr).
+/// The same for the run in hand, and for a folder that has been seen: where the reference
+/// identifies it, it has to be the same (else fnfErr).
 OSErr EnterFolder(const ItemReference &folder, FolderIndex *index, int *descriptor);
 
 /// The same, opened for reading, and with its state noted for IsListingCurrent.
@@ -52,9 +61,13 @@ OSErr EnterFolderForListing(const ItemReference &folder, FolderIndex *index, int
 /// that does not keep times finely, or whose folders others change unseen.
 bool IsListingCurrent(FolderIndex folder);
 
-/// Whether the names listed of a folder were still all there when the work in hand, which may have
-/// changed it since, came to it first.
-bool HasListingHeld(FolderIndex folder);
+/// Whether the names listed of a folder were still all there when this step of the work, which may
+/// have changed it since, came to it first.
+bool HasListingHeld(FolderIndex folder, std::uint64_t step);
+
+/// The place in the table of the folder that a reference leads to, opened. dirNFErr when it is
+/// none.
+OSErr FindTableFolder(const FSRef &folder, FolderIndex *index, int *descriptor);
 
 /// The folder's own reference.
 FSRef RefOfFolder(FolderIndex folder);

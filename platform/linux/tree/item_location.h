@@ -22,9 +22,6 @@ OSErr LocateItem(const FSRef &item, ItemLocation *location);
 /// Opens the item itself as a folder, under the same checks. dirNFErr when it is not one.
 OSErr OpenFolder(const FSRef &folder, int *descriptor);
 
-/// The same, and the folder's place in the table of folders.
-OSErr FindTableFolder(const FSRef &folder, FolderIndex *index, int *descriptor);
-
 /// The item's name as on disk; "/" for the root.
 std::string_view NameOnDisk(const FSRef &item);
 
@@ -33,7 +30,3 @@ std::string PathOnDisk(const FSRef &item);
 
 /// Whether the item is known, without asking the disk, not to be a folder.
 bool IsKnownPlainItem(const FSRef &item);
-
-/// How many folders have been listed in this process. While it stands still, what was found out
-/// about an item just now is still good for the next step of the same work.
-std::uint64_t FolderListingCount();

@@ -6,17 +6,42 @@
 #include <cstring>
 #include <memory_resource>
 #include <new>
+#include <optional>
 #include <unordered_set>
 
-const char *KeepName(std::string_view bytes) {
-  // Names are never given back, so they stand close together: a run whose every file gets a long
-  // new name keeps as many.
-  static std::pmr::monotonic_buffer_resource memory(std::size_t{16} * 1024);
-  static std::pmr::unordered_set<std::string_view> names(&memory);
-  if (const auto known = names.find(bytes); known != names.end()) return known->data();
-  char *const kept = static_cast<char *>(memory.allocate(bytes.size() + 1, 1));
-  *std::copy(bytes.begin(), bytes.end(), kept) = '\0';
-  return names.emplace(kept, bytes.size()).first->data();
+namespace {
+
+/// Names stand close together: a run whose every file gets a long new name keeps as many.
+class CNames {
+ public:
+  const char *Keep(std::string_view bytes) {
+    if (const auto known = names_.find(bytes); known != names_.end()) return known->data();
+    char *const kept = static_cast<char *>(memory_.allocate(bytes.size() + 1, 1));
+    *std::copy(bytes.begin(), bytes.end(), kept) = '\0';
+    return names_.emplace(kept, bytes.size()).first->data();
+  }
+
+ private:
+  std::pmr::monotonic_buffer_resource memory_{std::size_t{16} * 1024};
+  std::pmr::unordered_set<std::string_view> names_{&memory_};
+};
+
+std::optional<CNames> &NamesOfRun() {
+  static std::optional<CNames> names;
+  return names;
+}
+
+}  // namespace
+
+const char *KeepName(std::string_view bytes, KeepFor keepFor) {
+  static CNames names;
+  if (keepFor == KeepFor::kProcess) return names.Keep(bytes);
+  if (!NamesOfRun()) NamesOfRun().emplace();
+  return NamesOfRun()->Keep(bytes);
+}
+
+void ForgetNamesOfRun() {
+  NamesOfRun().reset();
 }
 
 const char *ItemReference::Name() const {
@@ -26,13 +51,13 @@ const char *ItemReference::Name() const {
   return kept;
 }
 
-void ItemReference::SetName(std::string_view bytes) {
+void ItemReference::SetName(std::string_view bytes, KeepFor keepFor) {
   nameLength = static_cast<std::uint16_t>(bytes.size());
   std::memset(name, 0, sizeof name);
   if (bytes.size() <= kInlineNameSize) {
     std::memcpy(name, bytes.data(), bytes.size());
   } else {
-    const char *kept = KeepName(bytes);
+    const char *kept = KeepName(bytes, keepFor);
     std::memcpy(name, &kept, sizeof kept);
   }
 }

@@ -31,6 +31,12 @@ class CPackedDevice {
   std::uint32_t bits_ = 0;
 };
 
+/// How long what a reference needs is kept: the folder it lies in, and its name if that is long.
+enum class KeepFor {
+  kRun,      ///< until EndRun: whatever is found in a folder that is being worked in
+  kProcess,  ///< whatever has come from outside, as a path or a specification
+};
+
 /// An item by the folder it lies in and its name there.
 struct ItemReference {
   /// Room for twenty characters and what makes a taken name unique.
@@ -51,7 +57,7 @@ struct ItemReference {
   std::string_view NameView() const { return {Name(), nameLength}; }
   /// Whether it is the root folder, which lies in itself under the name "/".
   bool IsRoot() const;
-  void SetName(std::string_view bytes);
+  void SetName(std::string_view bytes, KeepFor keepFor = KeepFor::kRun);
 };
 static_assert(sizeof(ItemReference) == sizeof(FSRef));
 
@@ -62,5 +68,6 @@ FSRef RefHolding(const ItemReference &reference);
 /// item.
 bool IsSameReference(const FSRef &first, const FSRef &second);
 
-/// A name kept for the life of the process; the same name is kept once. Zero-terminated.
-const char *KeepName(std::string_view bytes);
+/// A name that is kept for so long; the same name is kept once. Zero-terminated.
+const char *KeepName(std::string_view bytes, KeepFor keepFor);
+void ForgetNamesOfRun();

@@ -14,7 +14,7 @@ OSErr ReadItemStatus(const FSRef &item, ItemStatus *status, ItemLocation *locati
 }
 
 ItemReference ReferenceToSeenItem(FolderIndex folder, std::string_view name,
-                                  const ItemStatus &status) {
+                                  const ItemStatus &status, KeepFor keepFor) {
   ItemReference reference{};
   reference.device = status.device;
   reference.inode = status.identity.inode;
@@ -23,6 +23,6 @@ ItemReference ReferenceToSeenItem(FolderIndex folder, std::string_view name,
   // A file saved anew under its name is still the user's file of that name; a folder is entered, so
   // it must be the same.
   reference.isIdentified = status.IsFolder();
-  reference.SetName(name);
+  reference.SetName(name, keepFor);
   return reference;
 }

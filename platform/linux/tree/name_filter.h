@@ -8,27 +8,67 @@
 /// move to such a name fails, as it never replaces anything, and the name is noted then. What is
 /// among them is looked up on disk. Of any other folder the one name is known that was found free
 /// last: a file whose name is taken passes through a name that is free, the same for every file of
-/// its folder. All is forgotten when any folder is listed for other reasons, since that is when
-/// other work begins.
+/// its folder. All is forgotten when another step of the work begins.
 #pragma once
 
+#include <cstdint>
 #include <string_view>
+#include <vector>
 
-#include "platform/linux/tree/item_reference.h"
+#include "platform/linux/tree/tree_layer.h"
 
-/// Whether `name` is known to be free in the folder, which is open as `descriptor`. False when it
-/// has to be looked up.
-bool IsNameKnownToBeFree(FolderIndex folder, int descriptor, std::string_view name);
+/// A set of 32-bit hashes, none of them 0, in one block: open addressing, at most three quarters
+/// full.
+class CHashSet {
+ public:
+  void Clear();
+  void Insert(std::uint32_t hash);
+  void Erase(std::uint32_t hash);
+  bool Contains(std::uint32_t hash) const { return slots_[Find(hash)] == hash; }
+  void Prefetch(std::uint32_t hash) const {
+    __builtin_prefetch(&slots_[hash & (slots_.size() - 1)]);
+  }
 
-/// Notes that a lookup on disk has found the name free.
-void NoteFreeName(FolderIndex folder, std::string_view name);
+ private:
+  static constexpr std::size_t kSmallest = 1024;
 
-/// Notes that the folder holds an item of that name, or did a moment ago.
-void NoteNameInFolder(FolderIndex folder, std::string_view name);
+  std::size_t Find(std::uint32_t hash) const;
+  void Grow();
 
-/// Notes that the program has taken the item of that name out of the folder, or renamed it.
-void NoteNameGone(FolderIndex folder, std::string_view name);
+  std::vector<std::uint32_t> slots_ = std::vector<std::uint32_t>(kSmallest, 0);
+  std::size_t count_ = 0;
+};
 
-/// Has the memory fetched in which a lookup of `name` will look: by then it has long been pushed
-/// out of the processor's cache by the work on the files before.
-void PrepareLookup(std::string_view name);
+class CNameFilter {
+ public:
+  void Forget();
+
+  /// Whether `name` is known to be free in the folder, which is open as `descriptor`. False when it
+  /// has to be looked up.
+  bool IsFree(FolderIndex folder, int descriptor, std::string_view name);
+
+  /// Notes that a lookup on disk has found the name free.
+  void NoteFree(FolderIndex folder, std::string_view name);
+  /// Notes that the folder holds an item of that name, or did a moment ago.
+  void NoteTaken(FolderIndex folder, std::string_view name);
+  /// Notes that the program has taken the item of that name out of the folder, or renamed it.
+  void NoteGone(FolderIndex folder, std::string_view name);
+
+  /// Has the memory fetched in which a lookup of `name` will look: by then it has long been pushed
+  /// out of the processor's cache by the work on the files before.
+  void PrepareLookup(std::string_view name) const;
+
+ private:
+  bool ListNames(int descriptor);
+  bool IsOther(FolderIndex folder, std::string_view name) const;
+
+  FolderIndex folder_ = 0;  ///< 0: none has been looked into
+  int lookups_ = 0;
+  bool isListed_ = false;
+  CHashSet names_;
+
+  /// The name looked up last in another folder.
+  FolderIndex otherFolder_ = 0;
+  std::uint32_t otherName_ = 0;
+  bool isOtherFree_ = false;
+};

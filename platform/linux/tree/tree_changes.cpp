@@ -35,7 +35,7 @@ struct Place {
 };
 
 bool LookAt(const Place &place, ItemStatus *item) {
-  return Tree().Look(place.folder.descriptor, place.name, item) == 0;
+  return Tree().LookUp(place.folder, place.name, item) == 0;
 }
 
 bool IsThere(const Place &place) {

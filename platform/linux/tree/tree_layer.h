@@ -102,6 +102,10 @@ class CTreeLayer {
   virtual int Look(int folder, const char *name, ItemStatus *status) {
     return below_->Look(folder, name, status);
   }
+  /// The same for a name that may be taken or free.
+  virtual int LookUp(const OpenedFolder &folder, const char *name, ItemStatus *status) {
+    return below_->LookUp(folder, name, status);
+  }
   /// Looks at what a link leads to, on a way that never leaves the folder or its volume.
   virtual int LookBehindLink(int folder, const char *name, ItemStatus *status) {
     return below_->LookBehindLink(folder, name, status);

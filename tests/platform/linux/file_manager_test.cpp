@@ -17,7 +17,7 @@
 #include "platform/linux/system/disk_names.h"
 #include "platform/linux/tree/folder_descriptors.h"
 #include "platform/linux/tree/item_location.h"
-#include "platform/linux/tree/run_memory.h"
+#include "platform/linux/tree/tree_memory.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/tree_change_fault.h"
 
@@ -28,7 +28,7 @@ class FileManager : public testing::Test {
   void TearDown() override {
     SetTreeChangeFault(nullptr);
     // What the faults said of the volume is not so.
-    ForgetEarlierRun();
+    Memory().BeginRun();
   }
 
   FSRef RefAt(std::string_view relative) const {

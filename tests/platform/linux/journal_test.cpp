@@ -15,7 +15,7 @@
 #include "platform/linux/history/journal_reader.h"
 #include "platform/linux/history/run_journal.h"
 #include "platform/linux/system/disk_names.h"
-#include "platform/linux/tree/item_location.h"
+#include "platform/linux/tree/folder_table.h"
 #include "tests/support/temporary_folder.h"
 
 namespace {
