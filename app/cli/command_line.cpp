@@ -24,18 +24,25 @@ These hold for this run; without them the stored preferences do.
 
   --preferences                       show the preferences and where each comes from
   --set KEY=VALUE                     store a preference: true or false, or a number
-  --quiet                             do not show what is being done
-  --verbose                           tell of each file that is left in place, renamed or
-                                      deleted, and why
-  --json                              print the same on standard output in the end, as JSON
+  --quiet                             show nothing while it works, except problems
+  --verbose                           name each file that is left in place, renamed or
+                                      deleted, and say why
+  --json                              print the same on standard output when all is done,
+                                      as JSON
   --force                             flatten even / or your home folder
   --help, --version                   show this text, or the version
   --                                  ends the options
 
-Ctrl-C stops after the file in hand, a second one quits. Exit status: 0 done; 1 a FOLDER
-could not be used, or output not be written; 2 wrong usage, nothing was touched; 3 done, but
-something was left in place, not looked into, collated or deleted that should have been, or
-deleted without having been moved; 130, 143 stopped by a signal.
+Ctrl-C ends the program after the file in hand; nothing is deleted any more.
+
+Exit status:
+  0    every file that was found is where it should be
+  1    a FOLDER could not be used, a preference could not be stored, or output could not be
+       written
+  2    wrong usage; nothing was touched
+  3    something was left in place, not reached, not looked into, not collated, not deleted
+       although it should have been, or deleted without having been moved
+  130, 143, 129    ended by Ctrl-C, SIGTERM, or the terminal going away
 )";
 
 /// Tells operands from options beforehand, because operands are bytes: in some of them the library

@@ -22,7 +22,7 @@ constexpr KnownResult kKnownResults[] = {
     {paramErr, {"paramErr", "the file system has no way to do it"}},
     {permErr, {"permErr", "the system does not permit it"}},
     {memFullErr, {"memFullErr", "there is not enough memory"}},
-    {dirNFErr, {"dirNFErr", "what should be a folder is none"}},
+    {dirNFErr, {"dirNFErr", "what should be a folder is not one"}},
     {userCanceledErr, {"userCanceledErr", "the program was told to end"}},
     {diffVolErr, {"diffVolErr", "it lies on another volume"}},
     {afpAccessDenied, {"afpAccessDenied", "permission is denied"}},

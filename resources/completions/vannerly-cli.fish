@@ -14,9 +14,9 @@ complete -c vannerly-cli -l set -x -d 'Store a preference' -a "
   Operation={1,2}
   {RenameDuplicates,IgnoreApplications,DeleteEmptiedFolders}={true,false}
   {AggregateFilesWhenDone,QuitWhenDone}={true,false}"
-complete -c vannerly-cli -l quiet -d 'Show nothing while working'
-complete -c vannerly-cli -l verbose -d 'Tell of each file left in place, renamed or deleted'
-complete -c vannerly-cli -l json -d 'Print the same in the end, as JSON'
+complete -c vannerly-cli -l quiet -d 'Show nothing while working, except problems'
+complete -c vannerly-cli -l verbose -d 'Name each file left in place, renamed or deleted'
+complete -c vannerly-cli -l json -d 'Print the same as JSON when all is done'
 complete -c vannerly-cli -l force -d 'Flatten even / or the home folder'
 complete -c vannerly-cli -l help -d 'Show the options'
 complete -c vannerly-cli -l version -d 'Show the version'

@@ -1,5 +1,5 @@
 /// Loaded before the program, makes the disk a slow one, or one that cannot be told to rename
-/// without replacing. Both are told by environment variables:
+/// without replacing. Environment variables say what:
 ///
 ///   OTHER_DISK_DELAY_US         every rename takes that many microseconds longer
 ///   OTHER_DISK_DELETE_DELAY_US  so does every deletion

@@ -15,7 +15,7 @@ void LookAt(std::string_view uri) {
   Require(path->find('\0') == std::string::npos, "a path holds no zero");
   Require(LocalPathFromUri(UriFromPath(*path)) == path, "a path makes the round trip");
   const Admission admission = AdmitUri(std::string(uri));
-  Require(admission.path.starts_with('/'), "what is told of is told of by an absolute path");
+  Require(admission.path.starts_with('/'), "it is named by an absolute path");
   Require(admission.folder.has_value() == admission.reason.empty(), "what stays out has a reason");
   Require(!admission.folder || (admission.path != "/" && admission.path != std::getenv("HOME")),
           "the root and the home stay out");
