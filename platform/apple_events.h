@@ -39,7 +39,6 @@ using AppleEvent = AEDesc;
 using AEAddressDesc = AEDesc;
 
 OSErr AECreateDesc(DescType type, const void *data, std::size_t size, AEDesc *result);
-OSErr AEDisposeDesc(AEDesc *desc);
 
 /// Makes an empty list. Factoring is not supported and records are not: pass none and false.
 OSErr AECreateList(const void *factoring, std::size_t factoredSize, bool isRecord,

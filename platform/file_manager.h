@@ -104,7 +104,7 @@ OSErr FSGetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, FSCatalo
 /// (permErr), because the change would show at the other links too.
 OSErr FSSetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, const FSCatalogInfo &info);
 
-/// The items of one folder being read. Given back by FSCloseIterator, or by letting it go.
+/// The items of one folder being read. Given back by letting it go.
 struct FolderIterator;
 struct FolderIteratorCloser {
   void operator()(FolderIterator *iterator) const;
@@ -127,7 +127,6 @@ inline constexpr FSIteratorFlags kFSIterateScan = 0x100;
 /// scan that could not read the folder, with errFSRefsDifferent where the scan has met another
 /// folder in its place, and with fBsyErr on a folder on which another volume is mounted.
 OSErr FSOpenIterator(const FSRef &container, FSIteratorFlags flags, FSIterator *iterator);
-OSErr FSCloseIterator(FSIterator &iterator);
 
 /// Why the folder could not be opened or listed; noErr when it could.
 OSErr FSGetIteratorError(const FSIterator &iterator);

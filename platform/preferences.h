@@ -40,9 +40,6 @@ PreferenceSource PreferencesSourceOfAppValue(std::string_view key);
 /// Sets a value for the rest of this process only, before every stored one. Never written.
 void PreferencesSetValueForThisRun(std::string_view key, const CFPreferenceValue &value);
 
-/// The path of the user's file, whether it exists or not; empty when the user has no home.
-std::string PreferencesUserFilePath();
-
 /// Why a write failed or a file counts as empty: "PATH:LINE: reason" or "PATH: reason". Called on
 /// the main thread once for each problem. With no handler set, problems go to the system log alone.
 using PreferencesProblemHandler = void (*)(const std::string &problem);

@@ -51,11 +51,6 @@ OSErr AECreateDesc(DescType type, const void *data, std::size_t size, AEDesc *re
   return noErr;
 }
 
-OSErr AEDisposeDesc(AEDesc *desc) {
-  *desc = AEDesc{};
-  return noErr;
-}
-
 OSErr AECreateList(const void *factoring, std::size_t factoredSize, bool isRecord,
                    AEDescList *list) {
   if (factoring != nullptr || factoredSize != 0 || isRecord) return paramErr;

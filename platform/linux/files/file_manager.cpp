@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <string>
 
+#include "platform/linux/files/item_specs.h"
 #include "platform/linux/system/disk_names.h"
 #include "platform/linux/system/ending.h"
 #include "platform/linux/system/errors.h"

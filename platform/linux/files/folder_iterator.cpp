@@ -1,5 +1,6 @@
 #include <new>
 
+#include "platform/linux/files/item_specs.h"
 #include "platform/linux/system/disk_names.h"
 #include "platform/linux/system/errors.h"
 #include "platform/linux/system/meanwhile.h"
@@ -100,11 +101,6 @@ OSErr FSOpenIterator(const FSRef &container, FSIteratorFlags flags, FSIterator *
 
 OSErr FSGetIteratorError(const FSIterator &iterator) {
   return iterator == nullptr ? paramErr : iterator->listing->Error();
-}
-
-OSErr FSCloseIterator(FSIterator &iterator) {
-  iterator.reset();
-  return noErr;
 }
 
 OSErr FSGetCatalogInfoBulk(const FSIterator &iterator, std::uint32_t maximum, std::uint32_t *actual,

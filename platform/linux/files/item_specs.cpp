@@ -1,3 +1,5 @@
+#include "platform/linux/files/item_specs.h"
+
 #include <cstring>
 
 #include "platform/linux/tree/folder_table.h"

@@ -16,8 +16,6 @@ class CPreferenceFile {
 
   CPreferenceFile(std::string path, ProblemHandler handler);
 
-  const std::string &Path() const { return path_; }
-
   /// Looks whether the file has changed, which costs one `stat`, and reads it again if so. A file
   /// that is missing, or that cannot be understood, has no values. Returns whether it was read.
   bool Refresh();

@@ -91,8 +91,6 @@ class CPreferenceDomain {
     if (!pending_.empty() && getpid() == owner_) (void)WritePending(CoarseTime());
   }
 
-  std::string UserFilePath() const { return userFile_ ? userFile_->Path() : std::string(); }
-
  private:
   FoundValue Search(std::string_view key) const {
     if (const auto found = forThisRun_.find(key); found != forThisRun_.end()) {
@@ -181,10 +179,6 @@ PreferenceSource PreferencesSourceOfAppValue(std::string_view key) {
 
 void PreferencesSetValueForThisRun(std::string_view key, const CFPreferenceValue &value) {
   if (IsStorable(value)) Domain().SetForThisRun(key, value);
-}
-
-std::string PreferencesUserFilePath() {
-  return Domain().UserFilePath();
 }
 
 void PreferencesSetProblemHandler(PreferencesProblemHandler handler) {

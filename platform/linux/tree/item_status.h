@@ -10,6 +10,3 @@ OSErr ReadItemStatus(const FSRef &item, ItemStatus *status, ItemLocation *locati
 /// The reference to an item that has just been seen in a folder.
 ItemReference ReferenceToSeenItem(FolderIndex folder, std::string_view name,
                                   const ItemStatus &status, KeepFor keepFor = KeepFor::kRun);
-
-/// The FSSpec of an item.
-FSSpec SpecOfItem(const ItemReference &item);
