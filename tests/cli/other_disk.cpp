@@ -3,6 +3,7 @@
 ///
 ///   OTHER_DISK_DELAY_US         every rename takes that many microseconds longer
 ///   OTHER_DISK_DELETE_DELAY_US  so does every deletion
+///   OTHER_DISK_HOLD             the N-th rename of an item with a temporary name never ends
 ///   OTHER_DISK_NO_FLAGS         a rename with flags fails with EINVAL, as on NFS
 ///   OTHER_DISK_REFUSALS         a file that gets one byte for each such failure
 
@@ -12,6 +13,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 
@@ -28,6 +30,13 @@ void TakeTime(const char *variable) {
   }
 }
 
+/// Whether this is the rename that is to be held.
+bool IsHeld(const char *from) {
+  static int renames = 0;
+  const char *number = std::getenv("OTHER_DISK_HOLD");
+  return number != nullptr && std::strcmp(from, "517A7274") == 0 && ++renames == std::atoi(number);
+}
+
 }  // namespace
 
 extern "C" int unlinkat(int folder, const char *name, int flags) noexcept {
@@ -42,6 +51,9 @@ extern "C" int renameat2(int fromFolder, const char *from, int toFolder, const c
   using Rename = int (*)(int, const char *, int, const char *, unsigned int);
   static const Rename next = reinterpret_cast<Rename>(dlsym(RTLD_NEXT, "renameat2"));
   TakeTime("OTHER_DISK_DELAY_US");
+  if (IsHeld(from)) {
+    for (;;) pause();
+  }
   if (flags != 0 && std::getenv("OTHER_DISK_NO_FLAGS") != nullptr) {
     if (const char *path = std::getenv("OTHER_DISK_REFUSALS"); path != nullptr) Note(path);
     errno = EINVAL;

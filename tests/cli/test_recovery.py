@@ -11,7 +11,7 @@ import unittest
 
 from cli_case import CliCase, slow_disk
 
-SLOW = 150_000  # microseconds that a rename takes longer
+SLOW = 3_000_000  # microseconds that a rename takes longer
 TEMPORARY = "517A7274"
 
 
@@ -24,13 +24,14 @@ class Recovery(CliCase):
             time.sleep(0.002)
 
     def test_the_next_start_puts_back_what_a_killed_one_was_moving(self):
-        for place, end in ((f"one/two/{TEMPORARY}", "is back in its place"),
-                           (TEMPORARY, "has its new name now")):
+        for step, place, end in ((1, f"one/two/{TEMPORARY}", "is back in its place"),
+                                 (2, TEMPORARY, "has its new name now")):
             with self.subTest(place):
                 subprocess.run(["rm", "-rf", self.path("drop")], check=True)
                 drop = self.make_sample()
                 before = self.tree(drop)
-                process = self.start(drop, environment=slow_disk(SLOW))
+                process = self.start(drop, environment={**slow_disk(0),
+                                                        "OTHER_DISK_HOLD": str(step)})
                 self.wait_until(lambda: os.path.exists(self.path("drop", place)), process)
                 process.send_signal(signal.SIGKILL)
                 self.finish(process, -signal.SIGKILL, None)
@@ -48,7 +49,7 @@ class Recovery(CliCase):
         self.make_sample("beside")
         os.symlink("above/drop", self.path("link"))
         before = self.tree(drop)
-        process = self.start(drop, environment=slow_disk(SLOW * 20))
+        process = self.start(drop, environment=slow_disk(SLOW))
         self.wait_until(lambda: self.journal_text().count("\nrename\t") > 0, process)
         for folder, where in ((drop, "it"), (drop + "/one", drop), (self.path("above"), drop),
                               (self.path("link"), "it")):
