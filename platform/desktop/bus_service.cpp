@@ -7,7 +7,6 @@
 
 #include "platform/desktop/commands.h"
 #include "platform/desktop/documents.h"
-#include "platform/desktop/event_loop.h"
 #include "platform/processes.h"
 
 namespace {
@@ -17,6 +16,8 @@ constexpr char kPath[] = "/com/brenmoor/Vannerly";
 constexpr char kInterface[] = "org.freedesktop.Application";
 constexpr char kPreferencesAction[] = "preferences";
 constexpr int kMillisecondsToAnswer = 10000;
+
+bool isNameReleased = false;
 
 /// The token by which the desktop lets a window come to the front; the platform plug-in takes it
 /// from the environment.
@@ -56,7 +57,7 @@ bool HandOver(QDBusConnection &bus, const StartRequest &request) {
 }  // namespace
 
 bool BusService::IsTooLate() const {
-  if (!IsQuitting()) return false;
+  if (!isNameReleased) return false;
   sendErrorReply(QDBusError::Failed, QStringLiteral("Vannerly is about to quit"));
   return true;
 }
@@ -102,6 +103,7 @@ BusOutcome ClaimBusName(const StartRequest &request) {
 }
 
 void ReleaseBusName() {
+  isNameReleased = true;
   QDBusConnection bus = QDBusConnection::sessionBus();
   if (bus.isConnected()) (void)bus.unregisterService(QLatin1String(kName));
 }

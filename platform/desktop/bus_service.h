@@ -44,5 +44,6 @@ struct StartRequest {
 /// over to that one, which comes to the front when nothing is asked of it.
 BusOutcome ClaimBusName(const StartRequest &request);
 
-/// Gives the name up: from now on a new start is a program of its own.
+/// Gives the name up: from now on a new start is a program of its own, and a call that has been
+/// under way is answered with an error.
 void ReleaseBusName();

@@ -18,6 +18,7 @@
 #include "platform/desktop/quit_signals.h"
 #include "platform/desktop/shades.h"
 #include "platform/desktop/uris.h"
+#include "platform/desktop/usual_commands.h"
 #include "platform/journal.h"
 #include "platform/linux/system/descriptor.h"
 #include "platform/linux/system/standard_streams.h"
@@ -156,6 +157,7 @@ std::optional<int> OpenDesktop(int argc, char **argv) {
       break;
   }
   CatchQuitSignals();
+  InstallUsualCommands();
   new ColorScheme(qApp);  // Belongs to the application.
   PreferencesSetProblemHandler(TellProblem);
   JournalSetLineHandler(TellProblem);

@@ -16,13 +16,15 @@ struct OpaqueDrag {
   WindowRef window;  ///< the window that it is over
 };
 
-/// Takes the drags over one window to the handlers installed on it.
-class DropSite {
- public:
-  DropSite(WindowRef window, QWidget *content) : window_(window), content_(content) {}
+/// Takes the drags over one window to the handlers installed on it. Belongs to the window.
+class DropSite final : public QObject {
+  Q_OBJECT
 
-  /// Whether the event was one of a drag.
-  bool Handle(QEvent *event);
+ public:
+  /// The one of that window, which has one from then on.
+  static DropSite &Of(WindowRef window);
+
+  bool eventFilter(QObject *watched, QEvent *event) override;
 
   void ShowFrame(const Rect &bounds, bool inside);
   void HideFrame();
@@ -33,13 +35,14 @@ class DropSite {
   void *receiveRefCon = nullptr;
 
  private:
+  explicit DropSite(WindowRef window);
+
   void Enter(const QMimeData &data);
   void Leave();
   void TellWhyNot() const;
   void Track(DragTrackingMessage message);
 
   WindowRef window_;
-  QWidget *content_;
   OpaqueDrag drag_{};
   std::vector<std::string> problems_;  ///< with what else is being dragged
   bool isInside_ = false;

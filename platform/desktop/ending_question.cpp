@@ -7,11 +7,9 @@
 
 #include "platform/common/event_queue.h"
 #include "platform/common/timers.h"
-#include "platform/desktop/commands.h"
-#include "platform/desktop/event_loop.h"
 #include "platform/desktop/window.h"
-#include "platform/linux/system/ending.h"
 #include "platform/linux/preferences/preference_domain.h"
+#include "platform/linux/system/ending.h"
 
 namespace {
 
@@ -24,6 +22,8 @@ struct Question {
 Question question;
 QPointer<QMessageBox> questionBox;
 
+std::uint64_t foldersBeforeThisRun = 0;
+
 bool IsDeletionWanted() {
   (void)CFPreferencesAppSynchronize();
   const auto value = ValueBeforeEnding("DeleteEmptiedFolders");
@@ -34,7 +34,7 @@ bool IsDeletionWanted() {
 /// Whether folders come after the one in hand. One that could not be taken, as another process has
 /// it, counts among them: better a question too many.
 bool AreFoldersLeft() {
-  const std::uint64_t taken = TheFolderInHand().number - FoldersBeforeThisRun();
+  const std::uint64_t taken = TheFolderInHand().number - foldersBeforeThisRun;
   return taken < static_cast<std::uint64_t>(FoldersOfEventInHand());
 }
 
@@ -85,8 +85,7 @@ QString Explanation(OSType command) {
 }
 
 void Ask() {
-  auto *box =
-      new QMessageBox(MainDesktopWindow() != nullptr ? MainDesktopWindow()->widget : nullptr);
+  auto *box = new QMessageBox(MainWindowWidget());
   // Beside the event loop, never in one of its own: the run goes on, and may end by itself.
   box->setModal(false);
   box->setWindowTitle(QObject::tr("Vannerly"));
@@ -108,6 +107,10 @@ void Ask() {
 }
 
 }  // namespace
+
+void NoteRunAhead() {
+  foldersBeforeThisRun = TheFolderInHand().number;
+}
 
 bool HasToAskBefore(EventTargetRef target, OSType commandID) {
   if (commandID != kHICommandQuit && commandID != kHICommandCancel) return false;
@@ -145,5 +148,6 @@ void UpdateEndingQuestion() {
 
 void EndWithoutAsking() {
   NoteEnding();
-  GiveCommand(nullptr, kHICommandQuit);
+  TakeAway();
+  (void)SendCommand(nullptr, kHICommandQuit);
 }

@@ -3,6 +3,9 @@
 
 #include "platform/events.h"
 
+/// To be called whenever a run may begin: the folders taken from then on are its own.
+void NoteRunAhead();
+
 /// Whether the command has to wait for the user's answer: a Stop or Quit that would have files
 /// deleted for good with the folders in which they still are. The question is then on the screen,
 /// and the run goes on beside it; the answer sends the command, or does not.

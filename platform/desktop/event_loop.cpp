@@ -1,5 +1,4 @@
-#include "platform/desktop/event_loop.h"
-
+// The event loop of platform/events.h, and its yields.
 #include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QThread>
@@ -14,9 +13,8 @@
 #include "platform/desktop/waiting_folders.h"
 #include "platform/events.h"
 #include "platform/linux/system/coarse_time.h"
-#include "platform/linux/system/ending.h"
-#include "platform/linux/tree/folder_descriptors.h"
 #include "platform/linux/system/meanwhile.h"
+#include "platform/linux/tree/folder_descriptors.h"
 
 namespace {
 
@@ -27,7 +25,6 @@ constexpr std::int64_t kTimeBetweenLooks = 33'000'000;
 bool isQuitting = false;
 bool isYielding = false;
 std::int64_t lastLook = 0;
-std::uint64_t foldersBeforeThisRun = 0;
 
 /// What a yield does. Not inside a handler that another one has called: that would deliver events
 /// out of their order. Outside a run there is nothing to keep alive: the loop itself delivers and
@@ -83,7 +80,7 @@ class WakeUp {
   static void Fire() {
     // Left over from before a drag's loop began: the outer loop arms it again.
     if (!IsOuterLoop()) return;
-    foldersBeforeThisRun = TheFolderInHand().number;
+    NoteRunAhead();
     FireDueTimers(TimerClock::now());
     UpdateEndingQuestion();
     ShowWaitingFolders();
@@ -95,18 +92,6 @@ class WakeUp {
 };
 
 }  // namespace
-
-bool IsWorkInHand() {
-  return IsTimerFiring();
-}
-
-std::uint64_t FoldersBeforeThisRun() {
-  return foldersBeforeThisRun;
-}
-
-bool IsQuitting() {
-  return isQuitting;
-}
 
 void RunApplicationEventLoop() {
   if (isQuitting) return;

@@ -6,10 +6,12 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLineEdit>
+#include <QPointer>
 
 #include "platform/desktop/documents.h"
 #include "platform/desktop/notices.h"
 #include "platform/desktop/uris.h"
+#include "platform/desktop/window.h"
 #include "platform/linux/system/config_folders.h"
 #include "platform/linux/system/safe_file.h"
 
@@ -93,4 +95,10 @@ void FolderChooser::Open(const QStringList &folders) {
     uris.append(QString::fromStdString(UriFromPath(QFile::encodeName(folder).toStdString())));
   }
   if (!uris.isEmpty()) OpenUris(uris);
+}
+
+void OfferFolderChooser() {
+  static QPointer<FolderChooser> chooser;
+  if (chooser == nullptr) chooser = new FolderChooser(MainWindowWidget());
+  BringUp(*chooser);
 }

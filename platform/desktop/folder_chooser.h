@@ -24,3 +24,7 @@ class FolderChooser final : public QFileDialog {
 
   QString beginning_;  ///< the folder in which it was opened
 };
+
+/// Shows the chooser; there is one at most. It is shown beside the event loop, never in one of its
+/// own: a run goes on behind it, and its Stop button can be pressed.
+void OfferFolderChooser();

@@ -73,13 +73,13 @@ class Notices final : public QObject {
   }
 
   void Show() {
-    const WindowRef window = MainDesktopWindow();
+    const QWidget *window = MainWindowWidget();
     if (window == nullptr) {
       // The event loop begins only when there is one.
       QTimer::singleShot(0, this, [this] { Show(); });
       return;
     }
-    auto *line = window->widget->findChild<StatusLine *>(QLatin1String(kLineName));
+    auto *line = window->findChild<StatusLine *>(QLatin1String(kLineName));
     if (line != nullptr) line->ShowText(Text());
   }
 

@@ -13,12 +13,11 @@
 
 OSErr SetFrontProcess(const ProcessSerialNumber &process) {
   if (process.highLongOfPSN != 0 || process.lowLongOfPSN != kCurrentProcess) return paramErr;
-  const WindowRef window = MainDesktopWindow();
-  if (window == nullptr || !window->widget->isVisible()) return noErr;
-  QWidget *widget = window->widget;
-  if (widget->isMinimized()) widget->setWindowState(widget->windowState() & ~Qt::WindowMinimized);
-  widget->raise();
-  widget->activateWindow();
+  QWidget *window = MainWindowWidget();
+  if (window == nullptr || !window->isVisible()) return noErr;
+  if (window->isMinimized()) window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
+  window->raise();
+  window->activateWindow();
   return noErr;
 }
 

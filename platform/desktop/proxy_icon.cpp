@@ -8,7 +8,7 @@
 #include <QStyle>
 #include <QStyleOptionFocusRect>
 
-#include "platform/desktop/event_loop.h"
+#include "platform/common/timers.h"
 #include "platform/desktop/plain_text.h"
 #include "platform/desktop/uris.h"
 #include "platform/workspace.h"
@@ -93,7 +93,7 @@ void ProxyIcon::mousePressEvent(QMouseEvent *event) {
 void ProxyIcon::mouseMoveEvent(QMouseEvent *event) {
   const QPoint moved = event->position().toPoint() - pressedAt_;
   // A drag has an event loop of its own, in which a run could not go on: it waits for the idle.
-  if ((event->buttons() & Qt::LeftButton) && !path_.empty() && !IsWorkInHand() &&
+  if ((event->buttons() & Qt::LeftButton) && !path_.empty() && !IsTimerFiring() &&
       moved.manhattanLength() >= QApplication::startDragDistance()) {
     setDown(false);
     DragOut();

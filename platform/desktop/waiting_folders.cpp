@@ -9,9 +9,9 @@
 void ShowWaitingFolders() {
   static std::int32_t shown = 0;
   const std::int32_t waiting = WaitingFolders();
-  if (waiting == shown || MainDesktopWindow() == nullptr) return;
-  auto *line =
-      MainDesktopWindow()->widget->findChild<StatusLine *>(QStringLiteral("waitingFolders"));
+  const QWidget *window = MainWindowWidget();
+  if (waiting == shown || window == nullptr) return;
+  auto *line = window->findChild<StatusLine *>(QStringLiteral("waitingFolders"));
   if (line == nullptr) return;
   shown = waiting;
   line->ShowText(waiting == 0   ? QString()

@@ -32,8 +32,7 @@ OpaqueWindow::OpaqueWindow(QWidget *loaded)
       widget(loaded),
       content(ContentOf(loaded)),
       target(NewEventTarget()),
-      controls(ControlsOfWindow(*loaded)),
-      dropSite(this, content) {
+      controls(ControlsOfWindow(*loaded)) {
   widget->installEventFilter(this);
   for (QAbstractButton *button : widget->findChildren<QAbstractButton *>()) {
     const OSType command = CommandOf(*button);
@@ -71,11 +70,17 @@ bool OpaqueWindow::eventFilter(QObject *watched, QEvent *event) {
       }
       break;
     default:
-      if (dropSite.Handle(event)) return true;
+      break;
   }
   return QObject::eventFilter(watched, event);
 }
 
 QRect OpaqueWindow::ContentBounds() const {
   return {content->mapToGlobal(QPoint(0, 0)), content->size()};
+}
+
+void BringUp(QWidget &window) {
+  window.show();
+  window.raise();
+  window.activateWindow();
 }

@@ -6,11 +6,10 @@
 #include <vector>
 
 #include "platform/desktop/controls_of_window.h"
-#include "platform/desktop/drop_site.h"
 #include "platform/windows.h"
 
-/// Belongs to its widget and goes with it. Turns what the window is asked to do (close, take a
-/// drop) into commands and into calls of the drag handlers.
+/// Belongs to its widget and goes with it. Turns what its user does (pressing a button, closing it)
+/// into commands.
 struct OpaqueWindow final : QObject {
   /// `widget` has just been loaded from an interface file.
   explicit OpaqueWindow(QWidget *widget);
@@ -28,9 +27,11 @@ struct OpaqueWindow final : QObject {
   QWidget *content;  ///< what lies below the menu bar
   EventTargetRef target;
   std::vector<std::unique_ptr<OpaqueControl>> controls;
-  DropSite dropSite;
   bool isSheet = false;
 };
 
-/// The window that is neither a sheet nor disposed of; none before it is made.
-WindowRef MainDesktopWindow();
+/// The widget of the window that is neither a sheet nor disposed of; none before it is made.
+QWidget *MainWindowWidget();
+
+/// Shows a window in front of the others and gives it the keyboard.
+void BringUp(QWidget &window);

@@ -53,8 +53,8 @@ CGrafPtr PortOf(WindowRef window) {
 
 }  // namespace
 
-WindowRef MainDesktopWindow() {
-  return mainWindow;
+QWidget *MainWindowWidget() {
+  return mainWindow != nullptr ? mainWindow->widget : nullptr;
 }
 
 OSStatus CreateNibReference(std::string_view name, IBNibRef *nib) {
@@ -205,9 +205,7 @@ OSStatus ShowSheetWindow(WindowRef sheet, WindowRef parent) {
   }
   DrawChangedControls();
   if (!widget->isVisible()) PlaceSheet(*widget, *parent->widget);
-  widget->show();
-  widget->raise();
-  widget->activateWindow();
+  BringUp(*widget);
   return noErr;
 }
 

@@ -1,0 +1,136 @@
+#include "platform/desktop/drop_site.h"
+
+#include <QMimeData>
+#include <QPainter>
+#include <optional>
+#include <utility>
+
+#include "platform/desktop/documents.h"
+#include "platform/desktop/notices.h"
+#include "platform/desktop/window.h"
+
+namespace {
+
+constexpr OSType kFolderType = FourChars("fold");
+constexpr OSType kFolderCreator = FourChars("MACS");
+
+/// The frame that says that a drop would be taken. Lies over everything and takes no event.
+class DragFrame final : public QWidget {
+ public:
+  explicit DragFrame(QWidget *parent) : QWidget(parent) {
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    setAttribute(Qt::WA_NoSystemBackground);
+  }
+
+ protected:
+  void paintEvent(QPaintEvent *) override {
+    constexpr int kWidth = 3;
+    QPainter painter(this);
+    const QColor color = palette().color(QPalette::Highlight);
+    const QRect whole = rect();
+    painter.fillRect(whole.x(), whole.y(), whole.width(), kWidth, color);
+    painter.fillRect(whole.x(), whole.bottom() + 1 - kWidth, whole.width(), kWidth, color);
+    painter.fillRect(whole.x(), whole.y(), kWidth, whole.height(), color);
+    painter.fillRect(whole.right() + 1 - kWidth, whole.y(), kWidth, whole.height(), color);
+  }
+};
+
+/// None when the folder has just gone.
+std::optional<HFSFlavor> FlavorOf(const FSRef &folder) {
+  HFSFlavor flavor{kFolderType, kFolderCreator, {}, {}};
+  if (FSGetCatalogInfo(folder, kFSCatInfoNone, nullptr, nullptr, &flavor.fileSpec, nullptr) !=
+      noErr)
+    return std::nullopt;
+  return flavor;
+}
+
+}  // namespace
+
+DropSite::DropSite(WindowRef window) : QObject(window), window_(window) {
+  window_->widget->installEventFilter(this);
+}
+
+DropSite &DropSite::Of(WindowRef window) {
+  auto *site = window->findChild<DropSite *>();
+  return site != nullptr ? *site : *new DropSite(window);  // Belongs to the window.
+}
+
+bool DropSite::eventFilter(QObject *watched, QEvent *event) {
+  switch (event->type()) {
+    case QEvent::DragEnter:
+      Enter(*static_cast<QDragEnterEvent *>(event)->mimeData());
+      break;
+    case QEvent::DragMove:
+      Track(kDragTrackingInWindow);
+      break;
+    case QEvent::DragLeave:
+      Leave();
+      return true;
+    case QEvent::Drop:
+      Leave();
+      if (isAcceptable_) TellWhyNot();
+      if (isAcceptable_ && receive != nullptr)
+        isAcceptable_ = receive(window_, receiveRefCon, &drag_) == noErr;
+      break;
+    default:
+      return QObject::eventFilter(watched, event);
+  }
+  auto *drop = static_cast<QDropEvent *>(event);
+  if (isAcceptable_) {
+    // The sender must never think that its files are its own to remove after a move.
+    drop->setDropAction(drop->possibleActions() & Qt::CopyAction ? Qt::CopyAction : Qt::LinkAction);
+    drop->accept();
+  } else {
+    drop->ignore();
+  }
+  return true;
+}
+
+void DropSite::Enter(const QMimeData &data) {
+  if (isInside_) Leave();
+  isInside_ = true;
+  drag_.window = window_;
+  drag_.items.clear();
+  DragContent content = ContentOfDrag(data);
+  problems_ = std::move(content.problems);
+  for (const FSRef &folder : content.folders) {
+    if (const std::optional<HFSFlavor> flavor = FlavorOf(folder)) drag_.items.push_back(*flavor);
+  }
+  isAcceptable_ = tracking != nullptr &&
+                  tracking(kDragTrackingEnterHandler, window_, trackingRefCon, &drag_) == noErr;
+  Track(kDragTrackingEnterWindow);
+  // What is not taken is never dropped: this is the moment to say why.
+  if (!isAcceptable_) TellWhyNot();
+}
+
+/// Tells of what is dragged and is not let in.
+void DropSite::TellWhyNot() const {
+  ForgetProblems();
+  for (const std::string &problem : problems_) TellProblem(problem);
+}
+
+void DropSite::Leave() {
+  if (!isInside_) return;
+  isInside_ = false;
+  Track(kDragTrackingLeaveWindow);
+  Track(kDragTrackingLeaveHandler);
+}
+
+void DropSite::Track(DragTrackingMessage message) {
+  if (tracking != nullptr) (void)tracking(message, window_, trackingRefCon, &drag_);
+}
+
+void DropSite::ShowFrame(const Rect &bounds, bool inside) {
+  constexpr int kOutside = 3;
+  if (frame_ == nullptr) frame_ = new DragFrame(window_->content);
+  const int margin = inside ? 0 : kOutside;
+  frame_->setGeometry(
+      QRect(QPoint(bounds.left, bounds.top), QPoint(bounds.right - 1, bounds.bottom - 1))
+          .adjusted(-margin, -margin, margin, margin));
+  frame_->raise();
+  frame_->show();
+}
+
+void DropSite::HideFrame() {
+  if (frame_ != nullptr) frame_->hide();
+}

@@ -1,0 +1,32 @@
+#include "platform/desktop/usual_commands.h"
+
+#include "platform/desktop/about_box.h"
+#include "platform/desktop/folder_chooser.h"
+#include "platform/events.h"
+
+namespace {
+
+constexpr OSType kHICommandOpen = FourChars("open");
+constexpr OSType kHICommandAbout = FourChars("abou");
+
+OSStatus HandleUsualCommand(EventHandlerCallRef, EventRef event, void *) {
+  HICommand command{};
+  (void)GetEventParameter(event, kEventParamDirectObject, typeHICommand, sizeof command, &command);
+  switch (command.commandID) {
+    case kHICommandOpen:
+      OfferFolderChooser();
+      return noErr;
+    case kHICommandAbout:
+      ShowAboutBox();
+      return noErr;
+    default:
+      return eventNotHandledErr;
+  }
+}
+
+}  // namespace
+
+void InstallUsualCommands() {
+  (void)InstallEventHandler(GetApplicationEventTarget(), HandleUsualCommand,
+                            {kEventClassCommand, kEventCommandProcess}, nullptr);
+}
