@@ -5,15 +5,15 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "platform/desktop/notices.h"
-#include "platform/desktop/window.h"
+#include "platform/desktop/windows/main_window.h"
+#include "platform/desktop/windows/notices.h"
 #include "platform/journal.h"
 #include "platform/linux/tree/item_location.h"
 #include "platform/preferences.h"
 
 OSErr SetFrontProcess(const ProcessSerialNumber &process) {
   if (process.highLongOfPSN != 0 || process.lowLongOfPSN != kCurrentProcess) return paramErr;
-  QWidget *window = MainWindowWidget();
+  QWidget *window = MainWindow();
   if (window == nullptr || !window->isVisible()) return noErr;
   if (window->isMinimized()) window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
   window->raise();

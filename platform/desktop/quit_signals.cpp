@@ -9,7 +9,7 @@
 #include <csignal>
 #include <cstdint>
 
-#include "platform/desktop/ending_question.h"
+#include "platform/desktop/windows/ending_question.h"
 #include "platform/linux/system/ending.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include "platform/desktop/usual_commands.h"
 
-#include "platform/desktop/about_box.h"
-#include "platform/desktop/folder_chooser.h"
+#include "platform/desktop/doors/folder_chooser.h"
+#include "platform/desktop/windows/about_box.h"
 #include "platform/events.h"
 
 namespace {

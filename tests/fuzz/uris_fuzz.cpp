@@ -2,8 +2,8 @@
 #include <QUrl>
 #include <cstdlib>
 
-#include "platform/desktop/door.h"
-#include "platform/desktop/uris.h"
+#include "platform/desktop/doors/door.h"
+#include "platform/desktop/text/uris.h"
 #include "tests/fuzz/fuzz.h"
 
 namespace {

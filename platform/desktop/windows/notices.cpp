@@ -1,4 +1,4 @@
-#include "platform/desktop/notices.h"
+#include "platform/desktop/windows/notices.h"
 
 #include <QApplication>
 #include <QBasicTimer>
@@ -7,9 +7,9 @@
 #include <QTimerEvent>
 #include <cstdio>
 
-#include "platform/desktop/plain_text.h"
-#include "platform/desktop/status_line.h"
-#include "platform/desktop/window.h"
+#include "platform/desktop/text/plain_text.h"
+#include "platform/desktop/widgets/status_line.h"
+#include "platform/desktop/windows/main_window.h"
 
 namespace {
 
@@ -73,7 +73,7 @@ class Notices final : public QObject {
   }
 
   void Show() {
-    const QWidget *window = MainWindowWidget();
+    const QWidget *window = MainWindow();
     if (window == nullptr) {
       // The event loop begins only when there is one.
       QTimer::singleShot(0, this, [this] { Show(); });

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/desktop/controls_of_window.h"
+#include "platform/desktop/windows/controls_of_window.h"
 #include "platform/windows.h"
 
 /// Belongs to its widget and goes with it. Turns what its user does (pressing a button, closing it)
@@ -29,9 +29,3 @@ struct OpaqueWindow final : QObject {
   std::vector<std::unique_ptr<OpaqueControl>> controls;
   bool isSheet = false;
 };
-
-/// The widget of the window that is neither a sheet nor disposed of; none before it is made.
-QWidget *MainWindowWidget();
-
-/// Shows a window in front of the others and gives it the keyboard.
-void BringUp(QWidget &window);

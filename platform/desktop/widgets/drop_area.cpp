@@ -1,9 +1,9 @@
-#include "platform/desktop/drop_area.h"
+#include "platform/desktop/widgets/drop_area.h"
 
 #include <QApplication>
 #include <QPainter>
 
-#include "platform/desktop/shades.h"
+#include "platform/desktop/widgets/shades.h"
 
 namespace {
 

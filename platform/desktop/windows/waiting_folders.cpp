@@ -1,15 +1,15 @@
-#include "platform/desktop/waiting_folders.h"
+#include "platform/desktop/windows/waiting_folders.h"
 
 #include <QObject>
 
 #include "platform/common/event_queue.h"
-#include "platform/desktop/status_line.h"
-#include "platform/desktop/window.h"
+#include "platform/desktop/widgets/status_line.h"
+#include "platform/desktop/windows/main_window.h"
 
 void ShowWaitingFolders() {
   static std::int32_t shown = 0;
   const std::int32_t waiting = WaitingFolders();
-  const QWidget *window = MainWindowWidget();
+  const QWidget *window = MainWindow();
   if (waiting == shown || window == nullptr) return;
   auto *line = window->findChild<StatusLine *>(QStringLiteral("waitingFolders"));
   if (line == nullptr) return;

@@ -1,15 +1,15 @@
-#include "platform/desktop/about_box.h"
+#include "platform/desktop/windows/about_box.h"
 
 #include <QApplication>
 #include <QMessageBox>
 #include <QPointer>
 
-#include "platform/desktop/window.h"
+#include "platform/desktop/windows/main_window.h"
 
 void ShowAboutBox() {
   static QPointer<QMessageBox> box;
   if (box == nullptr) {
-    box = new QMessageBox(MainWindowWidget());
+    box = new QMessageBox(MainWindow());
     box->setAttribute(Qt::WA_DeleteOnClose);
     // A run goes on behind it, and its Stop button can be pressed.
     box->setModal(false);

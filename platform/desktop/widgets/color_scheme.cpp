@@ -1,4 +1,4 @@
-#include "platform/desktop/color_scheme.h"
+#include "platform/desktop/widgets/color_scheme.h"
 
 #include <QApplication>
 #include <QDBusConnection>
@@ -6,7 +6,7 @@
 #include <QDBusReply>
 #include <QPalette>
 
-#include "platform/desktop/shades.h"
+#include "platform/desktop/widgets/shades.h"
 
 namespace {
 

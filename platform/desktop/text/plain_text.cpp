@@ -1,4 +1,4 @@
-#include "platform/desktop/plain_text.h"
+#include "platform/desktop/text/plain_text.h"
 
 #include <QStringList>
 

@@ -1,13 +1,13 @@
-#include "platform/desktop/documents.h"
+#include "platform/desktop/doors/documents.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusReply>
 
 #include "platform/common/event_dispatch.h"
-#include "platform/desktop/door.h"
-#include "platform/desktop/notices.h"
-#include "platform/desktop/uris.h"
+#include "platform/desktop/doors/door.h"
+#include "platform/desktop/text/uris.h"
+#include "platform/desktop/windows/notices.h"
 #include "platform/processes.h"
 
 namespace {

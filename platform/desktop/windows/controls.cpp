@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include "platform/desktop/control_drawing.h"
-#include "platform/desktop/controls_of_window.h"
-#include "platform/desktop/plain_text.h"
-#include "platform/desktop/status_line.h"
-#include "platform/desktop/window.h"
+#include "platform/desktop/text/plain_text.h"
+#include "platform/desktop/widgets/status_line.h"
+#include "platform/desktop/windows/control_drawing.h"
+#include "platform/desktop/windows/controls_of_window.h"
+#include "platform/desktop/windows/window.h"
 
 namespace {
 

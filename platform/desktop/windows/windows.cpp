@@ -3,21 +3,21 @@
 #include <QApplication>
 #include <QDialog>
 #include <QMainWindow>
-#include <QPointer>
 #include <QThread>
 #include <array>
 #include <climits>
 #include <memory>
 #include <vector>
 
-#include "platform/desktop/control_drawing.h"
-#include "platform/desktop/interface_file.h"
-#include "platform/desktop/menu_bar.h"
-#include "platform/desktop/notices.h"
-#include "platform/desktop/plain_text.h"
-#include "platform/desktop/proxy_icon.h"
-#include "platform/desktop/sheet_place.h"
-#include "platform/desktop/window.h"
+#include "platform/desktop/text/plain_text.h"
+#include "platform/desktop/widgets/proxy_icon.h"
+#include "platform/desktop/windows/control_drawing.h"
+#include "platform/desktop/windows/interface_file.h"
+#include "platform/desktop/windows/main_window.h"
+#include "platform/desktop/windows/menu_bar.h"
+#include "platform/desktop/windows/notices.h"
+#include "platform/desktop/windows/sheet_place.h"
+#include "platform/desktop/windows/window.h"
 #include "platform/linux/system/resource_files.h"
 
 /// An interface file is a folder of resources with one file for each menu bar and window.
@@ -28,7 +28,6 @@ struct OpaqueNib {
 namespace {
 
 std::vector<std::unique_ptr<OpaqueNib>> openNibs;
-QPointer<OpaqueWindow> mainWindow;
 WindowRef portWindow = nullptr;
 
 /// The widget of that name in the interface file; none when the file has none, which is told.
@@ -52,10 +51,6 @@ CGrafPtr PortOf(WindowRef window) {
 }
 
 }  // namespace
-
-QWidget *MainWindowWidget() {
-  return mainWindow != nullptr ? mainWindow->widget : nullptr;
-}
 
 OSStatus CreateNibReference(std::string_view name, IBNibRef *nib) {
   if (!FindResourceFile(name)) {
@@ -86,7 +81,7 @@ OSStatus CreateWindowFromNib(IBNibRef nib, std::string_view name, WindowRef *win
   auto *created = new OpaqueWindow(widget);  // Belongs to the widget.
   if (auto *main = qobject_cast<QMainWindow *>(widget)) {
     if (QMenuBar *bar = MenuBarToShow()) main->setMenuBar(bar);
-    mainWindow = created;
+    SetMainWindow(main);
   }
   *window = created;
   return noErr;

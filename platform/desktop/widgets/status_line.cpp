@@ -1,9 +1,9 @@
-#include "platform/desktop/status_line.h"
+#include "platform/desktop/widgets/status_line.h"
 
 #include <QPainter>
 #include <utility>
 
-#include "platform/desktop/plain_text.h"
+#include "platform/desktop/text/plain_text.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "platform/desktop/uris.h"
+#include "platform/desktop/text/uris.h"
 
 #include <unistd.h>
 

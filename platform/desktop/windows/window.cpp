@@ -1,4 +1,4 @@
-#include "platform/desktop/window.h"
+#include "platform/desktop/windows/window.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -8,8 +8,8 @@
 #include <QRadioButton>
 
 #include "platform/common/event_dispatch.h"
-#include "platform/desktop/commands.h"
-#include "platform/desktop/interface_file.h"
+#include "platform/desktop/windows/commands.h"
+#include "platform/desktop/windows/interface_file.h"
 
 namespace {
 
@@ -77,10 +77,4 @@ bool OpaqueWindow::eventFilter(QObject *watched, QEvent *event) {
 
 QRect OpaqueWindow::ContentBounds() const {
   return {content->mapToGlobal(QPoint(0, 0)), content->size()};
-}
-
-void BringUp(QWidget &window) {
-  window.show();
-  window.raise();
-  window.activateWindow();
 }

@@ -1,13 +1,13 @@
-#include "platform/desktop/drop_site.h"
+#include "platform/desktop/doors/drop_site.h"
 
 #include <QMimeData>
 #include <QPainter>
 #include <optional>
 #include <utility>
 
-#include "platform/desktop/documents.h"
-#include "platform/desktop/notices.h"
-#include "platform/desktop/window.h"
+#include "platform/desktop/doors/documents.h"
+#include "platform/desktop/windows/notices.h"
+#include "platform/desktop/windows/window.h"
 
 namespace {
 

@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "platform/common/event_dispatch.h"
-#include "platform/desktop/commands.h"
-#include "platform/desktop/interface_file.h"
-#include "platform/desktop/menu_bar.h"
-#include "platform/desktop/notices.h"
-#include "platform/desktop/plain_text.h"
+#include "platform/desktop/text/plain_text.h"
+#include "platform/desktop/windows/commands.h"
+#include "platform/desktop/windows/interface_file.h"
+#include "platform/desktop/windows/menu_bar.h"
+#include "platform/desktop/windows/notices.h"
 
 struct OpaqueMenu {
   QMenu *menu;

@@ -1,4 +1,4 @@
-#include "platform/desktop/sheet_place.h"
+#include "platform/desktop/windows/sheet_place.h"
 
 #include <QAbstractButton>
 #include <QScreen>
@@ -7,7 +7,7 @@
 #include <optional>
 #include <tuple>
 
-#include "platform/desktop/interface_file.h"
+#include "platform/desktop/windows/interface_file.h"
 #include "platform/events.h"
 
 namespace {

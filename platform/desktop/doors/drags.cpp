@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "platform/desktop/drop_site.h"
-#include "platform/desktop/window.h"
+#include "platform/desktop/doors/drop_site.h"
+#include "platform/desktop/windows/window.h"
 
 OSErr InstallTrackingHandler(DragTrackingHandlerUPP handler, WindowRef window, void *refCon) {
   if (window == nullptr || handler == nullptr) return paramErr;

@@ -1,4 +1,4 @@
-#include "platform/desktop/proxy_icon.h"
+#include "platform/desktop/widgets/proxy_icon.h"
 
 #include <QApplication>
 #include <QDrag>
@@ -9,8 +9,8 @@
 #include <QStyleOptionFocusRect>
 
 #include "platform/common/timers.h"
-#include "platform/desktop/plain_text.h"
-#include "platform/desktop/uris.h"
+#include "platform/desktop/text/plain_text.h"
+#include "platform/desktop/text/uris.h"
 #include "platform/workspace.h"
 
 namespace {

@@ -1,12 +1,12 @@
-#include "platform/desktop/bus_service.h"
+#include "platform/desktop/doors/bus_service.h"
 
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 
-#include "platform/desktop/commands.h"
-#include "platform/desktop/documents.h"
+#include "platform/desktop/doors/documents.h"
+#include "platform/desktop/windows/commands.h"
 #include "platform/processes.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/desktop/shades.h"
+#include "platform/desktop/widgets/shades.h"
 
 #include <QPainter>
 #include <QStyleOption>

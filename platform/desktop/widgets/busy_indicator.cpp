@@ -1,4 +1,4 @@
-#include "platform/desktop/busy_indicator.h"
+#include "platform/desktop/widgets/busy_indicator.h"
 
 #include <QPainter>
 #include <QTimerEvent>

@@ -1,8 +1,8 @@
-#include "platform/desktop/door.h"
+#include "platform/desktop/doors/door.h"
 
 #include <filesystem>
 
-#include "platform/desktop/uris.h"
+#include "platform/desktop/text/uris.h"
 
 namespace {
 

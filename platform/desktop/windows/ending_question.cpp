@@ -1,4 +1,4 @@
-#include "platform/desktop/ending_question.h"
+#include "platform/desktop/windows/ending_question.h"
 
 #include <QAbstractButton>
 #include <QMessageBox>
@@ -7,7 +7,7 @@
 
 #include "platform/common/event_queue.h"
 #include "platform/common/timers.h"
-#include "platform/desktop/window.h"
+#include "platform/desktop/windows/main_window.h"
 #include "platform/linux/preferences/preference_domain.h"
 #include "platform/linux/system/ending.h"
 
@@ -85,7 +85,7 @@ QString Explanation(OSType command) {
 }
 
 void Ask() {
-  auto *box = new QMessageBox(MainWindowWidget());
+  auto *box = new QMessageBox(MainWindow());
   // Beside the event loop, never in one of its own: the run goes on, and may end by itself.
   box->setModal(false);
   box->setWindowTitle(QObject::tr("Vannerly"));

@@ -1,4 +1,4 @@
-#include "platform/desktop/folder_chooser.h"
+#include "platform/desktop/doors/folder_chooser.h"
 
 #include <QAbstractButton>
 #include <QDialogButtonBox>
@@ -8,10 +8,10 @@
 #include <QLineEdit>
 #include <QPointer>
 
-#include "platform/desktop/documents.h"
-#include "platform/desktop/notices.h"
-#include "platform/desktop/uris.h"
-#include "platform/desktop/window.h"
+#include "platform/desktop/doors/documents.h"
+#include "platform/desktop/text/uris.h"
+#include "platform/desktop/windows/main_window.h"
+#include "platform/desktop/windows/notices.h"
 #include "platform/linux/system/config_folders.h"
 #include "platform/linux/system/safe_file.h"
 
@@ -99,6 +99,6 @@ void FolderChooser::Open(const QStringList &folders) {
 
 void OfferFolderChooser() {
   static QPointer<FolderChooser> chooser;
-  if (chooser == nullptr) chooser = new FolderChooser(MainWindowWidget());
+  if (chooser == nullptr) chooser = new FolderChooser(MainWindow());
   BringUp(*chooser);
 }

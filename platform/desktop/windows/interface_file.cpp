@@ -1,15 +1,15 @@
-#include "platform/desktop/interface_file.h"
+#include "platform/desktop/windows/interface_file.h"
 
 #include <QCoreApplication>
 #include <QFile>
 #include <QUiLoader>
 #include <QVariant>
 
-#include "platform/desktop/busy_indicator.h"
-#include "platform/desktop/drop_area.h"
-#include "platform/desktop/proxy_icon.h"
-#include "platform/desktop/scroll_pane.h"
-#include "platform/desktop/status_line.h"
+#include "platform/desktop/widgets/busy_indicator.h"
+#include "platform/desktop/widgets/drop_area.h"
+#include "platform/desktop/widgets/proxy_icon.h"
+#include "platform/desktop/widgets/scroll_pane.h"
+#include "platform/desktop/widgets/status_line.h"
 
 namespace {
 
@@ -40,8 +40,8 @@ OSType CodeProperty(const QObject &object, const char *name) {
 QWidget *LoadWidget(const QString &path) {
   QFile file(path);
   if (!file.open(QIODevice::ReadOnly)) return nullptr;
-  // As it is made a loader looks for widgets in Qt's plug-ins, and would load half of Qt Quick for a
-  // window that has nothing from there.
+  // As it is made a loader looks for widgets in Qt's plug-ins, and would load half of Qt Quick for
+  // a window that has nothing from there.
   const QStringList pluginPaths = QCoreApplication::libraryPaths();
   QCoreApplication::setLibraryPaths({});
   Loader loader;
