@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
+#include <new>
 
 #include "engine/run_observers.h"
 #include "platform/common/timers.h"
@@ -10,6 +12,7 @@
 
 namespace {
 
+namespace fs = std::filesystem;
 using Contents = CTemporaryFolder::Contents;
 using List = std::vector<std::string>;
 
@@ -119,6 +122,11 @@ TEST_F(FlattenRunTest, DoesEverythingInOrder) {
                          idle}));
   EXPECT_EQ(files.Tree("top"), (Contents{{"b", "2"}, {"txt/", ""}, {"txt/a.txt", "1"}}));
   EXPECT_EQ(FlattenRun.CollectedFiles.refs, nullptr) << "given back when the folder is done";
+  for (const auto &open : fs::directory_iterator("/proc/self/fd")) {
+    std::error_code error;
+    EXPECT_FALSE(fs::read_symlink(open, error).string().starts_with(files.Path()))
+        << "an idle program must not keep a volume busy";
+  }
   EXPECT_EQ(TimersArmed(), 0) << "it stays open unless told otherwise";
 }
 
@@ -177,6 +185,43 @@ TEST_F(FlattenRunTest, TreeThatChangesBetweenThePassesIsNotTouched) {
     EXPECT_EQ(ReportOfFolder.CountOf(RunEvent::kHandled), 0);
     EXPECT_EQ(ShortfallsOf(ReportOfFolder.counts).notReached,
               ReportOfFolder.CountOf(RunEvent::kFound));
+    files.Remove("top");
+  }
+}
+
+TEST_F(FlattenRunTest, WhatTheScanLackedMemoryForIsToldAndNotDeleted) {
+  // It runs out in the second pass, for a folder with a file in it or without.
+  struct : CTreeLayer {
+    int List(int folder, const ItemVisitor &visit) override {
+      const std::string path = fs::read_symlink("/proc/self/fd/" + std::to_string(folder));
+      const bool isSecondPass = Recorder().Control(1).text == "Collecting files in top...";
+      if (isSecondPass && path.ends_with(failing)) throw std::bad_alloc();
+      return CTreeLayer::List(folder, visit);
+    }
+    std::string failing;
+  } layer;
+  SetPreference("DeleteEmptiedFolders", true);
+  const Contents before = {{"sub/", ""}, {"sub/a", "1"}, {"void/", ""}};
+  const struct {
+    bool looksForPackages;  // before the walk enters a folder: that one is kept whole
+    const char *failing;
+    RunOutcome outcome;
+    Contents expected;
+  } kCases[] = {{false, "/sub", RunOutcome::kCountsDiffer, before},
+                {false, "/void", RunOutcome::kFinished, {{"a", "1"}, {"sub/", ""}, {"void/", ""}}},
+                {true, "/sub", RunOutcome::kFinished, {{"sub/", ""}, {"sub/a", "1"}}}};
+  for (const auto &[looksForPackages, failing, outcome, expected] : kCases) {
+    files.WriteFile("top/sub/a", "1");
+    files.MakeFolder("top/void");
+    SetPreference("IgnoreApplications", looksForPackages);
+    layer.failing = failing;
+    PutLayerOnDisk(&layer);
+    Flatten({"top"});
+    RemoveLayer(&layer);
+    EXPECT_EQ(files.Tree("top"), expected);
+    EXPECT_EQ(ReportOfFolder.outcome, outcome);
+    EXPECT_EQ(ReportOfFolder.CountOf(RunEvent::kFolderNotRead), looksForPackages ? 0 : 1);
+    EXPECT_EQ(ReportOfFolder.CountOf(RunEvent::kNotDeleted), 1);
     files.Remove("top");
   }
 }

@@ -133,6 +133,8 @@ OSStatus LSCopyItemInfoForRef(const FSRef &item, LSRequestedInfo /*whichInfo*/,
     try {
       last.status = ReadItemInfo(item, &last.info);
     } catch (const std::bad_alloc &) {
+      const ItemReference &reference = ReferenceIn(item);
+      NoteFolderUnread(reference.folder, reference.NameView(), memFullErr);
       last.info.flags = kUnknownFolder;
       last.status = noErr;
     }
