@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """A run that is killed, two at once, and a disk that has no room for the journal."""
 
+import fcntl
 import json
 import os
 import re
@@ -66,6 +67,18 @@ class Recovery(CliCase):
         self.finish(process, -signal.SIGKILL, None)
         self.run_cli("above/drop")
         self.assertNotEqual(self.tree(drop), before)
+
+    def test_in_use_while_the_journals_are_locked(self):
+        """When it cannot be known whether another run is at work in the folder, it may be."""
+        drop = self.make_sample()
+        before = self.tree(drop)
+        self.run_cli("--quiet", self.make_sample("elsewhere"))
+        lock = os.open(self.path("state/vannerly/journal"), os.O_RDONLY | os.O_DIRECTORY)
+        self.addCleanup(os.close, lock)
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        _, err = self.run_cli("--quiet", "--delete-emptied-folders", drop, status=1)
+        self.assertTrue(err.startswith(f"vannerly-cli: {drop}: "), err)
+        self.assertEqual(self.tree(drop), before)
 
     def journal_text(self):
         folder = self.path("state/vannerly/journal")

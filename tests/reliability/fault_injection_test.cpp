@@ -1,5 +1,6 @@
 /// Every change that a run makes fails once, alone and together with those that would undo it, and
-/// every one is the last before the process dies.
+/// every one is the last before the process dies, as is every one by which the next start puts that
+/// right.
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -8,6 +9,8 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 
 #include "platform/journal.h"
 #include "tests/reliability/precious_tree.h"
@@ -78,6 +81,34 @@ class FaultInjection : public CPreciousTreeTest {
     EXPECT_EQ(Damage({.temporaryNames = isFolderGone}), "") << what << ", after recovery";
   }
 
+  /// Has another process do that until it dies before that change; false when it did not.
+  static bool DiesBefore(int change, const std::function<void()> &work) {
+    const pid_t child = fork();
+    if (child == 0) {
+      plan.isDeath = true;
+      changesAsked = 0;
+      plan.first = plan.last = change;
+      work();
+      _exit(EXIT_FAILURE);
+    }
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status));
+    return status == 0;
+  }
+
+  /// As if the process had died while it wrote the journal's last line.
+  void TearLastLine() const {
+    const std::filesystem::directory_iterator journals(home.PathOf("state/vannerly/journal"));
+    const std::string path = journals->path();
+    std::ifstream file(path, std::ios::binary);
+    std::string text(std::istreambuf_iterator<char>(file), {});
+    text.resize(text.find('\0'));
+    const std::size_t start = text.rfind('\n', text.size() - 2) + 1;
+    text.resize(start + (text.size() - start) / 2);
+    std::ofstream(path, std::ios::binary) << text << std::string(100, '\0');
+  }
+
   /// What failing call by call has to go through; learned from a run in which none does.
   int CountChanges() {
     FlattenWith(0, -1, 0);
@@ -122,22 +153,21 @@ TEST_P(FaultInjection, LosesNothingWhicheverChangeIsTheLast) {
   const int changes = CountChanges();
   const std::set<std::string> mayBeDeleted = mayBeGone;
   for (int last = 1; last <= changes; ++last) {
-    MakeTree();
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-      plan.isDeath = true;
-      changesAsked = 0;
-      plan.first = plan.last = last;
-      Flatten();
-      _exit(EXIT_FAILURE);
+    for (const bool isTorn : {false, true}) {
+      MakeTree();
+      const std::string what =
+          "died before change " + std::to_string(last) + (isTorn ? ", in its line" : "");
+      ASSERT_TRUE(DiesBefore(last, [this] { Flatten(); })) << what;
+      if (last - 1 > changesBeforeDeletion) mayBeGone = mayBeDeleted;
+      if (isTorn) {
+        TearLastLine();
+      } else {
+        for (int next = 1; DiesBefore(next, [] { (void)Recover(); }); ++next)
+          ASSERT_LT(next, 10) << what;
+      }
+      ExpectSound(what, {.temporaryNames = true, .twoNames = GetParam().isLinking});
+      ASSERT_FALSE(HasFailure()) << what;
     }
-    int status = -1;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_EQ(status, 0) << "it should have died before change " << last;
-    const std::string what = "died before change " + std::to_string(last);
-    if (last - 1 > changesBeforeDeletion) mayBeGone = mayBeDeleted;
-    ExpectSound(what, {.temporaryNames = true, .twoNames = GetParam().isLinking});
   }
 }
 

@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <filesystem>
 #include <string_view>
 #include <utility>
 
@@ -108,6 +107,12 @@ void CPreciousTreeTest::MakeTree() {
   }
   ASSERT_EQ(chmod(files.PathOf("drop/two/locked").c_str(), 0555), 0);
   mayBeGone.clear();
+  dropped_ = NumberOf("drop");
+}
+
+ino_t CPreciousTreeTest::NumberOf(const char *path) const {
+  struct stat item;
+  return lstat(files.PathOf(path).c_str(), &item) == 0 ? item.st_ino : 0;
 }
 
 void CPreciousTreeTest::Flatten() {
@@ -126,7 +131,7 @@ void CPreciousTreeTest::Flatten() {
 /// The deletion takes the sub-folders that are no packages, with everything left in them.
 void CPreciousTreeTest::NoteWhatMayBeDeleted() {
   // The folder may have been moved away during the run; it is the dropped one all the same.
-  const bool isAway = std::filesystem::is_symlink(files.PathOf("drop"));
+  const bool isAway = NumberOf("drop") != dropped_;
   const CTemporaryFolder::Contents tree = files.Tree(isAway ? "away" : "drop");
   for (const auto &[path, content] : tree) {
     const std::string top = path.substr(0, path.find('/'));

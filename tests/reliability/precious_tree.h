@@ -2,6 +2,8 @@
 /// has to be left of it when a run over it went wrong.
 #pragma once
 
+#include <sys/types.h>
+
 #include <functional>
 #include <ostream>
 #include <set>
@@ -69,6 +71,8 @@ class CPreciousTreeTest : public CProgramTest, public testing::WithParamInterfac
  private:
   bool IsNameRight(const std::string &path, const std::string &origin) const;
   void NoteWhatMayBeDeleted();
+  ino_t NumberOf(const char *path) const;  ///< 0 for what is not there
 
   std::string beside_;
+  ino_t dropped_ = 0;
 };
