@@ -23,33 +23,6 @@ class StartUp : public CProgramTest {
   }
 };
 
-TEST_F(StartUp, TakesItsStepsInOrder) {
-  EXPECT_EQ(RunVannerly(), noErr);
-  List calls = Recorder().Calls();
-  EXPECT_EQ(calls, (List{"RegisterIconRefFromFSRef \"Vnly\" \"APPL\"",
-                         "CreateNibReference \"main\"",
-                         "SetMenuBarFromNib \"MenuBar\"",
-                         "CreateWindowFromNib \"MainWindow\"",
-                         "HideWindow \"MainWindow\"",
-                         "GetControlByID 1",
-                         "GetControlByID 2",
-                         "GetControlByID 4",
-                         "GetControlByID 5",
-                         "GetControlByID 6",
-                         "GetControlByID 7",
-                         "DisposeNibReference",
-                         "InstallTrackingHandler \"MainWindow\"",
-                         "InstallReceiveHandler \"MainWindow\"",
-                         "ShowWindow \"MainWindow\"",
-                         "EnableMenuCommand \"pref\"",
-                         "HMGetHelpMenu",
-                         "InsertMenuItem \"View in Brenmoor Website...\" 0",
-                         "SetMenuItemCommandID 1 \"WEB1\"",
-                         "InsertMenuItem \"View in Mac App Store...\" 0",
-                         "SetMenuItemCommandID 1 \"MAS1\"",
-                         "RunApplicationEventLoop"}));
-}
-
 TEST_F(StartUp, FailingInterfaceEndsItAtThatStep) {
   Recorder().missingWindows = {"MainWindow"};
   EXPECT_EQ(RunVannerly(), kIBCarbonRuntimeCantFindObject);

@@ -181,10 +181,17 @@ class Stored(CliCase):
         self.assertPreferences({})
         self.write_preferences("RenameDuplicates = false\nOperation = 2\nQuitWhenDone = true\n",
                                "system")
+        # The folders before come first, and one that is not absolute counts for nothing.
+        for folder in ("fallback", "relative"):
+            self.write_preferences("Operation = 3\nQuitWhenDone = false\n"
+                                   f"AggregateFilesWhenDone = {str(folder == 'fallback').lower()}\n",
+                                   folder)
         self.write_preferences("Operation = 3\nDeleteEmptiedFolders = true\n"
                                "IgnoreApplications = 0\n", "home/.config")
-        environment = {"XDG_CONFIG_HOME": ""}
-        system = {"RenameDuplicates": "false (system)", "QuitWhenDone": "true (system)"}
+        environment = {"XDG_CONFIG_HOME": "", "XDG_CONFIG_DIRS":
+                       f"{self.path('system')}:relative:{self.path('fallback')}"}
+        system = {"RenameDuplicates": "false (system)", "QuitWhenDone": "true (system)",
+                  "AggregateFilesWhenDone": "true (system)"}
         user = {"Operation": "3 (user)", "DeleteEmptiedFolders": "true (user)"}
         run = {"RenameDuplicates": "true (command line)", "Operation": "1 (command line)",
                "IgnoreApplications": "false (command line)"}

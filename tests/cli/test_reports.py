@@ -5,11 +5,10 @@ import base64
 import json
 import os
 import shutil
-import signal
 import stat
 import unittest
 
-from cli_case import IDLE, CliCase, powerless, slow_disk
+from cli_case import IDLE, CliCase, powerless
 
 LISTS = ("leftInPlace", "renamed", "unreadFolders", "deletedFiles", "deletedFolders", "notDeleted",
          "foldersMade", "collated", "notCollated")
@@ -162,18 +161,6 @@ class Reports(CliCase):
             self.make_sample()
         out, _ = self.run_cli("--json", "file", status=1, output=None)
         self.assertEqual(self.document(out)["folders"], [])
-
-    def test_stopped_run(self):
-        drop = self.make_sample()
-        process = self.start("--json", drop, environment=slow_disk(300_000))
-        while not os.path.exists(self.path(drop, "d.txt")):
-            self.assertIsNone(process.poll())
-        process.send_signal(signal.SIGINT)
-        out, err = self.finish(process, 130, None)
-        told, = self.document(out)["folders"]
-        self.assertEqual((told["ended"], told["counts"]["found"]), ("stopped", 6))
-        self.assertLess(told["counts"]["handled"], 6)
-        self.assertNotIn("left in place", err)
 
     def test_output_that_cannot_be_written(self):
         for options in ((), ("--operation=3",)):

@@ -4,10 +4,7 @@
 #include <csignal>
 
 #include "app/commands.h"
-#include "app/open_documents.h"
-#include "engine/dropped_items.h"
 #include "engine/flatten_run.h"
-#include "platform/common/event_dispatch.h"
 #include "platform/journal.h"
 #include "tests/support/commands.h"
 #include "tests/support/program_test.h"
@@ -91,26 +88,6 @@ TEST_F(Stopping, RemovalAndSortingStillRunAfterAStop) {
   WhenShown("Moving File: a", [] { Command("not!"); });
   Flatten({"one"});
   EXPECT_EQ(files.Tree("one"), (Contents{{"a", "a"}, {"txt/", ""}, {"txt/x.txt", "x"}}));
-}
-
-TEST_F(Stopping, EveryDropDuringARunIsFlattenedOnceAfterIt) {
-  ASSERT_EQ(AEInstallEventHandler(kCoreEventClass, kAEOpenDocuments, HandleOpenDocuments, 0, false),
-            noErr);
-  for (const char *folder : {"three", "four"}) files.WriteFile(std::string(folder) + "/sub/a");
-  WhenShown("Moving File: a", [this] {
-    EXPECT_EQ(SendOpenDocuments({Ref("three"), Ref("four")}), noErr);
-    EXPECT_EQ(SendOpenDocuments({Ref("one")}), noErr);
-  });
-  EXPECT_EQ(SendOpenDocuments({Ref("one"), Ref("two")}), noErr);
-  Recorder().RunEventLoop();
-  const std::vector<std::string> runs = {"SetWindowTitle \"one\"", "SetWindowTitle \"two\"",
-                                         "SetWindowTitle \"three\"", "SetWindowTitle \"four\"",
-                                         "SetWindowTitle \"one\""};
-  EXPECT_EQ(Recorder().CallsBeginningWith("SetWindowTitle"), runs);
-  EXPECT_EQ(Moved("one"), 3);
-  EXPECT_EQ(Moved("two"), 3);
-  EXPECT_TRUE(files.Exists("three/a"));
-  EXPECT_TRUE(files.Exists("four/a"));
 }
 
 /// Takes a folder in another process, until that is killed.

@@ -1,24 +1,10 @@
 #!/usr/bin/env python3
-"""What a scan sees: listings that are out of date, folders that vanish or cannot be read."""
+"""What a scan sees: listings that are out of date, folders that cannot be read."""
 
 import os
-import subprocess
-import sys
 
 from volume_case import COLLATE, DELETE, VolumeCase, exact, run_tests
 
-# Makes and removes an empty folder beside the others until it is ended.
-BLINKING = """
-import os, sys, time
-print(flush=True)
-while True:
-    for change in (os.mkdir, os.rmdir):
-        try:
-            change(sys.argv[1])
-        except FileNotFoundError:  # deleted with the other folders
-            pass
-        time.sleep(0.0001)
-"""
 FILES = ["a.txt", "before/b.txt", "before/in/c.txt", "later/d.txt", "later/in/e.txt", "later/a.txt"]
 
 
@@ -102,40 +88,6 @@ class Listings(VolumeCase):
                     left = self.assertNothingLost(drop, before, run,
                                                   mayDelete=before.keys() - {"bad/secret.txt"})
                     self.assertIn("bad/secret.txt", left)
-
-    def test_a_dead_volume_inside(self):
-        """What served it has died, and everything in it answers ENOTCONN."""
-        for options in ((), (DELETE,), (DELETE, COLLATE)):
-            with self.subTest(options=options):
-                drop = self.fill(self.path(f"drop{len(options)}"), FILES)
-                before = self.files(drop)
-                self.mount("FUSE", drop + "/dead")
-                self.servers[-1].kill()
-                self.servers[-1].wait()
-                run = self.flatten(*options, drop, status=3)
-                self.tool("umount", drop + "/dead")
-                after = self.assertNothingLost(drop, before, run)
-                for path in after.values():
-                    self.assertEqual(path.count("/"), int(COLLATE in options), path)
-                self.assertIn("dead", os.listdir(drop))
-
-    def test_another_program_makes_and_removes_a_folder(self):
-        names = [f"{folder}/{number}.txt" for folder in "abcdefghij" for number in range(6)]
-        for volume in ("tmpfs", "FUSE"):
-            place = self.mount(volume, volume)
-            for number in range(12 if volume == "tmpfs" else 2):
-                with self.subTest(volume=volume, number=number):
-                    drop = self.fill(os.path.join(place, str(number)), names)
-                    before = self.files(drop)
-                    with subprocess.Popen([sys.executable, "-c", BLINKING, drop + "/e.tmp"],
-                                          stdout=subprocess.PIPE) as other:
-                        try:
-                            other.stdout.readline()
-                            run = self.flatten(DELETE, drop)
-                        finally:
-                            other.kill()
-                    after = self.assertNothingLost(drop, before, run)
-                    self.assertFalse(any("/" in path for path in after.values()))
 
 
 if __name__ == "__main__":

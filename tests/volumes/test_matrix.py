@@ -31,7 +31,9 @@ class Matrix(VolumeCase):
         if volume not in ("ntfs-3g", "exfat-fuse"):
             names += ["one/new\nline.txt", "one/latin\udce9.txt", "x.\udcff/g"]
         if volume in ("ntfs-3g", "exfat-fuse") or "units" in str(ODD.get(volume)):
-            names += ["one/" + "\u3042" * 86 + ".txt", "\u3042" * 90 + "/h.txt"]
+            # The length of the last one in a single byte is 0.
+            names += ["one/" + "\u3042" * 86 + ".txt", "\u3042" * 90 + "/h.txt",
+                      "one/" + "\u3042" * 85 + "b"]
         return names
 
     def outcome(self, run):

@@ -61,36 +61,6 @@ class Mounts(VolumeCase):
         self.flatten(DELETE, drop, status=0)
         self.assertCountEqual(os.listdir(drop), ["x.txt", "y.txt"])
 
-    def test_read_only_volume(self):
-        drop = self.make_sample()
-        before = self.tree(drop)
-        self.bind(drop, drop, "ro")
-        for options in ((), ("--operation=2",), (DELETE, COLLATE)):
-            self.flatten(*options, drop, status=3)
-            self.assertEqual(self.tree(drop), before)
-
-    def test_full_volume(self):
-        """Moving needs no room for contents; no file is harmed when names, sub-folders of
-        extensions and aliases find none either."""
-        names = [f"{folder}/{number}.x{number}" for folder in ("a", "a/b") for number in range(1, 10)]
-        for number, options in enumerate(((COLLATE,), ("--operation=alias",), (DELETE,))):
-            with self.subTest(options=options):
-                drop = self.path(f"drop{number}")
-                os.mkdir(drop)
-                self.tool("mount", "-t", "tmpfs", "-o", "size=256k,nr_inodes=40", "none", drop)
-                self.addCleanup(subprocess.run, ["umount", drop], check=False)
-                self.fill(drop, names)
-                for path in ["a/full", *(f"a/b/{i}.fill" for i in range(40))]:
-                    try:
-                        with open(os.path.join(drop, path), "wb", buffering=0) as file:
-                            while path == "a/full" and file.write(bytes(4096)):
-                                pass
-                    except OSError:
-                        pass
-                self.flatten(*options, drop)
-                contents = [content for content in self.contents(drop) if ".x" in content]
-                self.assertCountEqual(contents, names)
-
     def test_no_room_for_the_journal(self):
         """Is told once, leaves nothing behind and stops nothing."""
         for number, room in enumerate(("size=16k", "nr_inodes=2")):

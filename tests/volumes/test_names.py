@@ -6,38 +6,11 @@ import os
 from volume_case import COLLATE, DELETE, VolumeCase, exact, run_tests
 
 LONG = "\u3042" * 86  # 258 bytes, 86 units of UTF-16
-PAGE = "\u3042" * 85 + "b"  # 256 bytes, whose length in one byte is 0
 LONGEST = "\u3042" * 255  # 765 bytes
 
 
 class LongNames(VolumeCase):
     VOLUMES = ("names of 255 UTF-16 units", "ntfs-3g", "exfat-fuse")
-
-    def test_are_moved_like_any_other(self):
-        names = ["a.txt", f"{LONG}/a.txt", f"{LONG}/{LONG}/b.txt", f"{LONG}/{PAGE}.txt",
-                 f"{PAGE}/c.txt", f"in/{LONG}.txt", f"in/{PAGE}", f"in/x.{LONG}", f"in/{LONGEST}",
-                 f"z/{LONG}.txt", f"z/{PAGE}", "zz/d.txt"]
-        for volume in self.VOLUMES:
-            place = self.mount(volume, volume)
-            for name, options in (("1", ()), ("2", (DELETE,)), ("3", (COLLATE,)),
-                                  ("4", (DELETE, COLLATE)), (PAGE, (DELETE,)), (LONG, ())):
-                with self.subTest(volume=volume, name=name, options=options):
-                    drop = self.fill(os.path.join(place, name), names)
-                    before = self.files(drop)
-                    run = self.flatten(*options, drop, status=0)
-                    after = self.assertNothingLost(drop, before, run)
-                    told, = run.folders
-                    self.assertEqual((exact(told), told["counts"]["found"]), (drop, len(names)))
-                    for name in names:
-                        path, base = after[name], os.path.basename(name)
-                        if COLLATE in options and "." in base:
-                            folder, path = path.split("/")
-                            self.assertEqual(folder, base.rpartition(".")[2])
-                        stem, _, ending = base.rpartition(".") if "." in base else (base, "", "")
-                        self.assertTrue(path == base or path.startswith(stem + " - ")
-                                        and path.endswith("." + ending if ending else ""), path)
-                    self.assertEqual(any(os.path.isdir(os.path.join(drop, folder)) for folder in
-                                         ("in", "z")), DELETE not in options)
 
     def test_that_become_too_long_are_left(self):
         """As long as the volume takes them a name gets its UUID; longer ones stay, and are told."""
@@ -52,17 +25,6 @@ class LongNames(VolumeCase):
                 self.assertEqual({os.path.relpath(exact(told), drop): told["error"]
                                   for told in run.folders[0]["leftInPlace"]},
                                  {f"two/{name}": "bdNamErr" for name in (longer, LONGEST)})
-
-    def test_aliases_bear_them(self):
-        for volume in ("names of 255 UTF-16 units", "ntfs-3g"):
-            with self.subTest(volume=volume):
-                drop = self.fill(os.path.join(self.mount(volume, volume), LONG),
-                                 [f"in/{LONG}.txt", f"{PAGE}/{PAGE}"])
-                self.flatten("--operation=alias", drop, status=0)
-                self.assertEqual(os.readlink(os.path.join(drop, f"{LONG}.txt")),
-                                 os.path.join(drop, f"in/{LONG}.txt"))
-                self.assertEqual(os.readlink(os.path.join(drop, f"{PAGE} alias")),
-                                 os.path.join(drop, f"{PAGE}/{PAGE}"))
 
 
 class EitherCase(VolumeCase):

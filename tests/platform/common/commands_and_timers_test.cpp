@@ -111,18 +111,6 @@ TEST(Commands, HandlerMayDisposeOfItsOwnTarget) {
   EXPECT_EQ(SendCommand(target, FourChars("clos")), eventNotHandledErr);
 }
 
-TEST(Commands, ParameterIsReadOnlyByItsTypeAndSize) {
-  const CarbonEvent event = MakeCommandEvent(FourChars("test"));
-  char data[32] = "untouched";
-  for (const auto &[name, type, size] :
-       {std::tuple{kEventParamDirectObject, typeHICommand, sizeof data},
-        {kEventParamDirectObject, FourChars("TEXT"), sizeof(HICommand)},
-        {FourChars("none"), typeHICommand, sizeof(HICommand)}}) {
-    EXPECT_EQ(GetEventParameter(&event, name, type, size, data), eventParameterNotFoundErr);
-    EXPECT_STREQ(data, "untouched");
-  }
-}
-
 TEST_F(Timers, FireWhenDueInTheirOrder) {
   const auto start = TimerClock::now();
   Arm(2, "c");

@@ -26,27 +26,6 @@ class AliasFiles : public testing::Test {
   FSRef alias_{};
 };
 
-TEST_F(AliasFiles, AnyNameGetsOneUnderANameThatIsFree) {
-  using Contents = CTemporaryFolder::Contents;
-  Contents expected{{"in/", ""}};
-  for (const std::string name : {"plain", "quote\"d", "back\\slash", "two\nlines", "caf\xE9"}) {
-    folder_.WriteFile("in/" + name);
-    expected["in/" + name] = "";
-    const std::string target = "-> " + folder_.PathOf("in/" + name);
-    for (const std::string after : {"", " alias", " alias 2", " alias 3"}) {
-      // One is taken already, by somebody else's file.
-      if (after == " alias 2") {
-        folder_.WriteFile(name + after, "kept");
-        expected[name + after] = "kept";
-        continue;
-      }
-      EXPECT_EQ(MakeAlias("in/" + name), noErr);
-      expected[name + after] = target;
-    }
-  }
-  EXPECT_EQ(folder_.Tree(), expected);
-}
-
 TEST_F(AliasFiles, WhatCannotBeMadeLeavesNothing) {
   folder_.WriteFile("a/file");
   folder_.WriteFile("other");

@@ -1,22 +1,15 @@
 #include "platform/file_manager.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
-#include <fstream>
 #include <string>
 #include <utility>
-#include <vector>
 
-#include "platform/linux/system/disk_names.h"
 #include "platform/linux/tree/folder_descriptors.h"
-#include "platform/linux/tree/item_location.h"
 #include "platform/linux/tree/tree_memory.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/tree_change_fault.h"
@@ -43,19 +36,6 @@ class FileManager : public testing::Test {
     return path.data();
   }
 
-  static std::vector<std::string> NamesIn(const FSRef &folder, FSIteratorFlags flags) {
-    std::vector<std::string> names;
-    FSIterator iterator;
-    EXPECT_EQ(FSOpenIterator(folder, flags, &iterator), noErr);
-    FSRef ref;
-    std::uint32_t actual = 0;
-    while (FSGetCatalogInfoBulk(iterator, 1, &actual, nullptr, kFSCatInfoNone, nullptr, &ref,
-                                nullptr, nullptr) == noErr) {
-      names.emplace_back(NameOnDisk(ref));
-    }
-    return names;
-  }
-
   static OSErr NodeFlags(const FSRef &ref, std::uint16_t *flags) {
     FSCatalogInfo info{};
     const OSErr error =
@@ -66,48 +46,6 @@ class FileManager : public testing::Test {
 
   CTemporaryFolder folder_;
 };
-
-TEST_F(FileManager, EveryNameOnDiskMakesTheRoundTrip) {
-  const std::vector<std::string> names = {"plain.txt",    "caf\xC3\xA9",
-                                          "cafe\xCC\x81", "\xF0\x9F\x93\xB7.jpg",
-                                          "\xFF\xFE",     "\xC3",
-                                          "a\xE2\x82",    "\xED\xA0\x80",
-                                          "\xC0\xAF",     "\xF5\x80\x80\x80",
-                                          "two\nlines",   "quote\"d",
-                                          "-rf",          std::string(255, 'x'),
-                                          "dot.",         std::string(127, '\xFE')};
-  for (const std::string &name : names) {
-    HFSUniStr255 unicode;
-    ASSERT_TRUE(NameFromDisk(name, &unicode));
-    std::string back;
-    ASSERT_EQ(NameToDisk(unicode.View(), &back), noErr);
-    EXPECT_EQ(back, name);
-    folder_.WriteFile(name, "x");
-    FSRef found;
-    EXPECT_EQ(FSMakeFSRefUnicode(RefAt(""), unicode.View(), kTextEncodingUnknown, &found), noErr);
-    EXPECT_EQ(PathOf(found), folder_.PathOf(name));
-  }
-  const std::vector<std::u16string> refused = {
-      u"", u".", u"..", u"a/b", std::u16string(1, u'\0'), u"\xD800", u"\xDC41",
-      // More than this volume takes; others take more.
-      std::u16string(256, u'x'), std::u16string(128, u'\u00E9')};
-  for (const std::u16string &name : refused) {
-    FSRef found;
-    EXPECT_EQ(FSMakeFSRefUnicode(RefAt(""), name, kTextEncodingUnknown, &found), bdNamErr);
-  }
-}
-
-TEST_F(FileManager, IteratorsDeliverItemsInByteOrder) {
-  for (const char *name : {"b", "a", "B", "a.txt", "\xFF", "abcdefgh2", "abcdefgh1", ".hidden"}) {
-    folder_.WriteFile(name);
-  }
-  folder_.MakeFolder("aa");
-  folder_.MakeSymbolicLink("link", "aa");
-  mkfifo(folder_.PathOf("pipe").c_str(), 0600);
-  EXPECT_EQ(NamesIn(RefAt(""), kFSIterateFlat),
-            (std::vector<std::string>{".hidden", "B", "a", "a.txt", "aa", "abcdefgh1", "abcdefgh2",
-                                      "b", "link", "pipe", "\xFF"}));
-}
 
 TEST_F(FileManager, WithoutSafeRenamesAndHardLinksOnlyPlaceHoldersAreReplaced) {
   folder_.WriteFile("to/taken", "old");
@@ -145,20 +83,6 @@ TEST_F(FileManager, WithoutSafeRenamesAndHardLinksOnlyPlaceHoldersAreReplaced) {
                                                         {"to/package.app/", ""},
                                                         {"to/package.app/inside", "inside"},
                                                         {"to/taken", "old"}}));
-}
-
-TEST_F(FileManager, ALinkThatCannotBeFinishedIsTakenBack) {
-  folder_.MakeFolder("to");
-  folder_.WriteFile("from/a", "a");
-  SetTreeChangeFault([](const TreeChange &change) {
-    static int unlinks = 0;
-    if (change.Word() == "rename") return EINVAL;
-    return change.Word() == "unlink" && unlinks++ == 0 ? EACCES : 0;
-  });
-  FSRef moved{};
-  EXPECT_EQ(FSMoveObject(RefAt("from/a"), RefAt("to"), &moved), afpAccessDenied);
-  EXPECT_FALSE(folder_.Exists("to/a"));
-  EXPECT_EQ(folder_.ReadFile("from/a"), "a");
 }
 
 TEST_F(FileManager, ASwappedFolderIsRefusedNeverFollowed) {
@@ -228,37 +152,6 @@ TEST_F(FileManager, UnlockingGivesTheOwnerWritePermissionButNeverThroughOtherLin
     stat(folder_.PathOf(name).c_str(), &after);
     EXPECT_EQ(after.st_mode & 0777, isLinked ? 0555u : 0755u) << name;
   }
-}
-
-/// Lets an ordinary user mount too: in a namespace where this process is root and nobody else
-/// looks.
-void EnterNamespaceForMounting() {
-  if (geteuid() == 0) return;
-  const std::string map = "0 " + std::to_string(geteuid()) + " 1";
-  ASSERT_EQ(unshare(CLONE_NEWUSER | CLONE_NEWNS), 0);
-  std::ofstream("/proc/self/uid_map") << map;
-}
-
-TEST_F(FileManager, AMountedFolderIsBusyToADeletingIterator) {
-  EnterNamespaceForMounting();
-  folder_.MakeFolder("sub/mounted");
-  folder_.WriteFile("elsewhere/keep", "keep");
-  const std::string target = folder_.PathOf("sub/mounted");
-  for (const bool isBind : {false, true}) {
-    const int mounted = isBind ? mount(folder_.PathOf("elsewhere").c_str(), target.c_str(), nullptr,
-                                       MS_BIND, nullptr)
-                               : mount("none", target.c_str(), "tmpfs", 0, nullptr);
-    ASSERT_EQ(mounted, 0) << "mounting needs privileges";
-    FSIterator iterator;
-    EXPECT_EQ(FSOpenIterator(RefAt("sub/mounted"), kFSIterateDelete, &iterator), fBsyErr);
-    EXPECT_EQ(FSOpenIterator(RefAt("sub"), kFSIterateDelete, &iterator), noErr);
-    FSRef moved;
-    EXPECT_NE(FSMoveObject(RefAt("sub/mounted"), RefAt(""), &moved), noErr);
-    iterator.reset();
-    CloseFolderDescriptors();
-    EXPECT_EQ(umount(target.c_str()), 0) << "an idle program must not keep a volume busy";
-  }
-  EXPECT_EQ(folder_.ReadFile("elsewhere/keep"), "keep");
 }
 
 TEST_F(FileManager, SpecificationsAndAliasesLeadBackToTheItem) {

@@ -34,28 +34,6 @@ std::string Header(std::string_view path = "/drop") {
   return WriteJournalHeader(header);
 }
 
-TEST(JournalText, KeepsAnyNameInOneLineOfReadableText) {
-  std::string all;
-  for (int byte = 0; byte < 256; ++byte) all.push_back(static_cast<char>(byte));
-  for (const std::string &name :
-       {std::string("plain name.txt"), std::string("\n\t\\n\\"), std::string("äß€😀.txt"),
-        std::string("\xC2\x85\xC2\xA0\xC3\x28\xED\xA0\x80\xF0\x9F"), all, all + all}) {
-    const std::string line = JournalLineOf("word", {name, "next"});
-    EXPECT_TRUE(line.ends_with("\tnext\n"));
-    for (const char16_t unit : TextFromDisk(line)) {
-      const bool isReadable = (unit >= 0x20 && unit < 0x7F) || (unit >= 0xA0 && unit < 0xDC80) ||
-                              (unit > 0xDCFF) || unit == '\t' || unit == '\n';
-      EXPECT_TRUE(isReadable || (unit >= 0xDC00 && unit <= 0xDFFF && name.starts_with("ä")))
-          << line << static_cast<int>(unit);
-    }
-    CJournalFields fields(std::string_view(line).substr(0, line.size() - 1));
-    EXPECT_EQ(fields.Raw(), "word");
-    EXPECT_EQ(fields.Text(), name);
-    EXPECT_EQ(fields.Text(), "next");
-    EXPECT_TRUE(fields.IsAtEnd());
-  }
-}
-
 TEST(JournalReader, RefusesWhatIsNoJournal) {
   const std::string folder = "folder\t1\t0\t7:101\tone\n";
   EXPECT_TRUE(ParseJournal(Header() + folder + "rename\t1\ta\t0\n"));
@@ -88,42 +66,6 @@ TEST(JournalReader, RefusesWhatIsNoJournal) {
   std::string other = Header();
   other[other.find('1')] = '2';
   EXPECT_FALSE(ParseJournal(other)) << "another version";
-}
-
-TEST(JournalReader, SurvivesBeingCutOrDamagedAnywhere) {
-  const std::string text = Header() + "folder\t1\t0\t7:101\tone\nfolder\t2\t1\t7:102\tt\\xFFo\n" +
-                           "rename\t2\ta\t2\t517A7274\t55:66\nrename\t2\t517A7274\t0\n" +
-                           "failed\tEIO\nlink\t2\tb\t0\tb\t57:0\nunlink\t2\tb\n";
-  for (std::size_t size = 0; size <= text.size(); ++size) {
-    const std::string cut = text.substr(0, size);
-    const auto journal = ParseJournal(cut);
-    EXPECT_EQ(journal.has_value(), size >= Header().size());
-    if (!journal) continue;
-    EXPECT_EQ(journal->size, cut.rfind('\n') + 1);
-    // What follows the last line of a file that was never cut to its size.
-    const auto padded = ParseJournal(cut + std::string(50, '\0') + "end\tdone\n");
-    ASSERT_TRUE(padded);
-    EXPECT_EQ(padded->size, journal->size);
-    EXPECT_FALSE(padded->isEnded);
-    EXPECT_EQ(padded->halfMoves.size(), journal->halfMoves.size());
-  }
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    for (const char byte : {'\0', '\n', '\t', '\\', ':', '/', '0', '9', '\xFF'}) {
-      std::string damaged = text;
-      damaged[at] = byte;
-      const auto journal = ParseJournal(damaged);
-      if (!journal) continue;
-      for (std::size_t number = 1; number < journal->folders.size(); ++number) {
-        EXPECT_LT(journal->folders[number].parent, number);
-      }
-      for (const HalfMove &move : journal->halfMoves) {
-        for (const JournalPlace &place : move.places) {
-          EXPECT_LT(place.folder, journal->folders.size());
-          EXPECT_EQ(place.name.find('/'), std::string::npos);
-        }
-      }
-    }
-  }
 }
 
 class RunJournal : public testing::Test {

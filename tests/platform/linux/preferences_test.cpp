@@ -63,31 +63,6 @@ class Preferences : public testing::Test {
 
 using Source = PreferenceSource;
 
-TEST_F(Preferences, ValuesAreSearchedForFromTheRunToTheSystem) {
-  folder_.WriteFile("fallback/vannerly/preferences.toml", "D = 4\nE = \"text\"\n");
-  folder_.WriteFile("system/vannerly/preferences.toml", "A = 3\nB = 3\nC = 3\nD = 3\n");
-  folder_.WriteFile(kUserFile, "A = 2\nB = 2\nC = true\nWhen = 2020-01-01\n[table]\nF = 1\n");
-  BeginAnew();
-  CFPreferencesSetAppValue("B", std::int64_t{1});
-  PreferencesSetValueForThisRun("A", std::int64_t{0});
-  PreferencesSetValueForThisRun("B", std::int64_t{0});
-  CFPreferencesSetAppValue("A", std::int64_t{9});
-  ExpectValue("A", std::int64_t{0}, Source::kCommandLine);
-  ExpectValue("B", std::int64_t{0}, Source::kCommandLine);
-  ExpectValue("C", true, Source::kUser);
-  ExpectValue("D", std::int64_t{3}, Source::kSystem);
-  ExpectValue("E", std::string("text"), Source::kSystem);
-  ExpectValue("When", std::monostate(), Source::kUser);
-  EXPECT_EQ(CFPreferencesCopyAppValue("F"), std::nullopt);
-  EXPECT_EQ(PreferencesSourceOfAppValue("F"), Source::kDefault);
-
-  EXPECT_TRUE(CFPreferencesAppSynchronize());
-  BeginAnew();  // values for the run are not kept, those set are
-  ExpectValue("A", std::int64_t{9}, Source::kUser);
-  ExpectValue("B", std::int64_t{1}, Source::kUser);
-  EXPECT_TRUE(problems.empty());
-}
-
 TEST_F(Preferences, SynchronizeSeesEveryChangeOfTheFile) {
   EXPECT_EQ(CFPreferencesCopyAppValue("Operation"), std::nullopt);
   // Rewritten in place, the same size, so quickly that the file's times need not change.
