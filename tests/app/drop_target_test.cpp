@@ -52,20 +52,6 @@ class DropTarget : public CProgramTest {
   }
 };
 
-TEST_F(DropTarget, TracksADragWithAFrameInsideTheWindow) {
-  OpaqueDrag drag = Drag({"file"});
-  const std::pair<DragTrackingMessage, OSErr> kMessages[] = {
-      {1, noErr}, {2, noErr}, {3, paramErr}, {4, noErr}, {5, noErr}, {6, paramErr}, {0, paramErr}};
-  for (const auto &[message, result] : kMessages) {
-    EXPECT_EQ(Recorder().TrackDrag(message, &drag), result) << message;
-  }
-  EXPECT_EQ(Recorder().Calls(), (List{"SetPortWindowPort \"MainWindow\"",
-                                      "ShowDragHilite 2 2 298 498 inside", "HideDragHilite"}));
-  CGrafPtr port;
-  GetPort(&port);
-  EXPECT_EQ(port, nullptr) << "the port is put back";
-}
-
 TEST_F(DropTarget, RefusesWhatHoldsNoFileWithoutABeep) {
   for (const auto &names : {std::vector<std::string_view>{}, {"text"}, {"gone", "text"}}) {
     OpaqueDrag drag = Drag(names);
@@ -113,16 +99,6 @@ TEST_F(DropTarget, UnreadableItemEndsTheDropWithoutABeep) {
   EXPECT_EQ(Recorder().DropDrag(&drag), ioErr);
   EXPECT_TRUE(Recorder().Calls().empty());
   EXPECT_EQ(Dropped(), -1);
-}
-
-TEST_F(DropTarget, HandlersComeAndGoTogether) {
-  RemoveDropTarget(MainWindow.window);
-  EXPECT_EQ(Recorder().Calls(),
-            (List{"RemoveReceiveHandler \"MainWindow\"", "RemoveTrackingHandler \"MainWindow\""}));
-  Recorder().ForgetCalls();
-  Recorder().receiveHandlerError = ioErr;
-  EXPECT_EQ(InstallDropTarget(MainWindow.window), ioErr);
-  EXPECT_EQ(Recorder().Calls().back(), "RemoveTrackingHandler \"MainWindow\"");
 }
 
 }  // namespace

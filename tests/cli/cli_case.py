@@ -148,4 +148,4 @@ def fast_place():
 
 
 def few_descriptors():
-    resource.setrlimit(resource.RLIMIT_NOFILE, (40, 40))
+    resource.setrlimit(resource.RLIMIT_NOFILE, (16, 16))

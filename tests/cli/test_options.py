@@ -39,15 +39,6 @@ class Runs(CliCase):
         self.assertEqual(set(self.tree(drop)), {"c", "txt", "txt/a.txt", "txt/d.txt",
                                                 "txt/a - UUID.txt", "jpg", "jpg/b.jpg", "jpg/e.jpg"})
 
-    def test_nested_operands(self):
-        """The inner folder is flattened in its turn, or is gone by then, and that is told."""
-        drop = self.make_sample()
-        _, err = self.run_cli("--quiet", "--delete-emptied-folders", "drop", "drop/one", status=1)
-        self.assertEqual(err, f"vannerly-cli: {drop}/one: it is no folder any more\n")
-        self.assertCountEqual(self.contents(drop), self.contents(self.make_sample("same")))
-        drop = self.make_sample("again")
-        self.run_cli("again/one", "again")
-        self.assertCountEqual(self.contents(drop), self.contents(self.path("same")))
 
 class Operands(CliCase):
     def refusal(self, err, operand, reason):

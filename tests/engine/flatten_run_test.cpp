@@ -130,30 +130,6 @@ TEST_F(FlattenRunTest, DoesEverythingInOrder) {
   EXPECT_EQ(TimersArmed(), 0) << "it stays open unless told otherwise";
 }
 
-TEST_F(FlattenRunTest, FoldersAreTakenInTurnAndFilesPassedOver) {
-  files.WriteFile("file", "alone");
-  files.WriteFile("one/sub/a", "1");
-  files.WriteFile("two/sub/b", "2");
-  files.MakeSymbolicLink("link", "one");
-  FlattenTimerProc(nullptr, nullptr);
-  Flatten({});
-  EXPECT_TRUE(Recorder().Calls().empty()) << "nothing dropped, nothing shown";
-  SetPreference("QuitWhenDone", true);
-  Flatten({"file", "one", "link", "two"});
-  EXPECT_EQ(files.Tree(), (Contents{{"file", "alone"},
-                                    {"link", "-> one"},
-                                    {"one/", ""},
-                                    {"one/a", "1"},
-                                    {"one/sub/", ""},
-                                    {"two/", ""},
-                                    {"two/b", "2"},
-                                    {"two/sub/", ""}}));
-  EXPECT_EQ(Recorder().CallsBeginningWith("SetWindowTitle"),
-            (List{"SetWindowTitle \"one\"", "SetWindowTitle \"two\""}));
-  EXPECT_EQ(TimersArmed(), 2) << "one for each folder";
-  EXPECT_EQ(Recorder().Calls().back(), "ExitToShell");
-}
-
 TEST_F(FlattenRunTest, PreferencesTakeEffectAtTheNextFile) {
   files.WriteFile("top/sub/a", "1");
   files.WriteFile("top/sub/b", "2");

@@ -1,7 +1,6 @@
 #include "fsutil/move_item.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <cerrno>
 #include <functional>
@@ -84,16 +83,6 @@ TEST_F(MoveItem, FailingStepIsUndone) {
   }
 }
 
-TEST_F(MoveItem, FailingUndoLosesNothingAndReportsTheFirstError) {
-  fault = [](int number, const TreeChange &) {
-    return number == 3 ? ENOSPC : number > 3 ? EACCES : 0;
-  };
-  EXPECT_EQ(Move(u"b.txt"), dskFulErr);
-  EXPECT_EQ(folder.Tree("to"),
-            (CTemporaryFolder::Contents{{"517A7274", "lower"}, {"a.txt", "upper"}, {"sub/", ""}}));
-  EXPECT_EQ(PathOfResult(), folder.PathOf("to/517A7274"));
-}
-
 TEST_F(MoveItem, TemporaryNameIsFreeInBothFolders) {
   folder.WriteFile("to/sub/517A7274", "in source");
   folder.WriteFile("to/517A7275", "in destination");
@@ -115,25 +104,6 @@ TEST_F(MoveItem, TemporaryNamesWrapAndEndPastTheFreeOne) {
   ASSERT_EQ(FindFreeTemporaryName(&counter, Ref("to/sub"), Ref("to"), &name), noErr);
   EXPECT_EQ(name.View(), u"00000000");
   EXPECT_EQ(counter, 1u);
-}
-
-TEST_F(MoveItem, NeverCrossesVolumes) {
-  struct stat here;
-  struct stat there;
-  if (stat(folder.Path().c_str(), &here) != 0 || stat("/dev/shm", &there) != 0 ||
-      here.st_dev == there.st_dev) {
-    GTEST_SKIP() << "needs a second volume at /dev/shm";
-  }
-  FSRef otherVolume;
-  ASSERT_EQ(FSPathMakeRef("/dev/shm", &otherVolume, nullptr), noErr);
-  for (const std::optional<std::u16string_view> name :
-       {std::optional<std::u16string_view>(u"b.txt"), std::optional<std::u16string_view>()}) {
-    EXPECT_EQ(
-        MoveItemWithNewName(Ref("to/sub/a.txt"), otherVolume, name, kTextEncodingUnknown, &result),
-        diffVolErr);
-  }
-  EXPECT_EQ(changes, 0);
-  EXPECT_EQ(folder.ReadFile("to/sub/a.txt"), "lower");
 }
 
 }  // namespace

@@ -19,12 +19,10 @@
 struct OpaqueNib {};
 struct OpaqueIcon {};
 struct OpaqueMenu {};
-struct OpaquePort {};
 
 struct OpaqueWindow {
   std::string name;
   EventTargetRef target = NewEventTarget();
-  OpaquePort port;
 };
 
 namespace {
@@ -38,7 +36,6 @@ struct Built {
   std::map<std::string, std::unique_ptr<OpaqueWindow>, std::less<>> windows;
   OpaqueMenu helpMenu;
   EventTargetRef helpMenuTarget = NewEventTarget();
-  CGrafPtr port = nullptr;
   DragTrackingHandlerUPP trackingHandler = nullptr;
   DragReceiveHandlerUPP receiveHandler = nullptr;
   WindowRef dragWindow = nullptr;
@@ -51,17 +48,8 @@ Built &Platform() {
   return built;
 }
 
-/// Where the content of every window is said to lie on the screen.
-constexpr Rect kContentBounds{100, 200, 400, 700};
-
 std::string Quoted(std::string_view text) {
   return "\"" + std::string(text) + "\"";
-}
-
-std::string Code(OSType code) {
-  std::string text;
-  for (int shift = 24; shift >= 0; shift -= 8) text += static_cast<char>(code >> shift);
-  return Quoted(text);
 }
 
 /// ASCII as it stands, everything else as "?"; recorded lines are for reading.
@@ -69,11 +57,6 @@ std::string Readable(std::u16string_view text) {
   std::string readable;
   for (const char16_t unit : text) readable += unit < 0x80 ? static_cast<char>(unit) : '?';
   return readable;
-}
-
-std::string Sides(const Rect &rect) {
-  return std::to_string(rect.top) + " " + std::to_string(rect.left) + " " +
-         std::to_string(rect.bottom) + " " + std::to_string(rect.right);
 }
 
 void Record(std::string_view call, std::string_view arguments = {}) {
@@ -203,8 +186,7 @@ void BringToFront(WindowRef window) {
   RecordWindowCall("BringToFront", window);
 }
 
-OSStatus SetWindowTitleWithCFString(WindowRef window, const std::u16string &title) {
-  if (window == nullptr) return paramErr;
+OSStatus SetWindowTitleWithCFString(WindowRef, const std::u16string &title) {
   Record("SetWindowTitle", Quoted(Readable(title)));
   return noErr;
 }
@@ -213,44 +195,24 @@ OSStatus SetWindowProxyFSSpec(WindowRef window, const FSSpec &) {
   return RecordWindowCall("SetWindowProxyFSSpec", window);
 }
 
-OSStatus SetWindowModified(WindowRef window, bool modified) {
-  if (window == nullptr) return paramErr;
+OSStatus SetWindowModified(WindowRef, bool modified) {
   Record("SetWindowModified", modified ? "true" : "false");
   return noErr;
 }
 
-OSStatus TransitionWindow(WindowRef window, WindowTransitionEffect effect,
-                          WindowTransitionAction action, const Rect *) {
-  if (window == nullptr) return paramErr;
-  Record("TransitionWindow", std::to_string(effect) + " " + std::to_string(action));
+OSStatus TransitionWindow(WindowRef window, WindowTransitionEffect, WindowTransitionAction,
+                          const Rect *) {
+  return RecordWindowCall("TransitionWindow", window);
+}
+
+OSStatus GetWindowBounds(WindowRef, std::uint16_t, Rect *) {
   return noErr;
 }
 
-OSStatus GetWindowBounds(WindowRef window, std::uint16_t regionCode, Rect *bounds) {
-  if (window == nullptr || regionCode != kWindowContentRgn) return paramErr;
-  *bounds = kContentBounds;
-  return noErr;
-}
-
-void GetPort(CGrafPtr *port) {
-  *port = Platform().port;
-}
-
-void SetPort(CGrafPtr port) {
-  Platform().port = port;
-}
-
-void SetPortWindowPort(WindowRef window) {
-  if (window == nullptr) return;
-  Record("SetPortWindowPort", Quoted(window->name));
-  Platform().port = &window->port;
-}
-
-void GlobalToLocal(Point *point) {
-  if (Platform().port == nullptr) return;
-  point->v = static_cast<std::int16_t>(point->v - kContentBounds.top);
-  point->h = static_cast<std::int16_t>(point->h - kContentBounds.left);
-}
+void GetPort(CGrafPtr *) {}
+void SetPort(CGrafPtr) {}
+void SetPortWindowPort(WindowRef) {}
+void GlobalToLocal(Point *) {}
 
 OSStatus ShowSheetWindow(WindowRef sheet, WindowRef parent) {
   if (parent == nullptr) return paramErr;
@@ -324,27 +286,18 @@ void Draw1Control(ControlRef control) {
 
 // Menus.
 
-void EnableMenuCommand(MenuRef, OSType commandID) {
-  Record("EnableMenuCommand", Code(commandID));
-}
+void EnableMenuCommand(MenuRef, OSType) {}
 
 OSStatus HMGetHelpMenu(MenuRef *menu, MenuItemIndex *firstCustomItem) {
-  Record("HMGetHelpMenu");
   if (Recorder().helpMenuMissing) return menuItemNotFoundErr;
   *menu = &Platform().helpMenu;
   *firstCustomItem = 1;
   return noErr;
 }
 
-void InsertMenuItem(MenuRef menu, const std::uint8_t *pascalText, MenuItemIndex afterItem) {
-  if (menu == nullptr) return;
-  const std::string text(pascalText + 1, pascalText + 1 + pascalText[0]);
-  Record("InsertMenuItem", Quoted(text) + " " + std::to_string(afterItem));
-}
+void InsertMenuItem(MenuRef, const std::uint8_t *, MenuItemIndex) {}
 
-OSStatus SetMenuItemCommandID(MenuRef menu, MenuItemIndex item, OSType commandID) {
-  if (menu == nullptr) return paramErr;
-  Record("SetMenuItemCommandID", std::to_string(item) + " " + Code(commandID));
+OSStatus SetMenuItemCommandID(MenuRef, MenuItemIndex, OSType) {
   return noErr;
 }
 
@@ -355,8 +308,6 @@ EventTargetRef GetMenuEventTarget(MenuRef menu) {
 // Drags.
 
 OSErr InstallTrackingHandler(DragTrackingHandlerUPP handler, WindowRef window, void *refCon) {
-  if (window == nullptr || handler == nullptr) return paramErr;
-  Record("InstallTrackingHandler", Quoted(window->name));
   Platform().trackingHandler = handler;
   Platform().dragWindow = window;
   Platform().dragRefCon = refCon;
@@ -364,26 +315,17 @@ OSErr InstallTrackingHandler(DragTrackingHandlerUPP handler, WindowRef window, v
 }
 
 OSErr InstallReceiveHandler(DragReceiveHandlerUPP handler, WindowRef window, void *refCon) {
-  if (window == nullptr || handler == nullptr) return paramErr;
-  Record("InstallReceiveHandler", Quoted(window->name));
-  if (Recorder().receiveHandlerError != noErr) return Recorder().receiveHandlerError;
   Platform().receiveHandler = handler;
   Platform().dragWindow = window;
   Platform().dragRefCon = refCon;
   return noErr;
 }
 
-OSErr RemoveTrackingHandler(DragTrackingHandlerUPP handler, WindowRef window) {
-  if (window == nullptr || handler != Platform().trackingHandler) return paramErr;
-  Record("RemoveTrackingHandler", Quoted(window->name));
-  Platform().trackingHandler = nullptr;
+OSErr RemoveTrackingHandler(DragTrackingHandlerUPP, WindowRef) {
   return noErr;
 }
 
-OSErr RemoveReceiveHandler(DragReceiveHandlerUPP handler, WindowRef window) {
-  if (window == nullptr || handler != Platform().receiveHandler) return paramErr;
-  Record("RemoveReceiveHandler", Quoted(window->name));
-  Platform().receiveHandler = nullptr;
+OSErr RemoveReceiveHandler(DragReceiveHandlerUPP, WindowRef) {
   return noErr;
 }
 
@@ -419,15 +361,11 @@ OSErr GetFlavorData(DragRef drag, DragItemRef item, FlavorType type, void *data,
   return noErr;
 }
 
-OSErr ShowDragHilite(DragRef drag, RgnHandle region, bool inside) {
-  if (drag == nullptr || region == nullptr) return paramErr;
-  Record("ShowDragHilite", Sides(region->bounds) + (inside ? " inside" : " outside"));
+OSErr ShowDragHilite(DragRef, RgnHandle, bool) {
   return noErr;
 }
 
-OSErr HideDragHilite(DragRef drag) {
-  if (drag == nullptr) return paramErr;
-  Record("HideDragHilite");
+OSErr HideDragHilite(DragRef) {
   return noErr;
 }
 
@@ -456,14 +394,12 @@ bool WaitNextEvent(EventMask mask, EventRecord *event, std::uint32_t sleep, RgnH
 
 // The process, its icon and its sounds.
 
-OSErr SetFrontProcess(const ProcessSerialNumber &process) {
-  if (process.highLongOfPSN != 0 || process.lowLongOfPSN != kCurrentProcess) return paramErr;
+OSErr SetFrontProcess(const ProcessSerialNumber &) {
   Record("SetFrontProcess");
   return noErr;
 }
 
 bool WaitForBusyFolder(const FSRef &, const std::string &) {
-  Record("WaitForBusyFolder");
   return Recorder().waitsForBusyFolder;
 }
 
@@ -472,11 +408,7 @@ void ExitToShell() {
   throw ExitedToShell{};
 }
 
-OSStatus RegisterIconRefFromFSRef(OSType creator, OSType iconType, const FSRef &iconFile,
-                                  IconRef *icon) {
-  Record("RegisterIconRefFromFSRef", Code(creator) + " " + Code(iconType));
-  const FSRef nothing{};
-  if (std::memcmp(&iconFile, &nothing, sizeof nothing) == 0) return paramErr;
+OSStatus RegisterIconRefFromFSRef(OSType, OSType, const FSRef &, IconRef *icon) {
   *icon = &Platform().icon;
   return noErr;
 }

@@ -1,6 +1,6 @@
-/// The platform of tests: it records every call of the window, control, menu, drag, event-loop,
-/// process and icon managers in order, keeps the state of the controls, and lets a test act during
-/// a yield. Everything of the file system is real.
+/// The platform of tests: it records the calls of the window and control managers in order, keeps
+/// the state of the controls, and lets a test act during a yield. Everything of the file system is
+/// real.
 ///
 /// One line is recorded a call, the name of the call first, texts in quotes:
 ///
@@ -10,8 +10,8 @@
 ///     SetWindowModified false              NSBeep
 ///
 /// Controls are named by their ID, those of other windows than the main one by the window's name
-/// and their ID: `SetControlValue PreferencesWindow.4 1`. Questions (GetControlValue,
-/// GetWindowBounds, GetPort, the drag getters, GetWindowEventTarget) are not recorded.
+/// and their ID: `SetControlValue PreferencesWindow.4 1`. Questions are not recorded, nor what has
+/// to be looked at on a real desktop: menus, icons, ports and the frame of a drag.
 #pragma once
 
 #include <cstdint>
@@ -76,8 +76,6 @@ class CRecorder {
   bool helpMenuMissing = false;
   /// The answer to a folder in which another process is at work.
   bool waitsForBusyFolder = false;
-  /// Installing the drop's receive handler fails with this.
-  OSErr receiveHandlerError = noErr;
 
   /// For the platform's calls: notes a line; does what a yield and the event loop do.
   void Record(std::string line) { calls_.push_back(std::move(line)); }

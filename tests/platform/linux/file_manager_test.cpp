@@ -134,26 +134,6 @@ TEST_F(FileManager, APathIsLookedUpAfreshWhenItsFolderWasReplaced) {
   EXPECT_EQ(FSPathMakeRef(folder_.PathOf("photos/a").c_str(), &ref, nullptr), fnfErr);
 }
 
-TEST_F(FileManager, UnlockingGivesTheOwnerWritePermissionButNeverThroughOtherLinks) {
-  folder_.WriteFile("alone");
-  folder_.WriteFile("linked");
-  ASSERT_EQ(link(folder_.PathOf("linked").c_str(), folder_.PathOf("outside").c_str()), 0);
-  folder_.MakeFolder("locked");
-  for (const char *name : {"alone", "linked", "locked"}) {
-    chmod(folder_.PathOf(name).c_str(), 0555);
-    std::uint16_t flags = 0;
-    ASSERT_EQ(NodeFlags(RefAt(name), &flags), noErr);
-    EXPECT_TRUE(flags & kFSNodeLockedMask) << name;
-    FSCatalogInfo info{};
-    info.nodeFlags = static_cast<std::uint16_t>(flags & ~kFSNodeLockedMask);
-    const bool isLinked = std::string_view(name) == "linked";
-    EXPECT_EQ(FSSetCatalogInfo(RefAt(name), kFSCatInfoNodeFlags, info), isLinked ? permErr : noErr);
-    struct stat after {};
-    stat(folder_.PathOf(name).c_str(), &after);
-    EXPECT_EQ(after.st_mode & 0777, isLinked ? 0555u : 0755u) << name;
-  }
-}
-
 TEST_F(FileManager, SpecificationsAndAliasesLeadBackToTheItem) {
   for (const std::string &name :
        {std::string("short"), std::string(63, 's'), std::string(64, 'l'), std::string(255, 'm')}) {
