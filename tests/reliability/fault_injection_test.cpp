@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "engine/run_observers.h"
 #include "platform/journal.h"
 #include "tests/reliability/precious_tree.h"
 
@@ -127,6 +128,7 @@ TEST_P(FaultInjection, LosesNothingWhicheverChangeFails) {
       {{EIO, EPERM, EEXIST, ENOENT, EINTR}, 1},
       {{EIO, EPERM, EROFS}, INT_MAX / 2}};
   const int changes = CountChanges();
+  const auto left = ReportOfFolder.CountOf(RunEvent::kLeftInPlace);
   ASSERT_GT(changes, 5);
   int runs = 0;
   for (int first = 1; first <= changes; ++first) {
@@ -139,6 +141,9 @@ TEST_P(FaultInjection, LosesNothingWhicheverChangeFails) {
         const bool isOnce = following == 0;
         ExpectSound(what, {.temporaryNames = !isOnce, .twoNames = !isOnce && GetParam().isLinking});
         ASSERT_GT(changesFailed, 0) << what;
+        if (isOnce && error == EINTR) {
+          EXPECT_EQ(ReportOfFolder.CountOf(RunEvent::kLeftInPlace), left) << what;
+        }
         ASSERT_FALSE(HasFailure()) << what;
         ++runs;
       }

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/tree_change_fault.h"
 #include "tests/support/program_test.h"
+#include "tests/support/tree_change_fault.h"
 
 /// The preferences under which the tree is flattened.
 struct Rules {

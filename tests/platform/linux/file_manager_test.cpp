@@ -96,7 +96,7 @@ TEST_F(FileManager, ASwappedFolderIsRefusedNeverFollowed) {
     if (isLink) {
       folder_.MakeSymbolicLink("dropped/sub", folder_.PathOf("guarded"));
     } else {
-      folder_.MakeFolder("dropped/sub");
+      folder_.WriteFile("dropped/sub/a", "another");
     }
     for (const FSIteratorFlags flags : {kFSIterateFlat, kFSIterateScan, kFSIterateDelete}) {
       FSIterator iterator;
