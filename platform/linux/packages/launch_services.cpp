@@ -9,6 +9,7 @@
 
 #include "platform/linux/packages/package_types.h"
 #include "platform/linux/packages/property_list.h"
+#include "platform/linux/system/errors.h"
 #include "platform/linux/tree/finder_info.h"
 #include "platform/linux/tree/folder_table.h"
 #include "platform/linux/tree/item_location.h"
@@ -27,24 +28,25 @@ bool IsExecutableFile(const ItemStatus &status) {
   return status.IsFile() && (status.mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0;
 }
 
-/// Whether something could not be opened for want of descriptors or memory, which says nothing of
-/// what it is. Such a folder is taken for a package: kept whole, it loses nothing.
-bool IsExhaustion(int error) {
-  return error == EMFILE || error == ENFILE || error == ENOMEM;
+/// What could not be opened for want of descriptors or memory says nothing of what it is, and that
+/// is noted in `lack`.
+void NoteLack(int error, OSErr *lack) {
+  if (error == EMFILE || error == ENFILE || error == ENOMEM) *lack = ErrorFromErrno(error);
 }
 
 /// Whether `folder` holds an executable `AppRun`. Often that is a link to the program proper,
 /// deeper in the folder; a link that leads elsewhere does not count.
-bool HasAppRun(int folder) {
+bool HasAppRun(int folder, OSErr *lack) {
   ItemStatus status;
   if (Tree().Look(folder, kAppRun, &status) != 0) return false;
   if (!status.IsLink()) return IsExecutableFile(status);
   const int error = Tree().LookBehindLink(folder, kAppRun, &status);
-  return error == 0 ? IsExecutableFile(status) : IsExhaustion(error);
+  NoteLack(error, lack);
+  return error == 0 && IsExecutableFile(status);
 }
 
 /// The flags that `Contents/Info.plist` in a folder gives it; 0 without one.
-std::uint32_t BundleFlags(int folder) {
+std::uint32_t BundleFlags(int folder, OSErr *lack) {
   int contents = -1;
   int error = Tree().OpenFolder(folder, kContents, FolderUse::kPlace, &contents);
   if (error == 0) {
@@ -56,7 +58,8 @@ std::uint32_t BundleFlags(int folder) {
       return kLSItemInfoIsPackage | (isApplication ? kLSItemInfoIsApplication : 0);
     }
   }
-  return IsExhaustion(error) ? kLSItemInfoIsPackage : 0;
+  NoteLack(error, lack);
+  return 0;
 }
 
 bool HasRegisteredExtension(const FSRef &item) {
@@ -103,15 +106,20 @@ OSStatus ReadItemInfo(const FSRef &item, LSItemInfoRecord *info) {
   const auto mayHold = [&listing](std::string_view name) {
     return listing.Error() != noErr || listing.Holds(name);
   };
+  OSErr lack = noErr;
   std::uint32_t flags = kLSItemInfoIsContainer;
-  if (mayHold(kContents)) flags |= BundleFlags(folder);
-  if (mayHold(kAppRun) && HasAppRun(folder)) flags |= kLSItemInfoIsApplication;
+  if (mayHold(kContents)) flags |= BundleFlags(folder, &lack);
+  if (mayHold(kAppRun) && HasAppRun(folder, &lack)) flags |= kLSItemInfoIsApplication;
   // What costs most comes last, and only while it matters.
   if ((flags & kLSItemInfoIsPackage) == 0 &&
       (HasRegisteredExtension(item) ||
        HasBundleBit(listing.Error() == noErr ? Tree().ReadFinderInfo({folder, listing.Folder()}, "")
                                              : ReadFinderInfo(item)))) {
     flags |= kLSItemInfoIsPackage;
+  }
+  if (lack != noErr) {
+    NoteFolderUnread(reference.folder, reference.NameView(), lack);
+    flags = kUnknownFolder;
   }
   info->flags = flags;
   return noErr;
