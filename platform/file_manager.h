@@ -201,5 +201,5 @@ OSErr UpdateAlias(const FSSpec *fromFile, const FSSpec &target, const AliasHandl
                   bool *wasChanged);
 
 /// Gives back what has been remembered of all that was worked in since the last call. References to
-/// what lay in a folder then lead nowhere; those made of paths and specifications stay good.
+/// what lay in a folder then lead nowhere; those made of paths and of an FSSpec stay good.
 void FSForgetRun();

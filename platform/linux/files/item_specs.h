@@ -1,4 +1,4 @@
-/// Items as the specifications that travel in events and drags.
+/// Items as they travel in events and drags, by FSSpec.
 #pragma once
 
 #include "platform/linux/tree/item_reference.h"

@@ -34,7 +34,7 @@ class CPackedDevice {
 /// How long what a reference needs is kept: the folder it lies in, and its name if that is long.
 enum class KeepFor {
   kRun,      ///< until EndRun: whatever is found in a folder that is being worked in
-  kProcess,  ///< whatever has come from outside, as a path or a specification
+  kProcess,  ///< whatever has come from outside, as a path or an FSSpec
 };
 
 /// An item by the folder it lies in and its name there.

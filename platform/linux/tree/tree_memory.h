@@ -38,7 +38,7 @@ class CTreeMemory final : public CTreeLayer {
 
   void BeginRun();
   /// Gives all memory back. References to items in folders that the run has worked in lead nowhere
-  /// from then on; those made of paths and specifications stay good.
+  /// from then on; those made of paths and of an FSSpec stay good.
   void EndRun();
 
   /// Notes that the item has been looked at and exists.
