@@ -40,6 +40,7 @@ class CRunJournal final : public CTreeLayer {
   int Change(const TreeChange &change) override;
 
  private:
+  /// Answers kIsOutside for a change that belongs to no run.
   int Record(const TreeChange &change);
   void RecordFailure(int error);
   void Stop(int error);
@@ -219,9 +220,11 @@ int CRunJournal::Change(const TreeChange &change) {
   } catch (const std::bad_alloc &) {
     full = ENOMEM;
   }
-  if (full != 0) Stop(full);
+  if (full != 0 && full != kIsOutside) Stop(full);
   const int error = CTreeLayer::Change(change);
-  if (error != 0) RecordFailure(error);
+  // Of a change that is not in the journal its failure must not be either: it would be taken for
+  // that of the one before.
+  if (error != 0 && full == 0) RecordFailure(error);
   return error;
 }
 
@@ -233,7 +236,6 @@ int CRunJournal::Record(const TreeChange &change) {
   JournalPlaceView to{0, isNewName ? change.newName : from.name};
   int error = NumberOf(change.folder.index, &from.folder);
   if (error == 0 && isMove) error = NumberOf(change.newFolder.index, &to.folder);
-  if (error == kIsOutside) return 0;
   if (error == 0) error = file_.MakeRoom(CJournalLine::RoomFor(from.name.size() + to.name.size()));
   if (error != 0) return error;
 

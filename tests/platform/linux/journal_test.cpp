@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -92,20 +93,23 @@ class RunJournal : public testing::Test {
     return home_.ReadFile("state/vannerly/journal/" + name);
   }
 
-  /// Has folders of that name made in a folder, of which none gets as far as the disk.
-  void Make(int count, std::string_view parent, const std::string &name) const {
+  /// Has folders of that name made in a folder, of which none gets as far as the disk: all are
+  /// answered with that error, 0 for none.
+  void Make(int count, std::string_view parent, const std::string &name, int error) const {
     OpenedFolder folder{-1, 0};
     ASSERT_EQ(FindTableFolder(Ref(parent), &folder.index, &folder.descriptor), noErr);
     struct : CTreeLayer {
-      int Change(const TreeChange &) override { return 0; }
+      int Change(const TreeChange &) override { return answer; }
+      int answer = 0;
     } nowhere;
+    nowhere.answer = error;
     PutLayerOnDisk(&nowhere);
     for (int i = 0; i < count; ++i) {
-      EXPECT_EQ(Tree().Change({ChangeKind::kMakeFolder, name.c_str(), folder}), 0);
+      EXPECT_EQ(Tree().Change({ChangeKind::kMakeFolder, name.c_str(), folder}), error);
     }
     RemoveLayer(&nowhere);
   }
-  void RecordMany(int count) const { Make(count, "drop", std::string(255, '\n')); }
+  void RecordMany(int count) const { Make(count, "drop", std::string(255, '\n'), 0); }
 
   CTemporaryFolder home_;
   CTemporaryFolder files_;
@@ -116,7 +120,7 @@ TEST_F(RunJournal, IsPrivateAndGrowsWithTheRun) {
   umask(0);
   ASSERT_EQ(Begin("drop"), noErr);
   RecordMany(20000);
-  Make(1, "beside", "elsewhere");
+  Make(1, "beside", "elsewhere", EIO);
   EndRunJournal(RunEnd::kStopped);
   ASSERT_EQ(Journals().size(), 1u);
   const std::string text = Text(Journals()[0]);
