@@ -14,6 +14,28 @@ void WriteTemporaryName(std::uint32_t value, HFSUniStr255 *name) {
   name->length = kTemporaryNameLength;
 }
 
+/// Through a temporary name, for the old one may be taken there and the new one here.
+OSErr MoveInSteps(const FSRef &destination, const FSRef &oldFolder, std::u16string_view oldName,
+                  TextEncoding oldHint, std::u16string_view newName, TextEncoding hint,
+                  FSRef *item) {
+  std::uint32_t counter = kFirstTemporaryName;
+  HFSUniStr255 temporaryName;
+  OSErr error = FindFreeTemporaryName(&counter, oldFolder, destination, &temporaryName);
+  if (error != noErr) return error;
+  error = FSRenameUnicode(*item, temporaryName.View(), kTextEncodingUnknown, item);
+  if (error != noErr) return error;
+
+  error = FSMoveObject(*item, destination, item);
+  if (error == noErr) {
+    error = FSRenameUnicode(*item, newName, hint, item);
+    if (error == noErr) return noErr;
+    // Undoing is best effort: the error to report is the one that made it necessary.
+    (void)FSMoveObject(*item, oldFolder, item);
+  }
+  (void)FSRenameUnicode(*item, oldName, oldHint, item);
+  return error;
+}
+
 OSErr LookUp(const FSRef &folder, const HFSUniStr255 &name) {
   FSRef found;
   return PBMakeFSRefUnicodeSync(
@@ -43,21 +65,11 @@ OSErr MoveItemWithNewName(const FSRef &item, const FSRef &destination,
 
   if (!newName) return FSMoveObject(*result, destination, result);
 
-  std::uint32_t counter = kFirstTemporaryName;
-  HFSUniStr255 temporaryName;
-  error = FindFreeTemporaryName(&counter, oldFolder, destination, &temporaryName);
+  error = FSBeginMove(*result, destination, *newName);
   if (error != noErr) return error;
-  error = FSRenameUnicode(*result, temporaryName.View(), kTextEncodingUnknown, result);
-  if (error != noErr) return error;
-
-  error = FSMoveObject(*result, destination, result);
-  if (error == noErr) {
-    error = FSRenameUnicode(*result, *newName, hint, result);
-    if (error == noErr) return noErr;
-    // Undoing is best effort: the error to report is the one that made it necessary.
-    (void)FSMoveObject(*result, oldFolder, result);
-  }
-  (void)FSRenameUnicode(*result, oldName.View(), itemInfo.textEncodingHint, result);
+  error = MoveInSteps(destination, oldFolder, oldName.View(), itemInfo.textEncodingHint, *newName,
+                      hint, result);
+  FSEndMove();
   return error;
 }
 

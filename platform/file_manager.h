@@ -175,6 +175,12 @@ OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result);
 /// used.
 OSErr FSRenameUnicode(const FSRef &ref, std::u16string_view name, TextEncoding hint, FSRef *result);
 
+/// Tells that the calls until FSEndMove move an item into another folder of its volume under a new
+/// name, or take that back: however many steps it takes, it is one move. Fails, and FSEndMove is
+/// not to be called, for a folder that is none (dirNFErr) and a name that is none (bdNamErr).
+OSErr FSBeginMove(const FSRef &ref, const FSRef &destination, std::u16string_view newName);
+void FSEndMove();
+
 /// noErr when both refer to the same item at the same place, else errFSRefsDifferent.
 OSErr FSCompareFSRefs(const FSRef &first, const FSRef &second);
 

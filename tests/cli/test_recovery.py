@@ -51,7 +51,7 @@ class Recovery(CliCase):
         os.symlink("above/drop", self.path("link"))
         before = self.tree(drop)
         process = self.start(drop, environment=slow_disk(SLOW))
-        self.wait_until(lambda: self.journal_text().count("\nrename\t") > 0, process)
+        self.wait_until(lambda: re.search("\n(move|steps)\t", self.journal_text()), process)
         for folder, where in ((drop, "it"), (drop + "/one", drop), (self.path("above"), drop),
                               (self.path("link"), "it")):
             out, err = self.run_cli("--delete-emptied-folders", "--aggregate-files-when-done",

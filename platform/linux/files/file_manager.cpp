@@ -1,7 +1,10 @@
 #include "platform/file_manager.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cerrno>
+#include <optional>
 #include <string>
 
 #include "platform/linux/files/item_specs.h"
@@ -43,6 +46,18 @@ FSRef RefAtNewPlace(const FSRef &ref, FolderIndex folder, std::string_view name)
   moved.folder = folder;
   moved.SetName(name);
   return RefHolding(moved);
+}
+
+/// A move in several calls, with copies of the names that it is told by.
+struct MoveInHand {
+  FSRef item;
+  std::string newName;
+  std::optional<CWholeMove> whole;
+};
+
+MoveInHand &Move() {
+  static MoveInHand move;
+  return move;
 }
 
 }  // namespace
@@ -93,6 +108,7 @@ OSErr FSSetCatalogInfo(const FSRef &ref, FSCatalogInfoBitmap whichInfo, const FS
       return ErrorFromErrno(error);
     }
   }
+  if ((status.mode & S_IWUSR) != 0) return noErr;
   return ErrorFromErrno(AddOwnerWritePermission(folder, location.name));
 }
 
@@ -156,6 +172,7 @@ OSErr FSMoveObject(const FSRef &ref, const FSRef &destination, FSRef *result) {
   if (OSErr error = FindTableFolder(destination, &folder, &to); error != noErr) return error;
   int from = -1;
   if (OSErr error = OpenTableFolder(item.folder, &from, folder); error != noErr) return error;
+  const CWholeMove move({item.folder, item.Name(), item.inode, folder, item.Name()});
   if (int error =
           RenameWithoutReplacing({from, item.folder}, item.Name(), {to, folder}, item.Name());
       error != 0) {
@@ -181,13 +198,31 @@ OSErr FSRenameUnicode(const FSRef &ref, std::u16string_view name, TextEncoding /
   return noErr;
 }
 
+OSErr FSBeginMove(const FSRef &ref, const FSRef &destination, std::u16string_view newName) {
+  MoveInHand &move = Move();
+  FolderIndex folder = 0;
+  int descriptor = -1;
+  if (OSErr error = FindTableFolder(destination, &folder, &descriptor); error != noErr) {
+    return error;
+  }
+  if (OSErr error = NameToDisk(newName, &move.newName); error != noErr) return error;
+  move.item = ref;
+  const ItemReference &item = ReferenceIn(move.item);
+  move.whole.emplace(TreeMove{item.folder, item.Name(), item.inode, folder, move.newName.c_str()});
+  return noErr;
+}
+
+void FSEndMove() {
+  Move().whole.reset();
+}
+
 OSErr FSCompareFSRefs(const FSRef &first, const FSRef &second) {
   const ItemReference &a = ReferenceIn(first);
   const ItemReference &b = ReferenceIn(second);
   // An identity alone says nothing: on some volumes several items have the same.
   const bool isSamePlace = a.folder == b.folder && a.NameView() == b.NameView();
   const bool isOther =
-      a.isIdentified && b.isIdentified && (a.device != b.device || a.inode != b.inode);
+      a.IsIdentified() && b.IsIdentified() && (a.device != b.device || a.inode != b.inode);
   return isSamePlace && !isOther ? noErr : errFSRefsDifferent;
 }
 

@@ -51,10 +51,10 @@ const ItemReference &MakeReference(FSRef &ref, const CFolderListing &listing,
                                    const CFolderListing::Item &listed) {
   auto *item = new (ref.hidden) ItemReference;
   item->device = EntryOf(listing.Folder()).device;
-  item->inode = 0;
+  item->inode = listed.inode;
   item->folder = listing.Folder();
   item->kind = listed.kind;
-  item->isIdentified = false;
+  item->sight = Sight::kListed;
   item->SetName(listed.name);
   return *item;
 }

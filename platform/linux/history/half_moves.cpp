@@ -14,7 +14,7 @@ constexpr std::size_t kMostPlaces = 8;
 std::size_t IndexOf(const JournalPlaceView &place, std::vector<JournalPlace> *places) {
   std::size_t index = 0;
   while (index < places->size() && place != (*places)[index]) ++index;
-  if (index == places->size()) places->push_back({place.folder, std::string(place.name)});
+  if (index == places->size()) places->push_back(place.Copy());
   return index;
 }
 
@@ -28,42 +28,57 @@ void ItemInHand::EndStep() {
 }
 
 void CHalfMoves::EndStep() {
-  if (!inHand_) return;
-  inHand_->EndStep();
-  if (inHand_->IsOver()) inHand_.reset();
+  if (inHand_) inHand_->EndStep();
 }
 
+ItemInHand *CHalfMoves::InHand() {
+  EndStep();
+  return inHand_ ? &*inHand_ : nullptr;
+}
+
+/// An item that is whole needs no care any more.
 void CHalfMoves::LetGo() {
-  if (inHand_ && left_.size() < kMostLeft) left_.push_back(std::move(inHand_->move));
+  EndStep();
+  if (inHand_ && !inHand_->IsWhole() && left_.size() < kMostLeft) {
+    left_.push_back(std::move(inHand_->move));
+  }
   inHand_.reset();
 }
 
-bool CHalfMoves::BeginsSteps(const JournalPlaceView &from, std::uint32_t toFolder, bool isLink) {
-  EndStep();
-  if (!isLink && from.folder != toFolder) return false;
-  return !inHand_ || from != inHand_->Place();
+void CHalfMoves::Begin(const JournalPlaceView &from, const JournalPlaceView &destination,
+                       const ItemIdentity &item) {
+  LetGo();
+  inHand_ = ItemInHand();
+  inHand_->move.item = item;
+  inHand_->move.places.reserve(4);
+  inHand_->move.places.push_back(from.Copy());
+  inHand_->destination = destination.Copy();
 }
 
-void CHalfMoves::NoteStep(MoveStep step, const JournalPlaceView &from, const JournalPlaceView &to,
-                          const std::optional<ItemIdentity> &item) {
+void CHalfMoves::EndIfWhole() {
   EndStep();
-  const bool isContinued = inHand_ && from == inHand_->Place();
-  if (!isContinued) {
-    LetGo();
-    FollowLeft(from, to);
-    if (!item) return;  // A move in one step needs no care.
-    inHand_ = ItemInHand();
-    inHand_->move.item = *item;
-    inHand_->move.places.reserve(4);
-    inHand_->at = IndexOf(from, &inHand_->move.places);
-  }
+  if (inHand_ && inHand_->IsWhole()) inHand_.reset();
+}
+
+bool CHalfMoves::End() {
+  EndHold();
+  EndStep();
+  const bool isThere = inHand_ && inHand_->IsWhole() && inHand_->Place() == inHand_->destination;
+  LetGo();
+  return isThere;
+}
+
+void CHalfMoves::NoteStep(MoveStep step, const JournalPlaceView &from, const JournalPlaceView &to) {
+  EndStep();
+  const bool isOfItemInHand = inHand_ && from == inHand_->Place();
+  if (!isOfItemInHand) LetGo();
+  FollowLeft(from, to);
+  if (!isOfItemInHand) return;
   HalfMove &move = inHand_->move;
   if (move.places.size() == kMostPlaces) return LetGo();
-  // The last step is the one that names it in its new folder; a link may be first and last in one.
-  const bool isInOldFolder = from.folder == move.places.front().folder;
-  const bool isLast = from.folder == to.folder ? !isInOldFolder : !isContinued;
   inHand_->next = IndexOf(to, &move.places);
-  move.goal = isLast ? *inHand_->next : 0;
+  // Once the last step has begun it belongs there; until then it can still be taken back.
+  move.goal = to == inHand_->destination ? *inHand_->next : 0;
   inHand_->step = step;
 }
 
@@ -72,7 +87,7 @@ void CHalfMoves::NoteStep(MoveStep step, const JournalPlaceView &from, const Jou
 void CHalfMoves::FollowLeft(const JournalPlaceView &from, const JournalPlaceView &to) {
   for (std::size_t i = 0; i < heldLeft_.size(); ++i) {
     if (from != heldLeft_[i].place) continue;
-    KeepPlaceHolder({{to.folder, std::string(to.name)}, heldLeft_[i].from});
+    KeepPlaceHolder({to.Copy(), heldLeft_[i].from});
     break;
   }
   for (HalfMove &move : left_) {
@@ -82,22 +97,19 @@ void CHalfMoves::FollowLeft(const JournalPlaceView &from, const JournalPlaceView
   }
 }
 
-void CHalfMoves::NoteRename(const JournalPlaceView &from, const JournalPlaceView &to,
-                            const std::optional<ItemIdentity> &item) {
+void CHalfMoves::NoteRename(const JournalPlaceView &from, const JournalPlaceView &to) {
   if (held_ && holdStep_ == HoldStep::kHold && to == held_->place) {
-    held_->from = {from.folder, std::string(from.name)};
+    held_->from = from.Copy();
     holdStep_ = HoldStep::kRename;
   } else {
     EndHold();
   }
-  if (!inHand_ && !item) return FollowLeft(from, to);
-  NoteStep(MoveStep::kRename, from, to, item);
+  NoteStep(MoveStep::kRename, from, to);
 }
 
-void CHalfMoves::NoteLink(const JournalPlaceView &from, const JournalPlaceView &to,
-                          const std::optional<ItemIdentity> &item) {
+void CHalfMoves::NoteLink(const JournalPlaceView &from, const JournalPlaceView &to) {
   EndHold();
-  NoteStep(MoveStep::kLink, from, to, item);
+  NoteStep(MoveStep::kLink, from, to);
 }
 
 void CHalfMoves::NoteRemoval(const JournalPlaceView &place) {
@@ -129,7 +141,7 @@ void CHalfMoves::EndHold() {
 void CHalfMoves::NotePlaceHolder(const JournalPlaceView &place) {
   EndStep();
   EndHold();
-  held_ = {{place.folder, std::string(place.name)}, std::nullopt};
+  held_ = {place.Copy(), std::nullopt};
   holdStep_ = HoldStep::kHold;
 }
 
@@ -140,7 +152,6 @@ void CHalfMoves::NoteReleaseOfPlaceHolder() {
 
 void CHalfMoves::NoteOtherChange() {
   EndHold();
-  EndStep();
   LetGo();
 }
 
@@ -166,7 +177,7 @@ std::vector<HalfMove> CHalfMoves::List(bool isRunOver) const {
   if (!inHand_) return moves;
   ItemInHand item = *inHand_;
   if (isRunOver) item.EndStep();
-  if (item.step != MoveStep::kNone || !item.IsOver()) moves.push_back(std::move(item.move));
+  if (item.step != MoveStep::kNone || !item.IsWhole()) moves.push_back(std::move(item.move));
   return moves;
 }
 

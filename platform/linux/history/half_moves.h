@@ -1,6 +1,6 @@
-/// Finds out from a run's changes which items are on their way: a move under a new name takes
-/// three renames, and on some file systems each of those a link and a removal, or a place-holder
-/// that is replaced. The journal's writer and its reader both feed their changes to it.
+/// Follows the items that are on their way: a move can take several steps, each a rename, or where
+/// the file system has none that never replaces, a link and a removal, or a place-holder that is
+/// replaced. The journal's writer and its reader both feed it what they write and read.
 #pragma once
 
 #include <cstdint>
@@ -24,9 +24,11 @@ struct JournalPlaceView {
   std::uint32_t folder = 0;
   std::string_view name;
 
+  bool operator==(const JournalPlaceView &) const = default;
   bool operator==(const JournalPlace &place) const {
     return folder == place.folder && name == place.name;
   }
+  JournalPlace Copy() const { return {folder, std::string(name)}; }
 };
 
 /// An item whose move had begun and, for all that is known, had not ended.
@@ -48,31 +50,31 @@ struct PlaceHolder {
 
 enum class MoveStep { kNone, kRename, kLink, kRemovalOfOld, kRemovalOfNew };
 
-/// The item that the change noted last belongs to.
+/// The item whose move is in hand.
 struct ItemInHand {
   HalfMove move;
+  JournalPlace destination;         ///< of the whole move
   std::size_t at = 0;               ///< which of its places
   std::optional<std::size_t> next;  ///< the one to which the step takes it, or where it is as well
   MoveStep step = MoveStep::kNone;  ///< under way
   bool isInTwoPlaces = false;       ///< neither name could be removed after a link
 
   const JournalPlace &Place() const { return move.places[at]; }
-  bool IsOver() const { return !next && !isInTwoPlaces && at == move.goal; }
+  bool IsWhole() const { return !next && !isInTwoPlaces && at == move.goal; }
   void EndStep();
 };
 
 class CHalfMoves {
  public:
-  /// Whether a rename or link has to be noted with the item's identity: when it is the first
-  /// of several steps. Like the calls below it means that the change before has been made.
-  bool BeginsSteps(const JournalPlaceView &from, std::uint32_t toFolder, bool isLink);
+  /// Begins a move in several steps; what was in hand before is left as it is.
+  void Begin(const JournalPlaceView &from, const JournalPlaceView &destination,
+             const ItemIdentity &item);
 
-  /// Each is called for a change that is about to be made, and means that the one before has
-  /// been made unless NoteFailure came between.
-  void NoteRename(const JournalPlaceView &from, const JournalPlaceView &to,
-                  const std::optional<ItemIdentity> &item);
-  void NoteLink(const JournalPlaceView &from, const JournalPlaceView &to,
-                const std::optional<ItemIdentity> &item);
+  /// Each of these is called for a change that is about to be made, and means that the one before
+  /// has been made unless NoteFailure came between. A step that is none of the item's counts as a
+  /// move by itself.
+  void NoteRename(const JournalPlaceView &from, const JournalPlaceView &to);
+  void NoteLink(const JournalPlaceView &from, const JournalPlaceView &to);
   void NoteRemoval(const JournalPlaceView &place);
   void NotePlaceHolder(const JournalPlaceView &place);
   void NoteReleaseOfPlaceHolder();
@@ -81,8 +83,18 @@ class CHalfMoves {
   /// The change noted last has failed.
   void NoteFailure();
 
+  /// The move in hand has come to its end, wherever the item is now. Answers whether that is where
+  /// it was to go.
+  bool End();
+
+  /// The same of an item that is whole now; in a journal that does not tell where moves end.
+  void EndIfWhole();
+
   /// Nothing is known of the changes from here on.
   void ForgetItemInHand();
+
+  /// The item in hand, after the change noted last has been made; null without one.
+  ItemInHand *InHand();
 
   /// All that have been left on their way. When the run has ended in order, the change noted last
   /// is known to have been made.
@@ -96,8 +108,7 @@ class CHalfMoves {
   void EndStep();
   void EndHold();
   void KeepPlaceHolder(PlaceHolder held);
-  void NoteStep(MoveStep step, const JournalPlaceView &from, const JournalPlaceView &to,
-                const std::optional<ItemIdentity> &item);
+  void NoteStep(MoveStep step, const JournalPlaceView &from, const JournalPlaceView &to);
   void LetGo();
   void FollowLeft(const JournalPlaceView &from, const JournalPlaceView &to);
 

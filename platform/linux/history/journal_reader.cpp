@@ -4,6 +4,10 @@
 
 namespace {
 
+JournalPlaceView View(const JournalPlace &place) {
+  return {place.folder, place.name};
+}
+
 class CReader {
  public:
   explicit CReader(Journal *journal) : journal_(*journal) { journal_.folders.resize(1); }
@@ -15,10 +19,7 @@ class CReader {
     // A change is written down before it is made: that it was made shows by what comes after it.
     const bool wasDone = std::exchange(isDone_, false);
     if (wasDone && word != "failed" && word != "unrecorded") ++journal_.filesDone;
-    if (word == "hold" || word == "release") return ReadPlaceHolder(fields, word == "hold");
-    if (word == "rename" || word == "link") return ReadMove(fields, word == "link");
     if (word == "folder") return ReadFolder(fields);
-    if (word == "unlink") return ReadRemoval(fields);
     if (word == "failed") {
       halfMoves_.NoteFailure();
     } else if (word == "unrecorded") {
@@ -27,12 +28,8 @@ class CReader {
       journal_.isEnded = true;
     } else if (word == "told") {
       journal_.isToldOf = true;
-    } else if (word == "rmdir" || word == "mkdir" || word == "symlink" || word == "chmod" ||
-               word == "chattr") {
-      halfMoves_.NoteOtherChange();
-      isDone_ = word == "symlink" && fields.Number() == 0;
-    } else {
-      return word == "recovered";
+    } else if (word != "recovered") {
+      return word && ReadChange(*word, fields);
     }
     return true;
   }
@@ -43,10 +40,25 @@ class CReader {
   }
 
  private:
+  struct Move {
+    JournalPlace from;
+    JournalPlace to;
+    std::optional<ItemIdentity> item;
+  };
+
+  bool IsFirstFormat() const { return journal_.header.format == kFirstJournalFormat; }
+
   std::optional<std::uint32_t> ReadFolderNumber(CJournalFields &fields) const {
     const auto number = fields.Number();
     if (!number || *number >= journal_.folders.size()) return std::nullopt;
     return static_cast<std::uint32_t>(*number);
+  }
+
+  std::optional<JournalPlace> ReadPlace(CJournalFields &fields) const {
+    const auto folder = ReadFolderNumber(fields);
+    auto name = fields.Name();
+    if (!folder || !name) return std::nullopt;
+    return JournalPlace{*folder, *std::move(name)};
   }
 
   bool ReadFolder(CJournalFields &fields) {
@@ -55,46 +67,104 @@ class CReader {
     const auto identity = fields.Folder();
     auto name = fields.Name();
     if (number != journal_.folders.size() || !parent || !identity || !name) return false;
-    journal_.folders.push_back({*parent, *identity, *std::move(name)});
-    return true;
-  }
-
-  bool ReadMove(CJournalFields &fields, bool isLink) {
-    const auto from = ReadFolderNumber(fields);
-    const auto name = fields.Name();
-    const auto to = ReadFolderNumber(fields);
-    if (!from || !name || !to) return false;
-    isDone_ = *from != 0 && *to == 0;
-    const auto newName = fields.IsAtEnd() ? name : fields.Name();
-    if (!newName) return false;
-    std::optional<ItemIdentity> item;
-    if (!fields.IsAtEnd() && !(item = fields.Identity())) return false;
-    if (isLink) {
-      halfMoves_.NoteLink({*from, *name}, {*to, *newName}, item);
-    } else {
-      halfMoves_.NoteRename({*from, *name}, {*to, *newName}, item);
+    JournalFolder folder{*parent, *identity, *std::move(name), {}};
+    if (!IsFirstFormat()) {
+      const auto state = fields.State();
+      if (!state) return false;
+      folder.before = *state;
     }
+    journal_.folders.push_back(std::move(folder));
     return true;
   }
 
-  bool ReadPlaceHolder(CJournalFields &fields, bool isMade) {
-    const auto folder = ReadFolderNumber(fields);
-    const auto name = fields.Name();
-    if (!folder || !name) return false;
-    if (isMade) {
-      halfMoves_.NotePlaceHolder({*folder, *name});
-    } else {
+  bool ReadChange(std::string_view word, CJournalFields &fields) {
+    if (IsFirstFormat()) halfMoves_.EndIfWhole();
+    if (word == "rename" || word == "link") return ReadStep(fields, word == "link");
+    if (word == "over") {
+      if (halfMoves_.End()) ++journal_.filesDone;
+      return true;
+    }
+    if (word == "move" || word == "steps") return ReadMoveOf(fields, word == "steps");
+    const auto place = ReadPlace(fields);
+    if (!place) return false;
+    if (word == "unlink") {
+      halfMoves_.NoteRemoval(View(*place));
+    } else if (word == "hold") {
+      halfMoves_.NotePlaceHolder(View(*place));
+    } else if (word == "release") {
       halfMoves_.NoteReleaseOfPlaceHolder();
+    } else if (word == "rmdir" || word == "mkdir" || word == "symlink" || word == "chmod" ||
+               word == "chattr") {
+      halfMoves_.NoteOtherChange();
+      isDone_ = word == "symlink" && place->folder == 0;
+    } else {
+      return false;
     }
     return true;
   }
 
-  bool ReadRemoval(CJournalFields &fields) {
-    const auto folder = ReadFolderNumber(fields);
-    const auto name = fields.Name();
-    if (!folder || !name) return false;
-    halfMoves_.NoteRemoval({*folder, *name});
+  /// A move, made by a single rename, or by the steps that follow.
+  bool ReadMoveOf(CJournalFields &fields, bool isInSteps) {
+    const auto from = ReadPlace(fields);
+    const auto item = fields.Identity();
+    const auto to = ReadDestination(fields, from);
+    if (!item || !to) return false;
+    if (isInSteps) {
+      halfMoves_.Begin(View(*from), View(*to), *item);
+      return true;
+    }
+    halfMoves_.NoteOtherChange();
+    halfMoves_.NoteRename(View(*from), View(*to));
+    isDone_ = IsFileDone(*from, *to);
     return true;
+  }
+
+  /// A folder, and a name when it is a new one.
+  std::optional<JournalPlace> ReadDestination(CJournalFields &fields,
+                                              const std::optional<JournalPlace> &from) const {
+    const auto folder = ReadFolderNumber(fields);
+    if (!from || !folder) return std::nullopt;
+    if (fields.IsAtEnd()) return JournalPlace{*folder, from->name};
+    auto name = fields.Name();
+    if (!name) return std::nullopt;
+    return JournalPlace{*folder, *std::move(name)};
+  }
+
+  static bool IsFileDone(const JournalPlace &from, const JournalPlace &to) {
+    return from.folder != 0 && to.folder == 0;
+  }
+
+  bool ReadStep(CJournalFields &fields, bool isLink) {
+    const auto from = ReadPlace(fields);
+    const auto to = ReadDestination(fields, from);
+    if (!to) return false;
+    if (IsFirstFormat()) {
+      std::optional<ItemIdentity> item;
+      if (!fields.IsAtEnd() && !(item = fields.Identity())) return false;
+      FindOutWhatIsMeant(*from, *to, item);
+      isDone_ = IsFileDone(*from, *to);
+    }
+    if (isLink) {
+      halfMoves_.NoteLink(View(*from), View(*to));
+    } else {
+      halfMoves_.NoteRename(View(*from), View(*to));
+    }
+    return true;
+  }
+
+  /// The first format tells the steps alone, the first of several with the item's identity. The
+  /// last is the one that names the item in its new folder; a link can be first and last in one.
+  void FindOutWhatIsMeant(const JournalPlace &from, const JournalPlace &to,
+                          const std::optional<ItemIdentity> &item) {
+    ItemInHand *inHand = halfMoves_.InHand();
+    const bool isContinued = inHand != nullptr && from == inHand->Place();
+    if (!isContinued) {
+      if (!item) return;
+      halfMoves_.Begin(View(from), {}, *item);
+      inHand = halfMoves_.InHand();
+    }
+    const bool isInOldFolder = from.folder == inHand->move.places.front().folder;
+    if (from.folder == to.folder ? !isInOldFolder : !isContinued) inHand->destination = to;
   }
 
   Journal &journal_;

@@ -14,7 +14,8 @@
 struct JournalFolder {
   std::uint32_t parent = 0;  ///< less than the folder's own number
   FolderIdentity identity;
-  std::string name;  ///< in its parent
+  std::string name;    ///< in its parent
+  FolderState before;  ///< as the run has found it
 };
 
 struct Journal {

@@ -109,7 +109,7 @@ FolderIndex CRecovery::FindFolder(std::uint32_t number) {
     expected.device = isOnSameDevice ? device_ : folder.identity.device;
     expected.inode = folder.identity.inode;
     expected.folder = index;
-    expected.isIdentified = true;
+    expected.sight = Sight::kIdentified;
     expected.SetName(folder.name);
     int descriptor = -1;
     if (EnterFolder(expected, &index, &descriptor) != noErr) return 0;

@@ -89,23 +89,24 @@ std::optional<char> TakeEscape(std::string_view *text) {
   return static_cast<char>(value);
 }
 
-std::optional<std::uint64_t> ParseNumber(std::string_view text) {
+std::optional<std::uint64_t> ParseNumber(std::string_view text, int base = 10) {
   std::uint64_t number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
   if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
   return number;
 }
 
 /// Two numbers with a colon between them.
-bool ParsePair(std::optional<std::string_view> field, std::uint64_t *first, std::uint64_t *second) {
+template <typename Number>
+bool ParsePair(std::optional<std::string_view> field, Number *first, Number *second) {
   if (!field) return false;
   const std::size_t colon = field->find(':');
   if (colon == std::string_view::npos) return false;
   const auto one = ParseNumber(field->substr(0, colon));
   const auto other = ParseNumber(field->substr(colon + 1));
   if (!one || !other) return false;
-  *first = *one;
-  *second = *other;
+  *first = static_cast<Number>(*one);
+  *second = static_cast<Number>(*other);
   return true;
 }
 
@@ -122,12 +123,14 @@ std::string WriteJournalHeader(const JournalHeader &header) {
                    '\0');
   CJournalLine first(text.data());
   first.Word(kJournalSignature);
+  first.Word(std::to_string(kJournalFormat));
   first.Text(header.program);
   first.Text(header.time);
   first.Number(header.process);
   first.Number(header.device);
   first.Identity(header.identity);
   first.Text(header.path);
+  first.State(header.before);
   CJournalLine second(first.End());
   second.Word("above");
   for (const FolderIdentity &folder : header.above) second.Identity(folder);
@@ -140,7 +143,10 @@ std::optional<JournalHeader> ParseJournalHeader(std::string_view text) {
   const auto secondLine = TakeJournalLine(&text);
   if (!firstLine || !secondLine) return std::nullopt;
   CJournalFields first(*firstLine);
-  if (first.Raw() != kJournalSignature) return std::nullopt;
+  const std::string_view signature = first.Raw().value_or("");
+  if (!signature.starts_with(kJournalSignature)) return std::nullopt;
+  const auto format = ParseNumber(signature.substr(kJournalSignature.size()));
+  if (format != kFirstJournalFormat && format != kJournalFormat) return std::nullopt;
   const auto program = first.Text();
   const auto time = first.Text();
   const auto process = first.Number();
@@ -148,6 +154,8 @@ std::optional<JournalHeader> ParseJournalHeader(std::string_view text) {
   const auto identity = first.Identity();
   const auto path = first.Text();
   if (!program || !time || !process || !device || !identity || !path) return std::nullopt;
+  const auto before = format == kFirstJournalFormat ? FolderState() : first.State();
+  if (!before) return std::nullopt;
   if (!path->starts_with('/') || path->find('\0') != std::string::npos) return std::nullopt;
   CJournalFields second(*secondLine);
   if (second.Raw() != "above") return std::nullopt;
@@ -157,8 +165,14 @@ std::optional<JournalHeader> ParseJournalHeader(std::string_view text) {
     if (!folder) return std::nullopt;
     above.push_back(*folder);
   }
-  return JournalHeader{*program,        *time,     static_cast<std::uint32_t>(*process),
-                       *device,         *identity, *path,
+  return JournalHeader{static_cast<std::uint32_t>(*format),
+                       *program,
+                       *time,
+                       static_cast<std::uint32_t>(*process),
+                       *device,
+                       *identity,
+                       *path,
+                       *before,
                        std::move(above)};
 }
 
@@ -174,8 +188,8 @@ void CJournalLine::Word(std::string_view word) {
   at_ = std::copy_n(word.data(), word.size(), at_);
 }
 
-void CJournalLine::Digits(std::uint64_t number) {
-  at_ = std::to_chars(at_, at_ + 20, number).ptr;
+void CJournalLine::Digits(std::uint64_t number, int base) {
+  at_ = std::to_chars(at_, at_ + 22, number, base).ptr;
 }
 
 void CJournalLine::Number(std::uint64_t number) {
@@ -198,6 +212,16 @@ void CJournalLine::Identity(const FolderIdentity &identity) {
   Number(identity.device);
   *at_++ = ':';
   Digits(identity.inode);
+}
+
+/// A time before 1970 is told as 1970.
+void CJournalLine::State(const FolderState &state) {
+  *at_++ = '\t';
+  Digits(state.mode, 8);
+  Number(state.owner);
+  *at_++ = ':';
+  Digits(state.group);
+  Number(static_cast<std::uint64_t>(std::max<std::int64_t>(state.modified, 0)));
 }
 
 char *CJournalLine::End() {
@@ -267,6 +291,18 @@ std::optional<FolderIdentity> CJournalFields::Folder() {
   FolderIdentity identity;
   if (!ParsePair(Raw(), &identity.device, &identity.inode)) return std::nullopt;
   return identity;
+}
+
+std::optional<FolderState> CJournalFields::State() {
+  const auto mode = Raw();
+  FolderState state;
+  const bool hasOwner = ParsePair(Raw(), &state.owner, &state.group);
+  const auto modified = Number();
+  const auto bits = mode ? ParseNumber(*mode, 8) : std::nullopt;
+  if (!bits || *bits > 07777 || !hasOwner || !modified) return std::nullopt;
+  state.mode = static_cast<std::uint32_t>(*bits);
+  state.modified = static_cast<std::int64_t>(*modified);
+  return state;
 }
 
 std::optional<std::string_view> TakeJournalLine(std::string_view *text) {

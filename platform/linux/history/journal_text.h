@@ -8,10 +8,14 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/linux/tree/folder_state.h"
 #include "platform/linux/tree/item_identity.h"
 
-/// Begins every journal; the number changes with the format.
-inline constexpr std::string_view kJournalSignature = "Vannerly journal 1";
+/// Begins every journal, before the number of its format.
+inline constexpr std::string_view kJournalSignature = "Vannerly journal ";
+/// The one that is written. The first is still read: it tells steps, and not what was meant.
+inline constexpr std::uint32_t kJournalFormat = 2;
+inline constexpr std::uint32_t kFirstJournalFormat = 1;
 
 struct FolderIdentity {
   std::uint64_t device = 0;
@@ -22,16 +26,18 @@ struct FolderIdentity {
 
 /// What a journal says before its first change.
 struct JournalHeader {
+  std::uint32_t format = kJournalFormat;
   std::string program;  ///< name and version
   std::string time;     ///< of its beginning, as TimeForJournal writes it
   std::uint32_t process = 0;
   std::uint64_t device = 0;           ///< of the dropped folder
   ItemIdentity identity;              ///< of the dropped folder
   std::string path;                   ///< of the dropped folder, absolute, as bytes on disk
+  FolderState before;                 ///< of the dropped folder; not in the first format
   std::vector<FolderIdentity> above;  ///< the folders above it, up to the root
 };
 
-/// The header's lines.
+/// The header's lines, in the format that is written.
 std::string WriteJournalHeader(const JournalHeader &header);
 
 /// Understands the header of a journal, of which more or nothing may follow. Answers nothing when
@@ -52,14 +58,15 @@ class CJournalLine {
   void Text(std::string_view bytes);  ///< escaped, so that any bytes stay one field of plain text
   void Identity(const ItemIdentity &identity);
   void Identity(const FolderIdentity &identity);
+  void State(const FolderState &state);
   /// Ends the line and answers where the next one begins.
   char *End();
 
-  /// Room for a line with texts of so many bytes in all, besides its word and up to four numbers.
-  static constexpr std::size_t RoomFor(std::size_t textSize) { return 128 + 4 * textSize; }
+  /// Room for a line with texts of so many bytes in all, besides its word and numbers.
+  static constexpr std::size_t RoomFor(std::size_t textSize) { return 256 + 4 * textSize; }
 
  private:
-  void Digits(std::uint64_t number);
+  void Digits(std::uint64_t number, int base = 10);
 
   char *at_;
 };
@@ -82,6 +89,7 @@ class CJournalFields {
   std::optional<std::string> Name();
   std::optional<ItemIdentity> Identity();
   std::optional<FolderIdentity> Folder();
+  std::optional<FolderState> State();
 
  private:
   std::string_view rest_;

@@ -22,6 +22,7 @@
 #include "platform/linux/tree/folder_table.h"
 #include "platform/linux/tree/item_location.h"
 #include "platform/linux/tree/tree_memory.h"
+#include "platform/linux/tree/volume_traits.h"
 
 namespace {
 
@@ -38,10 +39,22 @@ class CRunJournal final : public CTreeLayer {
   int Begin(int descriptor, const JournalHeader &header, const FolderIdentity &folder);
   void End(RunEnd end);
   int Change(const TreeChange &change) override;
+  void BeginMove(const TreeMove &move) override;
+  void EndMove() override;
 
  private:
+  /// The move in hand.
+  struct Move {
+    TreeMove meant;
+    bool isInSteps;  ///< that have begun
+  };
+
   /// Answers kIsOutside for a change that belongs to no run.
   int Record(const TreeChange &change);
+  int RecordStep(const TreeChange &change);
+  int RecordMove(bool isInSteps);
+  int RecordChange(const TreeChange &change);
+  ItemIdentity IdentityOfMoved(bool isBirthAsked) const;
   void RecordFailure(int error);
   void Stop(int error);
   int NumberOf(FolderIndex index, std::uint32_t *number);
@@ -53,8 +66,25 @@ class CRunJournal final : public CTreeLayer {
   std::unordered_map<FolderIndex, std::uint32_t> numbers_;  ///< by place in the table of folders
   std::uint32_t folderCount_ = 1;
   CHalfMoves halfMoves_;
+  std::optional<Move> move_;
   bool isRecording_ = true;
 };
+
+/// Whether a change can be one of the steps of a move.
+bool IsStep(ChangeKind kind) {
+  switch (kind) {
+    case ChangeKind::kRename:
+    case ChangeKind::kReplace:
+    case ChangeKind::kLink:
+    case ChangeKind::kHoldFile:
+    case ChangeKind::kHoldFolder:
+    case ChangeKind::kRelease:
+    case ChangeKind::kRemoveFile:
+      return true;
+    default:
+      return false;
+  }
+}
 
 std::unique_ptr<CRunJournal> run;
 JournalLineHandler lineHandler = nullptr;
@@ -101,6 +131,7 @@ int DescribeRun(const FSRef &folder, JournalHeader *header) {
   header->process = static_cast<std::uint32_t>(getpid());
   header->device = item.device;
   header->identity = item.identity;
+  header->before = {item.mode & 07777, item.owner, item.group, item.modified};
   header->path = PathOnDisk(folder);
   return ListFoldersAbove(descriptor, {item.device, item.identity.inode}, &header->above);
 }
@@ -207,6 +238,7 @@ int CRunJournal::RecordFolder(FolderIndex index) {
   line.Number(numbers_[entry.parent]);
   line.Identity(FolderIdentity{entry.device, entry.inode});
   line.Text({entry.name, entry.nameLength});
+  line.State(StateBeforeRun(index));
   file_.Advance(line.End());
   numbers_[index] = folderCount_++;
   return 0;
@@ -230,36 +262,98 @@ int CRunJournal::Change(const TreeChange &change) {
 
 int CRunJournal::Record(const TreeChange &change) {
   if (!isRecording_) return 0;
-  const bool isMove = change.newFolder.descriptor >= 0;
+  return move_ && IsStep(change.kind) ? RecordStep(change) : RecordChange(change);
+}
+
+/// A move that is made by a single rename is one line. Of any other it is written down first what
+/// is meant, and then each step.
+int CRunJournal::RecordStep(const TreeChange &change) {
+  if (!move_->isInSteps) {
+    const TreeMove &meant = move_->meant;
+    if (change.kind == ChangeKind::kRename && change.folder.index == meant.folder &&
+        change.newFolder.index == meant.newFolder && std::strcmp(change.name, meant.name) == 0 &&
+        std::strcmp(change.newName, meant.newName) == 0) {
+      return RecordMove(false);
+    }
+    if (int error = RecordMove(true); error != 0) return error;
+    move_->isInSteps = true;
+  }
+  return RecordChange(change);
+}
+
+int CRunJournal::RecordMove(bool isInSteps) {
+  const TreeMove &meant = move_->meant;
+  JournalPlaceView from{0, meant.name};
+  JournalPlaceView to{0, meant.newName};
+  int error = NumberOf(meant.folder, &from.folder);
+  if (error == 0) error = NumberOf(meant.newFolder, &to.folder);
+  if (error == 0) error = file_.MakeRoom(CJournalLine::RoomFor(from.name.size() + to.name.size()));
+  if (error != 0) return error;
+  const ItemIdentity item = IdentityOfMoved(isInSteps);
+  CJournalLine line(file_.Next());
+  line.Word(isInSteps ? "steps" : "move");
+  line.Number(from.folder);
+  line.Text(from.name);
+  line.Identity(item);
+  line.Number(to.folder);
+  if (to.name != from.name) line.Text(to.name);
+  file_.Advance(line.End());
+  if (isInSteps) {
+    halfMoves_.Begin(from, to, item);
+  } else {
+    halfMoves_.NoteRename(from, to);
+  }
+  return 0;
+}
+
+/// An item on its way is known by its birth too. That costs a look, and so does the inode number
+/// where listings do not tell the true one; all zero where it cannot be looked at.
+ItemIdentity CRunJournal::IdentityOfMoved(bool isBirthAsked) const {
+  const TreeMove &meant = move_->meant;
+  int folder = -1;
+  if (OpenTableFolder(meant.folder, &folder) != noErr) return {};
+  VolumeTraits &volume = TraitsOfVolume(EntryOf(meant.folder).device, folder);
+  if (!isBirthAsked && meant.inode != 0 && volume.listsInodes == true) return {meant.inode, 0};
+  ItemStatus found;
+  if (Tree().Look(folder, meant.name, &found) != 0) return {};
+  if (meant.inode != 0 && !volume.listsInodes) {
+    volume.listsInodes = meant.inode == found.identity.inode;
+  }
+  return found.identity;
+}
+
+int CRunJournal::RecordChange(const TreeChange &change) {
+  const bool isStep = change.newFolder.descriptor >= 0;
   JournalPlaceView from{0, change.name};
   const bool isNewName = change.newName != nullptr && change.newName != change.name;
   JournalPlaceView to{0, isNewName ? change.newName : from.name};
   int error = NumberOf(change.folder.index, &from.folder);
-  if (error == 0 && isMove) error = NumberOf(change.newFolder.index, &to.folder);
+  if (error == 0 && isStep) error = NumberOf(change.newFolder.index, &to.folder);
+  // A folder that goes is known by its number: what was moved out of it belongs there.
+  std::optional<std::uint32_t> removed;
+  if (change.kind == ChangeKind::kRemoveFolder && error == 0) {
+    const FolderIndex index = FindFolder(change.folder.index, change.name);
+    if (index != 0) error = NumberOf(index, &removed.emplace());
+  }
   if (error == 0) error = file_.MakeRoom(CJournalLine::RoomFor(from.name.size() + to.name.size()));
   if (error != 0) return error;
 
-  std::optional<ItemIdentity> item;
-  if (isMove && halfMoves_.BeginsSteps(from, to.folder, change.kind == ChangeKind::kLink)) {
-    ItemStatus found;
-    if (Tree().Look(change.folder.descriptor, change.name, &found) == 0) item = found.identity;
-  }
   CJournalLine line(file_.Next());
   line.Word(change.Word());
   line.Number(from.folder);
   line.Text(from.name);
-  if (isMove) line.Number(to.folder);
-  if (item || (isNewName && to.name != from.name)) line.Text(to.name);
-  if (item) line.Identity(*item);
+  if (isStep) line.Number(to.folder);
+  if (isNewName && to.name != from.name) line.Text(to.name);
+  if (removed) line.Number(*removed);
   file_.Advance(line.End());
 
   switch (change.kind) {
     case ChangeKind::kRename:
     case ChangeKind::kReplace:
-      halfMoves_.NoteRename(from, to, item);
+      halfMoves_.NoteRename(from, to);
       break;
     case ChangeKind::kLink:
-      halfMoves_.NoteLink(from, to, item);
+      halfMoves_.NoteLink(from, to);
       break;
     case ChangeKind::kRemoveFile:
       halfMoves_.NoteRemoval(from);
@@ -275,6 +369,23 @@ int CRunJournal::Record(const TreeChange &change) {
       halfMoves_.NoteOtherChange();
   }
   return 0;
+}
+
+void CRunJournal::BeginMove(const TreeMove &move) {
+  move_ = {move, false};
+  CTreeLayer::BeginMove(move);
+}
+
+void CRunJournal::EndMove() {
+  CTreeLayer::EndMove();
+  const bool isInSteps = move_ && move_->isInSteps;
+  move_.reset();
+  if (!isInSteps || !isRecording_) return;
+  if (int error = file_.MakeRoom(CJournalLine::RoomFor(0)); error != 0) return Stop(error);
+  CJournalLine line(file_.Next());
+  line.Word("over");
+  file_.Advance(line.End());
+  (void)halfMoves_.End();
 }
 
 void CRunJournal::WriteLine(std::string_view word, std::string_view text) {

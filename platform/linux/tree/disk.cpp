@@ -33,8 +33,8 @@ std::int64_t Nanoseconds(const Time &time) {
 }
 
 int LookAt(int folder, const char *name, int flags, ItemStatus *status) {
-  constexpr unsigned kWanted = STATX_TYPE | STATX_MODE | STATX_NLINK | STATX_INO | STATX_SIZE |
-                               STATX_MTIME | STATX_CTIME | STATX_BTIME;
+  constexpr unsigned kWanted = STATX_TYPE | STATX_MODE | STATX_UID | STATX_GID | STATX_NLINK |
+                               STATX_INO | STATX_SIZE | STATX_MTIME | STATX_CTIME | STATX_BTIME;
   struct statx found;
   if (statx(folder, name, flags | AT_NO_AUTOMOUNT, kWanted, &found) != 0) return errno;
   status->device = makedev(found.stx_dev_major, found.stx_dev_minor);
@@ -42,6 +42,8 @@ int LookAt(int folder, const char *name, int flags, ItemStatus *status) {
   const bool hasBirth = (found.stx_mask & STATX_BTIME) != 0 && found.stx_btime.tv_sec >= 0;
   status->identity.birth = hasBirth ? static_cast<std::uint64_t>(Nanoseconds(found.stx_btime)) : 0;
   status->mode = found.stx_mode;
+  status->owner = found.stx_uid;
+  status->group = found.stx_gid;
   status->linkCount = found.stx_nlink;
   status->size = found.stx_size;
   status->modified = Nanoseconds(found.stx_mtime);
@@ -155,6 +157,9 @@ class CDisk final : public CTreeLayer {
     }
     return ClearImmutable(change);
   }
+
+  void BeginMove(const TreeMove & /*move*/) override {}
+  void EndMove() override {}
 
   int OpenFolder(int folder, const char *name, FolderUse use, int *descriptor) override {
     const int flags = use == FolderUse::kListing ? O_RDONLY : O_PATH;

@@ -13,12 +13,14 @@
 
 namespace {
 
-constexpr std::size_t kHeadOfRecord = 3;
+/// Two bytes for the length of the name, one for the kind, eight for the inode number.
+constexpr std::size_t kHeadOfRecord = 11;
 
 /// An item as it is read; its name stands in the text of all.
 struct ReadItem {
   std::uint64_t sortKey;  ///< eight bytes of the name, so that most comparisons need no look at the
                           ///< text
+  std::uint64_t inode;
   std::uint32_t nameStart;
   std::uint16_t nameLength;
   ItemKind kind;
@@ -75,7 +77,7 @@ void Sort(ReadItems *read) {
 }
 
 /// Enough for a hundred thousand files, and little beside what as many references take.
-constexpr std::size_t kMostKept = std::size_t{4} * 1024 * 1024;
+constexpr std::size_t kMostKept = std::size_t{5} * 1024 * 1024;
 
 }  // namespace
 
@@ -84,9 +86,9 @@ CFolderListing::CFolderListing(FolderIndex folder, int descriptor)
   static ReadItems read;
   read.text.clear();
   read.items.clear();
-  const int error = Tree().List(
-      descriptor, [](std::string_view name, unsigned char type, std::uint64_t /*inode*/) {
-        read.items.push_back({0, static_cast<std::uint32_t>(read.text.size()),
+  const int error =
+      Tree().List(descriptor, [](std::string_view name, unsigned char type, std::uint64_t inode) {
+        read.items.push_back({0, inode, static_cast<std::uint32_t>(read.text.size()),
                               static_cast<std::uint16_t>(name.size()), KindFromListing(type)});
         read.text += name;
       });
@@ -98,6 +100,7 @@ CFolderListing::CFolderListing(FolderIndex folder, int descriptor)
     records_ += static_cast<char>(item.nameLength & 0xFF);
     records_ += static_cast<char>(item.nameLength >> 8);
     records_ += static_cast<char>(item.kind);
+    records_.append(reinterpret_cast<const char *>(&item.inode), sizeof item.inode);
     records_ += read.NameOf(item);
   }
   constexpr std::size_t kLarge = std::size_t{1} << 20;
@@ -111,7 +114,8 @@ bool CFolderListing::ReadNext(std::size_t *place, Item *item) const {
     return std::size_t{static_cast<unsigned char>(record[i])};
   };
   const std::size_t length = byteAt(0) | byteAt(1) << 8;
-  *item = {{record + kHeadOfRecord, length}, static_cast<ItemKind>(record[2])};
+  *item = {{record + kHeadOfRecord, length}, static_cast<ItemKind>(record[2]), 0};
+  std::memcpy(&item->inode, record + 3, sizeof item->inode);
   *place += kHeadOfRecord + length;
   return true;
 }

@@ -23,6 +23,7 @@ class CFolderListing {
   struct Item {
     std::string_view name;
     ItemKind kind;
+    std::uint64_t inode;
   };
 
   /// Reads the folder that is open for reading as `descriptor`, with its position at the start.
@@ -48,7 +49,7 @@ class CFolderListing {
   OSErr error_ = noErr;
   bool isKeptOnce_ = false;  ///< a second walk uses it, and hardly ever a third
   std::int64_t state_ = 0;   ///< of the folder as it was listed
-  std::string records_;      ///< of each item the length in two bytes, the kind, and the name
+  std::string records_;      ///< of each item the length of its name, kind, inode number, and name
 };
 
 /// Makes listings, and keeps those of a scan: one that was just made for a look at what a folder

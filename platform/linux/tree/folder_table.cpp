@@ -253,7 +253,7 @@ std::int64_t SettledState(const ItemStatus &status, int descriptor) {
 /// reference has; 0 when there is none.
 FolderIndex IndexInTable(const ItemReference &reference) {
   if (reference.IsRoot()) return kRootFolder;
-  if (!reference.isIdentified) return 0;
+  if (!reference.IsIdentified()) return 0;
   const FolderIndex index = FindFolder(reference.folder, reference.NameView());
   if (index == 0) return 0;
   const FolderEntry &entry = EntryOf(index);
@@ -284,6 +284,13 @@ FolderIndex PlaceFor(const Place &place, const Identity &identity, KeepFor keepF
   return table.Add(place, identity, keepFor);
 }
 
+void NoteState(FolderIndex folder, const ItemStatus &found) {
+  FolderEntry &entry = Table().At(folder);
+  if (entry.enteredIn == Table().scan) return;
+  entry.enteredIn = Table().scan;
+  entry.before = {found.mode & 07777, found.owner, found.group, found.modified};
+}
+
 /// Opens a folder and enters it.
 OSErr OpenAndEnter(FolderIndex parent, const char *name, FolderUse use,
                    const ItemReference *expected, FolderIndex *folder, int *descriptor,
@@ -295,7 +302,7 @@ OSErr OpenAndEnter(FolderIndex parent, const char *name, FolderUse use,
     return ErrorFromErrno(error);
   }
   OSErr error = ErrorFromErrno(Tree().Look(opened, "", found));
-  if (error == noErr && expected != nullptr && expected->isIdentified &&
+  if (error == noErr && expected != nullptr && expected->IsIdentified() &&
       (expected->device != found->device || expected->inode != found->identity.inode)) {
     NoteFolderUnread(parent, name, errFSRefsDifferent);
     error = fnfErr;
@@ -305,6 +312,7 @@ OSErr OpenAndEnter(FolderIndex parent, const char *name, FolderUse use,
     return error;
   }
   *folder = PlaceFor({parent, name}, {found->device, found->identity.inode}, keepFor);
+  NoteState(*folder, *found);
   // What was open before may be unfit for listing, so the newer descriptor stays.
   CloseFolder(*folder);
   *descriptor = Table().Keep(*folder, opened, parent);
@@ -319,6 +327,11 @@ const FolderEntry &EntryOf(FolderIndex folder) {
 
 bool IsKnownFolder(FolderIndex folder) {
   return EntryOf(folder).parent != 0;
+}
+
+FolderState StateBeforeRun(FolderIndex folder) {
+  const FolderEntry &entry = EntryOf(folder);
+  return entry.enteredIn == Table().scan ? entry.before : FolderState();
 }
 
 void ForgetFoldersOfRun() {
@@ -412,7 +425,7 @@ FSRef RefOfFolder(FolderIndex folder) {
   reference.inode = entry.inode;
   reference.folder = entry.parent;
   reference.kind = ItemKind::kFolder;
-  reference.isIdentified = true;
+  reference.sight = Sight::kIdentified;
   reference.SetName(NameOf(entry), (folder & kOfRun) != 0 ? KeepFor::kRun : KeepFor::kProcess);
   table.ref = RefHolding(reference);
   table.refIndex = folder;

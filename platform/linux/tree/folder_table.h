@@ -11,6 +11,7 @@
 
 #include <string_view>
 
+#include "platform/linux/tree/folder_state.h"
 #include "platform/linux/tree/item_reference.h"
 
 struct FolderEntry {
@@ -20,7 +21,9 @@ struct FolderEntry {
   const char *name;        ///< kept as long as the entry
   dev_t device;
   ino_t inode;
-  std::uint32_t scan = 0;  ///< the run whose scan has read it last; 0: none
+  std::uint32_t scan = 0;       ///< the run whose scan has read it last; 0: none
+  std::uint32_t enteredIn = 0;  ///< the run that has entered it last; 0: none
+  FolderState before = {};      ///< as that run has found it
   /// When it had last changed as it was listed, in nanoseconds; 0: unknown.
   std::int64_t listedState = 0;
   /// The step of the work in which its listing was found to hold.
@@ -32,6 +35,10 @@ struct FolderEntry {
 const FolderEntry &EntryOf(FolderIndex folder);
 
 bool IsKnownFolder(FolderIndex folder);
+
+/// The state in which the run in hand has found a folder when it entered it first, before it
+/// changed anything there; all zero for one that it has not entered.
+FolderState StateBeforeRun(FolderIndex folder);
 
 /// Takes out of the table what a run has brought in, with the names. No place of it is given to
 /// another folder later.

@@ -37,24 +37,32 @@ enum class KeepFor {
   kProcess,  ///< whatever has come from outside, as a path or an FSSpec
 };
 
+/// How an item has been seen.
+enum class Sight : std::uint8_t {
+  kListed,      ///< in its folder's listing alone
+  kSeen,        ///< looked at: a file saved anew under its name is still the user's of that name
+  kIdentified,  ///< a folder looked at: whatever else stands there now is refused
+};
+
 /// An item by the folder it lies in and its name there.
 struct ItemReference {
   /// Room for twenty characters and what makes a taken name unique.
   static constexpr std::size_t kInlineNameSize = 59;
 
-  std::uint64_t inode;   ///< 0 when only a listing has told of the item
-  CPackedDevice device;  ///< the item's own where `isIdentified`, else of the folder it lies in
+  std::uint64_t inode;   ///< of an item only listed as the listing has it: some volumes make it up
+  CPackedDevice device;  ///< the item's own where it is identified, else of the folder it lies in
   FolderIndex folder;    ///< the folder it lies in; 0: refers to nothing
   /// In bytes: 255 UTF-16 units, which NTFS, exFAT and FAT allow a name, are up to 765.
   std::uint16_t nameLength;
-  ItemKind kind;      ///< as it was seen last
-  bool isIdentified;  ///< a folder seen by itself: whatever else stands there now is refused
+  ItemKind kind;  ///< as it was seen last
+  Sight sight;
   /// Zero-terminated; a longer name's address in the table of names.
   char name[kInlineNameSize + 1];
 
   /// The name as on disk, zero-terminated.
   const char *Name() const;
   std::string_view NameView() const { return {Name(), nameLength}; }
+  bool IsIdentified() const { return sight == Sight::kIdentified; }
   /// Whether it is the root folder, which lies in itself under the name "/".
   bool IsRoot() const;
   void SetName(std::string_view bytes, KeepFor keepFor = KeepFor::kRun);

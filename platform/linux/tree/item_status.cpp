@@ -8,8 +8,8 @@ OSErr ReadItemStatus(const FSRef &item, ItemStatus *status, ItemLocation *locati
     return ErrorFromErrno(error);
   }
   const ItemReference &reference = ReferenceIn(item);
-  const bool isOther = reference.isIdentified && (reference.device != status->device ||
-                                                  reference.inode != status->identity.inode);
+  const bool isOther = reference.IsIdentified() && (reference.device != status->device ||
+                                                    reference.inode != status->identity.inode);
   return isOther ? fnfErr : noErr;
 }
 
@@ -20,9 +20,7 @@ ItemReference ReferenceToSeenItem(FolderIndex folder, std::string_view name,
   reference.inode = status.identity.inode;
   reference.folder = folder;
   reference.kind = status.IsFolder() ? ItemKind::kFolder : ItemKind::kOther;
-  // A file saved anew under its name is still the user's file of that name; a folder is entered, so
-  // it must be the same.
-  reference.isIdentified = status.IsFolder();
+  reference.sight = status.IsFolder() ? Sight::kIdentified : Sight::kSeen;
   reference.SetName(name, keepFor);
   return reference;
 }

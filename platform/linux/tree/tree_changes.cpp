@@ -10,6 +10,8 @@
 
 namespace {
 
+int movesBegun = 0;
+
 /// Makes one change, and asks again what a signal has interrupted.
 int Change(const TreeChange &change) {
   int error = 0;
@@ -110,8 +112,17 @@ int RenameOntoPlaceHolder(const Place &from, const Place &to, bool isFolder) {
 
 }  // namespace
 
+CWholeMove::CWholeMove(const TreeMove &move) {
+  if (movesBegun++ == 0) Tree().BeginMove(move);
+}
+
+CWholeMove::~CWholeMove() {
+  if (--movesBegun == 0) Tree().EndMove();
+}
+
 int RenameWithoutReplacing(const OpenedFolder &fromFolder, const char *from,
                            const OpenedFolder &toFolder, const char *to) {
+  const CWholeMove move({fromFolder.index, from, 0, toFolder.index, to});
   VolumeTraits &traits = TraitsOfVolume(EntryOf(fromFolder.index).device, fromFolder.descriptor);
   if (traits.hasRenameNoReplace) {
     const int error = Change({ChangeKind::kRename, from, fromFolder, to, toFolder});

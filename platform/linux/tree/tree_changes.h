@@ -7,6 +7,17 @@
 
 #include "platform/linux/tree/tree_layer.h"
 
+/// Tells the tree that what is done while it lives are the steps of one move. Within another it
+/// tells nothing: its steps are then the other's.
+class CWholeMove {
+ public:
+  /// The names have to live as long.
+  explicit CWholeMove(const TreeMove &move);
+  ~CWholeMove();
+  CWholeMove(const CWholeMove &) = delete;
+  CWholeMove &operator=(const CWholeMove &) = delete;
+};
+
 /// Renames without ever replacing: a taken name is EEXIST. Where the file system refuses the
 /// kernel's flag for that (EINVAL, ENOSYS, EOPNOTSUPP), what can be linked is linked and then
 /// unlinked. For folders, and where there are no links either, the new name is taken first by an

@@ -23,6 +23,8 @@ struct ItemStatus {
   std::uint64_t device;
   ItemIdentity identity;
   std::uint32_t mode;  ///< as in inode(7)
+  std::uint32_t owner;
+  std::uint32_t group;
   std::uint32_t linkCount;
   std::uint64_t size;     ///< in bytes
   std::int64_t modified;  ///< times are in nanoseconds since 1970
@@ -81,6 +83,15 @@ struct TreeChange {
   std::string_view Word() const;
 };
 
+/// A move as a whole, in however many steps it is made.
+struct TreeMove {
+  FolderIndex folder;
+  const char *name;
+  std::uint64_t inode;  ///< of the item, as a listing has told it; 0: not known
+  FolderIndex newFolder;
+  const char *newName;
+};
+
 /// Passes everything on to the layer below.
 class CTreeLayer {
  public:
@@ -90,6 +101,11 @@ class CTreeLayer {
   CTreeLayer &operator=(const CTreeLayer &) = delete;
 
   virtual int Change(const TreeChange &change) { return below_->Change(change); }
+
+  /// The changes between the two are the steps of one move, or of taking it back. Moves are not
+  /// nested.
+  virtual void BeginMove(const TreeMove &move) { below_->BeginMove(move); }
+  virtual void EndMove() { below_->EndMove(); }
 
   /// Opens a folder; ENOTDIR for anything else. `folder` is open, or AT_FDCWD with an absolute
   /// path.

@@ -102,7 +102,7 @@ void CTreeMemory::EndRun() {
 
 bool CTreeMemory::IsKnownToExist(const FSRef &item) const {
   const ItemReference &reference = ReferenceIn(item);
-  const bool isFromListing = reference.inode == 0;
+  const bool isFromListing = reference.sight == Sight::kListed;
   return (isFromListing && HasListingHeld(reference.folder, step_)) ||
          IsSameReference(item, seenLast_);
 }

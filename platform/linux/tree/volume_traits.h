@@ -4,6 +4,8 @@
 
 #include <sys/types.h>
 
+#include <optional>
+
 struct VolumeTraits {
   dev_t device = 0;
   /// Whether it is a kind of volume that notes every change of a folder within milliseconds. Never
@@ -11,6 +13,8 @@ struct VolumeTraits {
   bool isPrompt = false;
   bool hasRenameNoReplace = true;  ///< until renameat2(2) refuses RENAME_NOREPLACE
   bool hasLinks = true;            ///< until it refuses one, or gives one an identity of its own
+  /// Whether its listings tell the inode numbers that a look tells; nullopt until one was compared.
+  std::optional<bool> listsInodes = std::nullopt;
 };
 
 /// The traits of the volume that an open item lies on; what is found out is noted in them. The

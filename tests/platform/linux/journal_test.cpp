@@ -1,5 +1,6 @@
 #include "platform/journal.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -35,19 +36,76 @@ std::string Header(std::string_view path = "/drop") {
   return WriteJournalHeader(header);
 }
 
+/// Of a journal in the format that tells steps alone.
+std::string OldHeader(const std::string &folder = "7\t100:5\t/drop") {
+  return "Vannerly journal 1\tv\t2026-01-01T00:00:00Z\t42\t" + folder + "\nabove\t7:2\n";
+}
+
 TEST(JournalReader, RefusesWhatIsNoJournal) {
-  const std::string folder = "folder\t1\t0\t7:101\tone\n";
-  EXPECT_TRUE(ParseJournal(Header() + folder + "rename\t1\ta\t0\n"));
-  for (const char *line :
-       {"folder\t2\t0\t7:101\ta gap", "folder\t1\t0\t7\tx", "rename\t1\ta\t0", "rename\t0\ta",
-        "rename\t0\ta\t0\tb\t1", "unlink\t0", "", "erase\t0\ta"}) {
+  const std::string folder = "folder\t1\t0\t7:101\tone\t755\t0:0\t1\n";
+  EXPECT_TRUE(ParseJournal(Header() + folder + "move\t1\ta\t5:6\t0\n"));
+  for (const char *line : {"folder\t2\t0\t7:101\ta gap\t755\t0:0\t1",
+                           "folder\t1\t0\t7\tx\t755\t0:0\t1", "folder\t1\t0\t7:101\tx\t788\t0:0\t1",
+                           "folder\t1\t0\t7:101\tx", "move\t1\ta\t5:6\t0", "move\t0\ta\t5\t0\tb",
+                           "steps\t0\ta\t5:6", "rename\t0\ta", "unlink\t0", "", "erase\t0\ta"}) {
     EXPECT_FALSE(ParseJournal(Header() + line + "\n")) << line;
   }
   EXPECT_FALSE(ParseJournal(Header("drop")));
   EXPECT_FALSE(ParseJournal(Header(std::string_view("/dr\0op", 6))));
   std::string other = Header();
-  other[other.find('1')] = '2';
+  other[other.find('2')] = '3';
   EXPECT_FALSE(ParseJournal(other)) << "another version";
+}
+
+TEST(JournalReader, KnowsWhereAnItemCanBeInEitherFormat) {
+  // The steps are the same; the older format does not say what they are to lead to.
+  struct Case {
+    std::vector<std::string> steps;  ///< "I" stands for the identity that the older one tells
+    std::vector<JournalPlace> places;
+    std::size_t goal;
+    std::size_t placeHolders = 0;  ///< that can still be there
+  };
+  const JournalPlace origin{1, "a"};
+  const JournalPlace hidden{1, "T"};
+  const JournalPlace half{0, "T"};
+  const JournalPlace end{0, "b"};
+  const std::string first = "rename\t1\ta\t1\tT\tI";
+  const std::string second = "rename\t1\tT\t0";
+  const std::string third = "rename\t0\tT\t0\tb";
+  const Case cases[] = {
+      {{first}, {origin, hidden}, 0},
+      {{first, second}, {origin, hidden, half}, 0},
+      {{first, second, third}, {origin, hidden, half, end}, 3},
+      {{first, second, third, "failed\tEIO"}, {origin, hidden, half, end}, 0},
+      {{first, second, third, "failed\tEIO", "rename\t0\tT\t1"}, {origin, hidden, half, end}, 0},
+      {{first, second, "hold\t0\tb", third, "failed\tEIO", "release\t0\tb"},
+       {origin, hidden, half, end},
+       0,
+       1},
+      {{"link\t1\ta\t0\tb\tI"}, {origin, end}, 1},
+      {{"link\t1\ta\t0\tb\tI", "unlink\t1\ta", "failed\tEIO", "unlink\t0\tb", "failed\tEIO"},
+       {origin, end},
+       0},
+  };
+  for (const Case &which : cases) {
+    std::string old = OldHeader() + "folder\t1\t0\t7:101\tone\n";
+    std::string text =
+        Header() + "folder\t1\t0\t7:101\tone\t755\t0:0\t1\n" + "steps\t1\ta\t5:6\t0\tb\n";
+    for (const std::string &step : which.steps) {
+      const bool isFirst = step.ends_with("\tI");
+      text += step.substr(0, step.size() - (isFirst ? 2 : 0)) + "\n";
+      old += (isFirst ? step.substr(0, step.size() - 1) + "5:6" : step) + "\n";
+    }
+    for (const std::string &journal : {old, text}) {
+      const auto read = ParseJournal(journal);
+      ASSERT_TRUE(read) << journal;
+      ASSERT_EQ(read->halfMoves.size(), 1u) << journal;
+      EXPECT_EQ(read->halfMoves[0].item, (ItemIdentity{5, 6})) << journal;
+      EXPECT_EQ(read->halfMoves[0].places, which.places) << journal;
+      EXPECT_EQ(read->halfMoves[0].goal, which.goal) << journal;
+      EXPECT_EQ(read->placeHolders.size(), which.placeHolders) << journal;
+    }
+  }
 }
 
 class RunJournal : public testing::Test {
@@ -136,6 +194,61 @@ TEST_F(RunJournal, IsPrivateAndGrowsWithTheRun) {
     struct stat status;
     ASSERT_EQ(stat(home_.PathOf(path).c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, mode) << path;
+  }
+}
+
+TEST_F(RunJournal, TellsOfEveryItemAndFolderWhatItWas) {
+  files_.WriteFile("drop/sub/first", "0");
+  files_.WriteFile("drop/sub/plain", "1");
+  files_.WriteFile("drop/sub/renamed", "2");
+  const timespec times[] = {{0, 0}, {1'000'000'000, 5}};
+  ASSERT_EQ(utimensat(AT_FDCWD, files_.PathOf("drop/sub").c_str(), times, 0), 0);
+  ASSERT_EQ(chmod(files_.PathOf("drop/sub").c_str(), 02751), 0);
+  const auto status = [this](const std::string &path) {
+    struct stat found {};
+    EXPECT_EQ(stat(files_.PathOf(path).c_str(), &found), 0) << path;
+    return found;
+  };
+  const struct stat drop = status("drop");
+  const std::string plain = std::to_string(status("drop/sub/plain").st_ino);
+  const std::string renamed = std::to_string(status("drop/sub/renamed").st_ino);
+  ASSERT_EQ(Begin("drop"), noErr);
+  FSIterator iterator;
+  ASSERT_EQ(FSOpenIterator(Ref("drop/sub"), kFSIterateFlat, &iterator), noErr);
+  FSRef items[5];
+  std::uint32_t count = 0;
+  EXPECT_EQ(FSGetCatalogInfoBulk(iterator, 5, &count, nullptr, kFSCatInfoNone, nullptr, items,
+                                 nullptr, nullptr),
+            errFSNoMoreItems);
+  ASSERT_EQ(count, 4u);  // deep, first, plain, renamed
+  FSRef item = items[3];
+  // With the first it is found out whether listings tell the truth.
+  for (const int i : {1, 2}) EXPECT_EQ(FSMoveObject(items[i], Ref("drop"), &items[i]), noErr);
+  EXPECT_EQ(FSBeginMove(items[3], Ref("drop"), u"new"), noErr);
+  EXPECT_EQ(FSRenameUnicode(item, u"517A7274", kTextEncodingUnknown, &item), noErr);
+  EXPECT_EQ(FSMoveObject(item, Ref("drop"), &item), noErr);
+  EXPECT_EQ(FSRenameUnicode(item, u"new", kTextEncodingUnknown, &item), noErr);
+  FSEndMove();
+  EXPECT_EQ(FSOpenIterator(items[0], kFSIterateFlat, &iterator), noErr);
+  EXPECT_EQ(FSDeleteObject(items[0]), noErr);
+  EXPECT_EQ(FSDeleteObject(Ref("drop/sub")), noErr);
+  EndRunJournal(RunEnd::kDone);
+
+  const std::string text = Text(Journals()[0]);
+  const auto journal = ParseJournal(text);
+  ASSERT_TRUE(journal) << text;
+  EXPECT_EQ(journal->filesDone, 3u);
+  ASSERT_EQ(journal->folders.size(), 3u) << text;
+  EXPECT_EQ(journal->folders[1].before,
+            (FolderState{02751, getuid(), getgid(), 1'000'000'000'000'000'005}));
+  EXPECT_EQ(journal->header.before.modified,
+            drop.st_mtim.tv_sec * 1'000'000'000 + drop.st_mtim.tv_nsec);
+  for (const std::string &line :
+       {"move\t1\tplain\t" + plain + ":0\t0\n", "steps\t1\trenamed\t" + renamed + ":",
+        std::string("\t0\tnew\nrename\t1\trenamed\t1\t517A7274\n"
+                    "rename\t1\t517A7274\t0\nrename\t0\t517A7274\t0\tnew\nover\n"),
+        std::string("\nrmdir\t1\tdeep\t2\nrmdir\t0\tsub\t1\nend\tdone\t")}) {
+    EXPECT_NE(text.find(line), std::string::npos) << line << " in " << text;
   }
 }
 
@@ -242,12 +355,9 @@ TEST_F(RunJournal, OnlyTheUsersOwnFilesAreObeyed) {
   struct stat drop;
   ASSERT_EQ(stat(files_.PathOf("drop/517A7274").c_str(), &file), 0);
   ASSERT_EQ(stat(files_.PathOf("drop").c_str(), &drop), 0);
-  JournalHeader header;
-  header.device = drop.st_dev;
-  header.identity = {drop.st_ino, 0};
-  header.path = files_.PathOf("drop");
-  const std::string text = WriteJournalHeader(header) + "rename\t0\told\t0\t517A7274\t" +
-                           std::to_string(file.st_ino) + ":0\n";
+  const std::string text = OldHeader(std::to_string(drop.st_dev) + "\t" +
+                                     std::to_string(drop.st_ino) + ":0\t" + files_.PathOf("drop")) +
+                           "rename\t0\told\t0\t517A7274\t" + std::to_string(file.st_ino) + ":0\n";
   const std::string name = "state/vannerly/journal/1.journal";
   files_.WriteFile("elsewhere", text);
   home_.MakeSymbolicLink(name, files_.PathOf("elsewhere"));
