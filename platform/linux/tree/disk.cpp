@@ -83,7 +83,7 @@ int Hold(const TreeChange &change) {
 
 /// A rename replaces a folder only while it is empty; of a file it has to be asked.
 int Replace(const TreeChange &change) {
-  ItemStatus replaced;
+  ItemStatus replaced{};
   const int error =
       LookAt(change.newFolder.descriptor, change.newName, AT_SYMLINK_NOFOLLOW, &replaced);
   if (error != 0) return error;
@@ -93,7 +93,7 @@ int Replace(const TreeChange &change) {
 }
 
 int Release(const TreeChange &change) {
-  ItemStatus item;
+  ItemStatus item{};
   const int folder = change.folder.descriptor;
   if (int error = LookAt(folder, change.name, AT_SYMLINK_NOFOLLOW, &item); error != 0) return error;
   if (item.IsFolder()) return ErrorOf(unlinkat(folder, change.name, AT_REMOVEDIR));
