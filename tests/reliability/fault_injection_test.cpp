@@ -166,9 +166,7 @@ TEST_P(FaultInjection, LosesNothingWhicheverChangeIsTheLast) {
       if (last - 1 > changesBeforeDeletion) mayBeGone = mayBeDeleted;
       if (isTorn) {
         TearLastLine();
-      } else if (!GetParam().isHolding) {
-        // Where names have to be held, that of a start that died too is in no journal, and keeps
-        // the item from getting its name back.
+      } else {
         for (int next = 1; DiesBefore(next, [] { (void)RecoverInterruptedRuns(); }); ++next) {
           ASSERT_LT(next, 10) << what;
         }

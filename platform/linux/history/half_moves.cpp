@@ -48,6 +48,12 @@ void CHalfMoves::LetGo() {
 void CHalfMoves::Begin(const JournalPlaceView &from, const JournalPlaceView &destination,
                        const ItemIdentity &item) {
   LetGo();
+  const auto isLeftThere = [&](const HalfMove &move) {
+    return move.item.inode == item.inode &&
+           std::ranges::any_of(move.places,
+                               [&](const JournalPlace &place) { return from == place; });
+  };
+  if (std::ranges::any_of(left_, isLeftThere)) return;
   inHand_ = ItemInHand();
   inHand_->move.item = item;
   inHand_->move.places.reserve(4);
@@ -126,6 +132,7 @@ void CHalfMoves::NoteRemoval(const JournalPlaceView &place) {
 }
 
 void CHalfMoves::KeepPlaceHolder(PlaceHolder held) {
+  std::erase_if(heldLeft_, [&](const PlaceHolder &left) { return left.place == held.place; });
   if (heldLeft_.size() < kMostLeft) heldLeft_.push_back(std::move(held));
 }
 
@@ -145,8 +152,16 @@ void CHalfMoves::NotePlaceHolder(const JournalPlaceView &place) {
   holdStep_ = HoldStep::kHold;
 }
 
-void CHalfMoves::NoteReleaseOfPlaceHolder() {
+void CHalfMoves::NoteReleaseOfPlaceHolder(const JournalPlaceView &place) {
   EndStep();
+  if (!held_ || place != held_->place) {
+    EndHold();
+    const auto left = std::ranges::find_if(
+        heldLeft_, [&](const PlaceHolder &holder) { return place == holder.place; });
+    if (left == heldLeft_.end()) return;
+    held_ = std::move(*left);
+    heldLeft_.erase(left);
+  }
   holdStep_ = HoldStep::kRelease;
 }
 
@@ -166,6 +181,14 @@ void CHalfMoves::NoteFailure() {
   // What has failed is undone.
   inHand_->move.goal = 0;
   inHand_->step = MoveStep::kNone;
+}
+
+void CHalfMoves::NoteInterruption() {
+  left_ = List(false);
+  heldLeft_ = ListPlaceHolders(false);
+  inHand_.reset();
+  held_.reset();
+  holdStep_ = HoldStep::kNone;
 }
 
 void CHalfMoves::ForgetItemInHand() {

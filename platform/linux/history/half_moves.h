@@ -66,7 +66,8 @@ struct ItemInHand {
 
 class CHalfMoves {
  public:
-  /// Begins a move in several steps; what was in hand before is left as it is.
+  /// Begins a move in several steps; what was in hand before is left as it is. One of an item that
+  /// was left on its way goes on with that.
   void Begin(const JournalPlaceView &from, const JournalPlaceView &destination,
              const ItemIdentity &item);
 
@@ -77,7 +78,7 @@ class CHalfMoves {
   void NoteLink(const JournalPlaceView &from, const JournalPlaceView &to);
   void NoteRemoval(const JournalPlaceView &place);
   void NotePlaceHolder(const JournalPlaceView &place);
-  void NoteReleaseOfPlaceHolder();
+  void NoteReleaseOfPlaceHolder(const JournalPlaceView &place);
   void NoteOtherChange();
 
   /// The change noted last has failed.
@@ -89,6 +90,9 @@ class CHalfMoves {
 
   /// The same of an item that is whole now; in a journal that does not tell where moves end.
   void EndIfWhole();
+
+  /// The process has died: the change noted last may have been made or not.
+  void NoteInterruption();
 
   /// Nothing is known of the changes from here on.
   void ForgetItemInHand();

@@ -35,8 +35,11 @@ CJournalFile::~CJournalFile() {
   (void)!ftruncate(file_->Get(), static_cast<off_t>(size_));
 }
 
-int CJournalFile::Open(int descriptor, std::size_t size) {
+int CJournalFile::Open(int descriptor, std::size_t written, std::size_t size) {
   file_.emplace(descriptor);
+  size_ = written;
+  // What a process that died has left behind its last line must not look like one.
+  if (ftruncate(descriptor, static_cast<off_t>(written)) != 0) return errno;
   return MakeRoom(size);
 }
 
@@ -45,7 +48,9 @@ int CJournalFile::MakeRoom(std::size_t size) {
   if (needed <= windowStart_ + windowSize_) return 0;
   if (needed > capacity_) {
     const std::size_t step = std::clamp(capacity_, kSmallestCapacity, kLargestStep);
-    if (int error = Grow(std::max(needed, capacity_ + step)); error != 0) return error;
+    int error = Grow(std::max(needed, capacity_ + step));
+    if (error != 0) error = Grow(needed);
+    if (error != 0) return error;
   }
   return MoveWindow(needed);
 }

@@ -16,10 +16,11 @@ class CJournalFile {
   CJournalFile(const CJournalFile &) = delete;
   CJournalFile &operator=(const CJournalFile &) = delete;
 
-  /// Takes over an empty file open for reading and writing, and makes room for `size` bytes. The
-  /// room is the disk's, not a promise of it: writing can then fail no more. Returns 0 or an
-  /// `errno` value.
-  int Open(int descriptor, std::size_t size);
+  /// Takes over a file open for reading and writing, of which the first `written` bytes stay, and
+  /// makes room for `size` bytes behind them. The room is the disk's, not a promise of it: writing
+  /// can then fail no more. Returns 0 or an `errno` value.
+  int Open(int descriptor, std::size_t written, std::size_t size);
+  bool IsOpen() const { return window_ != nullptr; }
 
   /// Makes room for `size` further bytes and for `kReserve` after them. On failure, with an `errno`
   /// value, there is room for the reserve still.

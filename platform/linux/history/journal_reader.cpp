@@ -18,12 +18,15 @@ class CReader {
     const auto word = fields.Raw();
     // A change is written down before it is made: that it was made shows by what comes after it.
     const bool wasDone = std::exchange(isDone_, false);
-    if (wasDone && word != "failed" && word != "unrecorded") ++journal_.filesDone;
+    const bool isMade = word != "failed" && word != "unrecorded" && word != "recovering";
+    if (wasDone && isMade) ++journal_.filesDone;
     if (word == "folder") return ReadFolder(fields);
     if (word == "failed") {
       halfMoves_.NoteFailure();
     } else if (word == "unrecorded") {
       halfMoves_.ForgetItemInHand();
+    } else if (word == "recovering") {
+      halfMoves_.NoteInterruption();
     } else if (word == "end") {
       journal_.isEnded = true;
     } else if (word == "told") {
@@ -92,7 +95,7 @@ class CReader {
     } else if (word == "hold") {
       halfMoves_.NotePlaceHolder(View(*place));
     } else if (word == "release") {
-      halfMoves_.NoteReleaseOfPlaceHolder();
+      halfMoves_.NoteReleaseOfPlaceHolder(View(*place));
     } else if (word == "rmdir" || word == "mkdir" || word == "symlink" || word == "chmod" ||
                word == "chattr") {
       halfMoves_.NoteOtherChange();

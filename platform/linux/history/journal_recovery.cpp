@@ -13,6 +13,7 @@
 #include "platform/linux/history/journal_file.h"
 #include "platform/linux/history/journal_folder.h"
 #include "platform/linux/history/journal_reader.h"
+#include "platform/linux/history/journal_writer.h"
 #include "platform/linux/history/run_journal.h"
 #include "platform/linux/tree/folder_table.h"
 #include "platform/linux/tree/item_location.h"
@@ -52,8 +53,9 @@ bool IsSameBirth(const ItemIdentity &a, const ItemIdentity &b) {
 /// dropped folder down, and has to be the one that the journal knows.
 class CRecovery {
  public:
-  CRecovery(const Journal &journal, std::vector<std::string> *lines)
-      : journal_(journal), lines_(*lines), indexes_(journal.folders.size(), 0) {}
+  /// What it does is written down by `writer`, in the journal itself: it can be interrupted too.
+  CRecovery(const Journal &journal, CJournalWriter *writer, std::vector<std::string> *lines)
+      : journal_(journal), writer_(*writer), lines_(*lines), indexes_(journal.folders.size(), 0) {}
 
   /// Answers whether nothing is left to do.
   bool PutAllRight();
@@ -72,6 +74,7 @@ class CRecovery {
   void TellOfProblem(const std::string &line);
 
   const Journal &journal_;
+  CJournalWriter &writer_;
   std::vector<std::string> &lines_;
   std::vector<FolderIndex> indexes_;  ///< by the journal's number; 0 while not entered
   std::uint64_t device_ = 0;          ///< the dropped folder's device today
@@ -89,6 +92,7 @@ bool CRecovery::FindDroppedFolder() {
   ItemStatus found;
   if (Tree().Look(descriptor, "", &found) != 0) return false;
   device_ = found.device;
+  writer_.Know(indexes_[0], 0);
   return found.identity.inode == header.identity.inode &&
          IsSameBirth(found.identity, header.identity) &&
          (found.device == header.device || found.identity.birth != 0);
@@ -114,6 +118,7 @@ FolderIndex CRecovery::FindFolder(std::uint32_t number) {
     int descriptor = -1;
     if (EnterFolder(expected, &index, &descriptor) != noErr) return 0;
     indexes_[*next] = index;
+    writer_.Know(index, *next);
   }
   return index;
 }
@@ -135,6 +140,9 @@ int CRecovery::Rename(const JournalPlace &from, const JournalPlace &to) {
       OpenTableFolder(source.index, &source.descriptor, destination.index) != noErr) {
     return ENOENT;
   }
+  // Every start tries this anew: what would fail is not worth its lines each time.
+  ItemStatus taken;
+  if (Tree().Look(destination.descriptor, to.name.c_str(), &taken) == 0) return EEXIST;
   return RenameWithoutReplacing(source, from.name.c_str(), destination, to.name.c_str());
 }
 
@@ -219,7 +227,8 @@ bool CRecovery::RemoveOldPlaceHolder(const PlaceHolder &holder) {
     return true;
   }
   if (!open(holder.place.folder, &folder)) return false;
-  const int error = RemovePlaceHolder(folder, holder.place.name.c_str());
+  int error = Tree().Look(folder.descriptor, holder.place.name.c_str(), &found);
+  if (error == 0) error = RemovePlaceHolder(folder, holder.place.name.c_str());
   return error == 0 || error == ENOENT || error == ENOTEMPTY || error == EEXIST;
 }
 
@@ -259,13 +268,6 @@ std::string CRecovery::PathOf(const JournalPlace &place) const {
   return (journal_.header.path == "/" ? "" : journal_.header.path) + path;
 }
 
-/// Writes lines behind the last complete one of an interrupted run.
-void Append(const CDescriptor &file, std::size_t size, std::string_view text) {
-  // Should it fail, the next start comes to the same end.
-  (void)!ftruncate(file.Get(), static_cast<off_t>(size));
-  (void)!pwrite(file.Get(), text.data(), text.size(), static_cast<off_t>(size));
-}
-
 /// What there is to tell of a run that had no item on its way.
 std::string LineOfInterruption(const Journal &journal) {
   const std::string line = journal.header.path + ": a run was interrupted here";
@@ -274,22 +276,26 @@ std::string LineOfInterruption(const Journal &journal) {
          (journal.filesDone == 1 ? " file was" : " files were") + " done, the rest not reached";
 }
 
+std::optional<Journal> ReadJournal(const CDescriptor &file) {
+  return ParseJournal(CMappedText(file).View());
+}
+
 /// Puts right what the run of a journal has left, and answers what there is to tell.
 std::vector<std::string> Recover(const CDescriptor &file) {
   std::vector<std::string> lines;
-  const CMappedText text(file);
-  const std::optional<Journal> journal = ParseJournal(text.View());
+  const std::optional<Journal> journal = ReadJournal(file);
   if (!journal || journal->isEnded) return lines;
-  const bool isAllRight = CRecovery(*journal, &lines).PutAllRight();
-  std::string addition;
-  for (const std::string &line : lines) addition += JournalLineOf("recovered", {line});
+  CJournalWriter writer;
+  // Should it fail, the next start comes to the same end. The lock is that of both descriptors.
+  (void)writer.Continue(fcntl(file.Get(), F_DUPFD_CLOEXEC, 0), *journal);
+  const bool isAllRight = CRecovery(*journal, &writer, &lines).PutAllRight();
+  for (const std::string &line : lines) writer.Write("recovered", {line});
   if (lines.empty() && !journal->isToldOf) lines.push_back(LineOfInterruption(*journal));
   if (isAllRight) {
-    addition += JournalLineOf("end", {"interrupted", TimeForJournal()});
+    writer.Write("end", {"interrupted", TimeForJournal()});
   } else if (!journal->isToldOf) {
-    addition += JournalLineOf("told", {TimeForJournal()});
+    writer.Write("told", {TimeForJournal()});
   }
-  if (!addition.empty()) Append(file, journal->size, addition);
   return lines;
 }
 
