@@ -40,7 +40,12 @@ int CJournalFile::Open(int descriptor, std::size_t written, std::size_t size) {
   size_ = written;
   // What a process that died has left behind its last line must not look like one.
   if (ftruncate(descriptor, static_cast<off_t>(written)) != 0) return errno;
-  return MakeRoom(size);
+  const int error = MakeRoom(size);
+  if (error == 0 || written == 0) return error;
+  // Behind the end of a journal even a full disk often has room for a line or two.
+  const std::size_t needed = size_ + size + kReserve;
+  const int errorOfLess = Grow(needed);
+  return errorOfLess == 0 ? MoveWindow(needed) : errorOfLess;
 }
 
 int CJournalFile::MakeRoom(std::size_t size) {
@@ -48,9 +53,7 @@ int CJournalFile::MakeRoom(std::size_t size) {
   if (needed <= windowStart_ + windowSize_) return 0;
   if (needed > capacity_) {
     const std::size_t step = std::clamp(capacity_, kSmallestCapacity, kLargestStep);
-    int error = Grow(std::max(needed, capacity_ + step));
-    if (error != 0) error = Grow(needed);
-    if (error != 0) return error;
+    if (int error = Grow(std::max(needed, capacity_ + step)); error != 0) return error;
   }
   return MoveWindow(needed);
 }
