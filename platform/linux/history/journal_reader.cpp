@@ -165,6 +165,7 @@ class CReader {
       if (!item) return;
       halfMoves_.Begin(View(from), {}, *item);
       inHand = halfMoves_.InHand();
+      if (inHand == nullptr) return;  // It had been left on its way.
     }
     const bool isInOldFolder = from.folder == inHand->move.places.front().folder;
     if (from.folder == to.folder ? !isInOldFolder : !isContinued) inHand->destination = to;
