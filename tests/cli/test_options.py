@@ -5,7 +5,7 @@ import os
 import re
 import unittest
 
-from cli_case import IDLE, CliCase
+from cli_case import IDLE, CliCase, limits
 
 FLATTENED = {"a.txt": "content of a.txt", "b.jpg": "content of b.jpg", "c": "content of c",
              "d.txt": "content of one/d.txt", "a - UUID.txt": "content of one/two/a.txt",
@@ -150,12 +150,24 @@ class Usage(CliCase):
         self.assertEqual((out.count("\n"), err), (1, ""))
         self.assertEqual(self.tree(drop), before)
 
-    def test_closed_output(self):
-        """It takes nothing, whatever was asked for."""
+    def test_output_that_cannot_be_written(self):
         self.make_sample()
-        for arguments in (("--help",), ("--preferences",), ("--json", "--quiet", "drop")):
-            _, err = self.run_cli(*arguments, status=1, before=("sh", "-c", 'exec "$@" >&-', "sh"))
-            self.assertEqual(err, "vannerly-cli: standard output: Bad file descriptor\n")
+        for arguments in (("--help",), ("--version",), ("--preferences",),
+                          ("--json", "--quiet", "drop")):
+            for output, reason in ((">&-", "Bad file descriptor"),
+                                   (">/dev/full", "No space left on device")):
+                _, err = self.run_cli(*arguments, status=1,
+                                      before=("sh", "-c", f'exec "$@" {output}', "sh"))
+                self.assertEqual(err, f"vannerly-cli: standard output: {reason}\n")
+
+    def test_closed_error_output(self):
+        """What is told comes into no file that is opened in its place."""
+        drop = self.make_sample()
+        self.run_cli("drop", before=("sh", "-c", 'exec "$@" 2>&-', "sh"))
+        self.assertEqual(self.tree(drop), FLATTENED)
+        journal, = os.listdir(self.path("state/vannerly/journal"))
+        self.assertNotIn("Counting", self.read(f"state/vannerly/journal/{journal}"))
+
 
 class Stored(CliCase):
     def assertPreferences(self, expected, *arguments, **options):
@@ -191,23 +203,17 @@ class Stored(CliCase):
                                "--no-ignore-applications", environment=environment)
 
     def test_set(self):
-        drop = self.make_sample()
-        before = self.tree(drop)
-        file = self.write_preferences("# mine\nOther = 'kept'\nRenameDuplicates = true\n")
-        _, err = self.run_cli("--set", "RenameDuplicates=false")
-        self.assertEqual(err, "")
-        self.run_cli("--set", "Operation=-7")
-        self.run_cli("--set", "QuitWhenDone=true")
+        self.write_preferences("RenameDuplicates = true\n")
+        for setting in ("RenameDuplicates=false", "Operation=-7", "QuitWhenDone=true"):
+            self.assertEqual(self.run_cli("--set", setting)[1], "")
         stored = {"RenameDuplicates": "false (user)", "Operation": "-7 (user)",
                   "QuitWhenDone": "true (user)"}
         self.assertPreferences(stored)
-        self.assertIn("# mine\nOther = 'kept'\n", self.read(file))
-        self.assertEqual(self.tree(drop), before)
         # An option is for one run only and is not stored.
-        self.run_cli("--rename-duplicates", "drop")
+        self.run_cli("--rename-duplicates", self.make_sample())
         self.assertPreferences(stored)
 
-    def test_broken_file_is_named_with_its_line(self):
+    def test_file_that_cannot_be_read_or_written(self):
         drop = self.make_sample()
         broken = "RenameDuplicates = false\n\nOperation = = 2\n"
         file = self.write_preferences(broken)
@@ -215,10 +221,11 @@ class Stored(CliCase):
         self.assertRegex(err, rf"(?m)^vannerly-cli: {re.escape(file)}:3: \S")
         self.assertEqual(err.count(file), 1, "said once")
         self.assertEqual(self.tree(drop), FLATTENED)
-        self.assertEqual(self.read(file), broken)
-        self.run_cli("--set", "Operation=3")
-        self.assertPreferences({"Operation": "3 (user)"})
-        self.assertEqual(self.read(file + ".broken"), broken)
+        self.write_preferences("Operation = 1 # one\n")
+        self.run_cli("--set", "Operation=2", status=1, preexec_fn=limits(FSIZE=4))
+        self.assertEqual(self.tree(self.path("config")),
+                         {"vannerly": "folder",
+                          "vannerly/preferences.toml": "Operation = 1 # one\n"})
 
     def test_quit_when_done(self):
         """The program ends by its quit timer, after all folders, and with the same status."""
