@@ -41,33 +41,21 @@ class Runs(CliCase):
 
 
 class Operands(CliCase):
-    def refusal(self, err, operand, reason):
-        """The one line that names an operand and the reason."""
-        lines = [line for line in err.splitlines() if line.startswith("vannerly-cli: ")]
-        self.assertEqual(lines, [f"vannerly-cli: {operand}: {reason}"])
-
-    def test_one_of_two_is_missing(self):
-        drop = self.make_sample()
-        for arguments in (("photos", "drop"), ("drop", "photos")):
-            _, err = self.run_cli(*arguments, status=1)
-            self.refusal(err, "photos", "No such file or directory")
-            self.assertEqual(self.tree(drop), FLATTENED)
-        # Complaints are not status: --quiet does not silence them.
-        _, err = self.run_cli("--quiet", "photos", status=1)
-        self.assertEqual(err, "vannerly-cli: photos: No such file or directory\n")
-
-    def test_not_a_folder(self):
+    def test_what_is_no_folder(self):
+        """Is told in one line, also by a quiet run, and keeps no other folder waiting."""
         drop = self.make_sample()
         self.write("file", "kept")
         os.symlink("file", self.path("link"))
         os.symlink("nowhere", self.path("dangling"))
         os.mkfifo(self.path("pipe"))
-        for operand in ("file", "link", "pipe"):
-            _, err = self.run_cli(operand, "drop", status=1)
-            self.refusal(err, operand, "Not a directory")
-        _, err = self.run_cli("dangling", "drop", status=1)
-        self.refusal(err, "dangling", "No such file or directory")
-        self.assertEqual(self.tree(drop), FLATTENED)
+        missing, other = "No such file or directory", "Not a directory"
+        for operand, reason in (("photos", missing), ("dangling", missing), ("file", other),
+                                ("link", other), ("pipe", other)):
+            for arguments in ((operand, "drop"), ("drop", operand), ("--quiet", operand)):
+                _, err = self.run_cli(*arguments, status=1)
+                told = [line for line in err.splitlines() if line.startswith("vannerly-cli: ")]
+                self.assertEqual(told, [f"vannerly-cli: {operand}: {reason}"])
+                self.assertEqual(self.tree(drop), FLATTENED)
         self.assertEqual(self.read("file"), "kept")
 
     def test_hostile_operand_names(self):

@@ -103,7 +103,8 @@ class Reports(CliCase):
                 for path in more:
                     self.write(f"drop{number}/{path}", path.encode(errors="surrogateescape").hex())
                 if "shut/x" in more:
-                    os.chmod(self.path(drop, "shut"), 0)
+                    # It cannot be listed; with 0300 it can be entered.
+                    os.chmod(self.path(drop, "shut"), 0o300 if options else 0)
                     os.chmod(self.path(drop, "bound"), 0o555)
                 before = self.items(drop)
                 out, err = self.run_cli("--json", "--verbose", "--quiet", *options, drop, output=None,

@@ -3,7 +3,6 @@
 
 import json
 import os
-import stat
 import subprocess
 import unittest
 
@@ -91,20 +90,6 @@ class Large(CliCase):
         self.assertEqual(sum(name.isdigit() for name in os.listdir(self.path("drop"))), files)
 
 
-class Locked(CliCase):
-    def test_locked_items_are_unlocked_and_deleted(self):
-        drop = self.make_sample()
-        self.write("drop/one/two/a.txt", "locked", 0o444)
-        os.chmod(drop + "/three", 0o755)
-        os.makedirs(drop + "/one/empty")
-        os.chmod(drop + "/one/empty", 0o555)
-        self.run_cli("--no-rename-duplicates", "--delete-emptied-folders", "drop", status=3,
-                     before=powerless())
-        self.assertEqual(self.tree(drop), {
-            "a.txt": "content of a.txt", "b.jpg": "content of b.jpg", "c": "content of c",
-            "d.txt": "content of one/d.txt", "e.jpg": "content of three/e.jpg"})
-
-
 class Permissions(CliCase):
     """Root is bound by permissions here too, see `powerless`."""
 
@@ -116,28 +101,6 @@ class Permissions(CliCase):
         for parent, folders, _ in os.walk(self.place):
             for name in folders:
                 os.chmod(os.path.join(parent, name), 0o755, follow_symlinks=False)
-
-    def test_folder_without_permissions(self):
-        """What cannot be listed counts as empty and what cannot be written keeps its files; the
-        siblings of both are still visited, and both survive the deletion."""
-        for mode in (0o000, 0o300, 0o100, 0o555):
-            for options in ((), ("--delete-emptied-folders",), ("--no-rename-duplicates",)):
-                with self.subTest(mode=f"{mode:o}", options=options):
-                    drop = self.make_sample(f"drop{mode:o}{''.join(options)}")
-                    os.mkdir(drop + "/three/empty")
-                    closed = ("one/two", "three/empty") if mode != 0o555 else ("one/two",)
-                    for name in closed:
-                        os.chmod(os.path.join(drop, name), mode)
-                    self.run_cli(*options, drop, status=3, before=powerless())
-                    for name in closed:
-                        status = os.stat(os.path.join(drop, name))
-                        self.assertEqual(stat.S_IMODE(status.st_mode), mode)
-                    self.open_up()
-                    after = self.tree(drop)
-                    self.assertEqual(after["one/two/a.txt"], "content of one/two/a.txt")
-                    self.assertEqual((after["d.txt"], after["e.jpg"]),
-                                     ("content of one/d.txt", "content of three/e.jpg"))
-                    self.assertNotIn("one/d.txt", after)
 
     def test_dropped_folder_without_permissions(self):
         for mode in (0o555, 0o311, 0o444, 0o000):
