@@ -43,14 +43,15 @@ const std::vector<Rules> &AllRules() {
 int RefusalOf(const TreeChange &change, const Rules &rules) {
   const std::string_view operation(change.Word());
   // Volumes differ in how they say what they do not have.
-  static unsigned refusals = 0;
+  static unsigned renames = 0;
+  static unsigned links = 0;
   constexpr int kNoFlag[] = {EINVAL, EOPNOTSUPP, ENOSYS};
   constexpr int kNoLinks[] = {EPERM, EOPNOTSUPP, ENOSYS, EMLINK};
   if (rules.isLinking || rules.isHolding) {
     const bool isRename =
         change.kind == ChangeKind::kReplace ? rules.isLinking : operation == "rename";
-    if (isRename) return kNoFlag[++refusals % std::size(kNoFlag)];
-    return rules.isHolding && operation == "link" ? kNoLinks[++refusals % std::size(kNoLinks)] : 0;
+    if (isRename) return kNoFlag[++renames % std::size(kNoFlag)];
+    return rules.isHolding && operation == "link" ? kNoLinks[++links % std::size(kNoLinks)] : 0;
   }
   if (operation != "unlink" && operation != "rmdir") return 0;
   struct stat item;
