@@ -130,6 +130,7 @@ class OtherRuns(DesktopCase):
                 if stops:
                     self.key("Escape")
                     self.wait_until_idle()
+                    self.assertLess(self.moved(drop), 300, "waited for the other all the same")
                     self.assertEqual(self.moved(inner), 0)
                     other.send_signal(signal.SIGKILL)
                     self.finish(other, -signal.SIGKILL)

@@ -1,6 +1,7 @@
 // The order in which handlers are asked and timers fire.
 #include <gtest/gtest.h>
 
+#include "platform/apple_events.h"
 #include "platform/common/event_dispatch.h"
 #include "platform/common/timers.h"
 #include "platform/events.h"
@@ -80,6 +81,17 @@ TEST(Commands, GoFromTheLastHandlerOfTheTargetToTheApplication) {
   DisposeEventTarget(target);
 }
 
+TEST(Commands, HandlerMayDisposeOfItsOwnTarget) {
+  static EventTargetRef target;
+  target = NewEventTarget();
+  const auto close = [](EventHandlerCallRef, EventRef, void *) -> OSStatus {
+    DisposeEventTarget(target);
+    return eventNotHandledErr;
+  };
+  ASSERT_EQ(InstallEventHandler(target, close, kCommands, nullptr), noErr);
+  EXPECT_EQ(SendCommand(target, FourChars("clos")), eventNotHandledErr);
+}
+
 TEST_F(Timers, FireWhenDueInTheirOrder) {
   const auto start = TimerClock::now();
   Arm(2, "c");
@@ -111,4 +123,18 @@ TEST_F(Timers, OneArmedByACallbackWaitsForTheNextTurn) {
   EXPECT_EQ(order, "xy");
   FireDueTimers(later);
   EXPECT_EQ(order, "xyn");
+}
+
+TEST_F(Timers, NoEventThatWaitsIsHandedOverAfterQuit) {
+  const auto arming = [](const AppleEvent &, AppleEvent *, std::intptr_t) -> OSErr {
+    Arm(0.001, "r");
+    return noErr;
+  };
+  ASSERT_EQ(AEInstallEventHandler(kCoreEventClass, kAEOpenDocuments, arming, 0, false), noErr);
+  EXPECT_EQ(SendOpenDocuments({}), noErr);
+  EXPECT_EQ(SendOpenDocuments({}), noErr);
+  (void)SendCommand(nullptr, kHICommandQuit);
+  EXPECT_EQ(SendOpenDocuments({}), errAEEventNotHandled);
+  while (const auto due = NextTimerDue()) FireDueTimers(*due);
+  EXPECT_EQ(order, "r") << "the one in hand";
 }
