@@ -6,6 +6,7 @@
 #include "app/open_documents.h"
 #include "engine/dropped_items.h"
 #include "fsutil/item_info.h"
+#include "platform/common/timers.h"
 #include "tests/support/program_test.h"
 
 namespace {
@@ -15,35 +16,26 @@ using List = std::vector<std::string>;
 class DropTarget : public CProgramTest {
  protected:
   DropTarget() {
-    files.WriteFile("folder/sub/a", "1");
+    files.MakeFolder("folder");
     files.WriteFile("file");
     EXPECT_EQ(
         AEInstallEventHandler(kCoreEventClass, kAEOpenDocuments, HandleOpenDocuments, 0, false),
         noErr);
     EXPECT_EQ(InstallDropTarget(MainWindow.window), noErr);
-    Recorder().ForgetCalls();
   }
 
-  FSSpec Spec(std::string_view name) const {
-    FSSpec spec;
-    EXPECT_EQ(GetItemFSSpec(Ref(name), &spec), noErr);
-    return spec;
-  }
-
-  /// An item of a drag, by its path; "text" has no flavor of the file system and "gone" no item.
+  /// An item of a drag, by its path; "text" has no flavor of the file system, "gone" no item, and
+  /// the data of "unreadable" cannot be had.
   RecordedDragItem Item(std::string_view name) const {
-    if (name == "text") return {{{typeText, {'x'}}}, false};
+    if (name == "text") return {{typeText, {'x'}}};
+    if (name == "unreadable") return {{flavorTypeHFS, {}}};
     HFSFlavor flavor{};
-    if (name != "gone") flavor.fileSpec = Spec(name);
+    if (name != "gone") {
+      EXPECT_EQ(GetItemFSSpec(Ref(name), &flavor.fileSpec), noErr);
+    }
     std::vector<std::uint8_t> data(sizeof flavor);
     std::memcpy(data.data(), &flavor, sizeof flavor);
-    return {{{flavorTypeHFS, std::move(data)}}, false};
-  }
-
-  OpaqueDrag Drag(const std::vector<std::string_view> &names) const {
-    OpaqueDrag drag;
-    for (const std::string_view name : names) drag.items.push_back(Item(name));
-    return drag;
+    return {{flavorTypeHFS, std::move(data)}};
   }
 
   static std::int32_t Dropped() {
@@ -52,53 +44,43 @@ class DropTarget : public CProgramTest {
   }
 };
 
-TEST_F(DropTarget, RefusesWhatHoldsNoFileWithoutABeep) {
-  for (const auto &names : {std::vector<std::string_view>{}, {"text"}, {"gone", "text"}}) {
-    OpaqueDrag drag = Drag(names);
-    EXPECT_EQ(Recorder().TrackDrag(kDragTrackingEnterHandler, &drag), dragNotAcceptedErr);
-    EXPECT_EQ(Recorder().TrackDrag(kDragTrackingEnterWindow, &drag), noErr);
-    EXPECT_EQ(Recorder().TrackDrag(kDragTrackingLeaveWindow, &drag), noErr);
-    EXPECT_EQ(Recorder().DropDrag(&drag), dragNotAcceptedErr);
-  }
-  EXPECT_TRUE(Recorder().Calls().empty());
-  EXPECT_EQ(Dropped(), -1);
-}
-
-TEST_F(DropTarget, DroppedFolderIsFlattenedAfterTheDrop) {
-  OpaqueDrag drag = Drag({"file", "folder"});
-  EXPECT_EQ(Recorder().DropDrag(&drag), noErr);
-  EXPECT_EQ(Recorder().Calls(), List{"SetFrontProcess"});
-  EXPECT_EQ(Dropped(), 2);
-  EXPECT_TRUE(files.Exists("folder/sub/a")) << "never inside the drag's handler";
-  Recorder().RunEventLoop();
-  EXPECT_EQ(files.ReadFile("folder/a"), "1");
-  EXPECT_TRUE(files.Exists("file"));
-}
-
-TEST_F(DropTarget, MixedDropHoldsItsGoodItems) {
-  OpaqueDrag drag = Drag({"text", "gone", "folder"});
-  EXPECT_EQ(Recorder().DropDrag(&drag), noErr);
-  EXPECT_EQ(Dropped(), 1);
-  Recorder().RunEventLoop();
-  EXPECT_EQ(files.ReadFile("folder/a"), "1");
-}
-
-TEST_F(DropTarget, LastItemDecides) {
-  for (const std::string_view last : {"text", "gone"}) {
+TEST_F(DropTarget, HoldsTheGoodItemsOfADropWhoseLastItemIsGood) {
+  const struct {
+    std::vector<std::string_view> names;
+    OSErr error;
+    List calls;
+    std::int32_t dropped;  ///< -1: nothing was
+  } kCases[] = {{{}, dragNotAcceptedErr, {}, -1},
+                {{"text"}, dragNotAcceptedErr, {}, -1},
+                {{"gone", "text"}, dragNotAcceptedErr, {}, -1},
+                {{"folder", "text"}, paramErr, {"SysBeep 30"}, -1},
+                {{"folder", "gone"}, paramErr, {"SysBeep 30"}, -1},
+                {{"folder", "unreadable"}, ioErr, {}, -1},
+                {{"text", "gone", "folder"}, noErr, {"SetFrontProcess"}, 1},
+                {{"file", "folder"}, noErr, {"SetFrontProcess"}, 2}};
+  for (const auto &[names, error, calls, dropped] : kCases) {
+    files.WriteFile("folder/sub/a", "1");
+    DroppedItemList = {};
     Recorder().ForgetCalls();
-    OpaqueDrag drag = Drag({"folder", last});
-    EXPECT_NE(Recorder().DropDrag(&drag), noErr);
-    EXPECT_EQ(Recorder().Calls(), List{"SysBeep 30"});
-    EXPECT_EQ(Dropped(), -1);
+    OpaqueDrag drag;
+    for (const std::string_view name : names) drag.items.push_back(Item(name));
+    EXPECT_EQ(Recorder().TrackDrag(kDragTrackingEnterHandler, &drag),
+              error == dragNotAcceptedErr ? error : noErr);
+    EXPECT_EQ(Recorder().DropDrag(&drag), error);
+    EXPECT_EQ(Recorder().Calls(), calls);
+    EXPECT_EQ(Dropped(), dropped);
+    EXPECT_TRUE(files.Exists("folder/sub/a")) << "never inside the drag's handler";
+    Recorder().RunEventLoop();
+    EXPECT_EQ(files.Exists("folder/a"), dropped > 0);
+    EXPECT_TRUE(files.Exists("file"));
   }
 }
 
-TEST_F(DropTarget, UnreadableItemEndsTheDropWithoutABeep) {
-  OpaqueDrag drag = Drag({"folder", "file"});
-  drag.items[1].unreadable = true;
-  EXPECT_EQ(Recorder().DropDrag(&drag), ioErr);
-  EXPECT_TRUE(Recorder().Calls().empty());
-  EXPECT_EQ(Dropped(), -1);
+TEST_F(DropTarget, EventWithoutItemsChangesNothing) {
+  Flatten({"folder"});
+  EXPECT_EQ(HandleOpenDocuments(AppleEvent(), nullptr, 0), errAEDescNotFound);
+  EXPECT_EQ(Dropped(), 1);
+  EXPECT_FALSE(NextTimerDue());
 }
 
 }  // namespace

@@ -57,27 +57,6 @@ TEST_F(CPreferencesSheetTest, EachClickIsSavedAtOnceAndPassedOn) {
   EXPECT_EQ(Click("quit"), eventNotHandledErr);
 }
 
-TEST_F(CPreferencesSheetTest, CancelTakesNothingBackAndTheSheetIsBuiltAnew) {
-  ShowPreferencesSheet();
-  Choose(9, 1);
-  Click("DLTE");
-  Choose(11, 2);
-  Click("Oper");
-  Recorder().ForgetCalls();
-  EXPECT_EQ(Click("not!"), noErr);
-  EXPECT_EQ(Recorder().Calls(), (std::vector<std::string>{"HideSheetWindow \"PreferencesWindow\"",
-                                                          "DisposeWindow \"PreferencesWindow\""}));
-  EXPECT_TRUE(GetDeleteEmptiedFolders());
-
-  Choose(9, 0);
-  Choose(11, 0);
-  ShowPreferencesSheet();
-  EXPECT_EQ(Shown(9), 1);
-  EXPECT_EQ(Shown(11), 2);
-  EXPECT_EQ(Click("ok  "), noErr);
-  EXPECT_EQ(Recorder().CallsBeginningWith("DisposeWindow").size(), 2u);
-}
-
 TEST_F(CPreferencesSheetTest, OpenSheetIsRefreshedExceptForTheOperation) {
   ShowPreferencesSheet();
   SetPreference("QuitWhenDone", true);

@@ -4,6 +4,7 @@ VANNERLY_CLI is the path of the program, VANNERLY_OTHER_DISK that of the library
 other_disk.cpp. All names are text; os.fsencode's escapes stand for bytes that are no text.
 """
 
+import base64
 import os
 import re
 import resource
@@ -130,6 +131,13 @@ class CliCase(unittest.TestCase):
         return out, err
 
 
+def exact(entry, key="path"):
+    """The name on disk that an entry of the document tells."""
+    if key + "Base64" in entry:
+        return os.fsdecode(base64.b64decode(entry[key + "Base64"]))
+    return entry[key]
+
+
 def powerless():
     """What to put before a command so that permissions bind it. Root keeps its files but loses the
     powers by which it may ignore their permissions; anybody else has none to lose."""
@@ -147,5 +155,9 @@ def fast_place():
     return "/dev/shm" if room.f_bavail * room.f_frsize > 1 << 30 else None
 
 
-def few_descriptors():
-    resource.setrlimit(resource.RLIMIT_NOFILE, (16, 16))
+def limits(**sizes):
+    """What to do in a new process so that it has little: limits(NOFILE=16)."""
+    def limit():
+        for name, size in sizes.items():
+            resource.setrlimit(getattr(resource, "RLIMIT_" + name), (size, size))
+    return limit

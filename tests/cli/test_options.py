@@ -5,7 +5,7 @@ import os
 import re
 import unittest
 
-from cli_case import IDLE, CliCase
+from cli_case import IDLE, CliCase, limits, slow_disk
 
 FLATTENED = {"a.txt": "content of a.txt", "b.jpg": "content of b.jpg", "c": "content of c",
              "d.txt": "content of one/d.txt", "a - UUID.txt": "content of one/two/a.txt",
@@ -41,33 +41,21 @@ class Runs(CliCase):
 
 
 class Operands(CliCase):
-    def refusal(self, err, operand, reason):
-        """The one line that names an operand and the reason."""
-        lines = [line for line in err.splitlines() if line.startswith("vannerly-cli: ")]
-        self.assertEqual(lines, [f"vannerly-cli: {operand}: {reason}"])
-
-    def test_one_of_two_is_missing(self):
-        drop = self.make_sample()
-        for arguments in (("photos", "drop"), ("drop", "photos")):
-            _, err = self.run_cli(*arguments, status=1)
-            self.refusal(err, "photos", "No such file or directory")
-            self.assertEqual(self.tree(drop), FLATTENED)
-        # Complaints are not status: --quiet does not silence them.
-        _, err = self.run_cli("--quiet", "photos", status=1)
-        self.assertEqual(err, "vannerly-cli: photos: No such file or directory\n")
-
-    def test_not_a_folder(self):
+    def test_what_is_no_folder(self):
+        """Is told in one line, also by a quiet run, and keeps no other folder waiting."""
         drop = self.make_sample()
         self.write("file", "kept")
         os.symlink("file", self.path("link"))
         os.symlink("nowhere", self.path("dangling"))
         os.mkfifo(self.path("pipe"))
-        for operand in ("file", "link", "pipe"):
-            _, err = self.run_cli(operand, "drop", status=1)
-            self.refusal(err, operand, "Not a directory")
-        _, err = self.run_cli("dangling", "drop", status=1)
-        self.refusal(err, "dangling", "No such file or directory")
-        self.assertEqual(self.tree(drop), FLATTENED)
+        missing, other = "No such file or directory", "Not a directory"
+        for operand, reason in (("photos", missing), ("dangling", missing), ("file", other),
+                                ("link", other), ("pipe", other)):
+            for arguments in ((operand, "drop"), ("drop", operand), ("--quiet", operand)):
+                _, err = self.run_cli(*arguments, status=1)
+                told = [line for line in err.splitlines() if line.startswith("vannerly-cli: ")]
+                self.assertEqual(told, [f"vannerly-cli: {operand}: {reason}"])
+                self.assertEqual(self.tree(drop), FLATTENED)
         self.assertEqual(self.read("file"), "kept")
 
     def test_hostile_operand_names(self):
@@ -150,12 +138,26 @@ class Usage(CliCase):
         self.assertEqual((out.count("\n"), err), (1, ""))
         self.assertEqual(self.tree(drop), before)
 
-    def test_closed_output(self):
-        """It takes nothing, whatever was asked for."""
+    def test_output_that_cannot_be_written(self):
         self.make_sample()
-        for arguments in (("--help",), ("--preferences",), ("--json", "--quiet", "drop")):
-            _, err = self.run_cli(*arguments, status=1, before=("sh", "-c", 'exec "$@" >&-', "sh"))
-            self.assertEqual(err, "vannerly-cli: standard output: Bad file descriptor\n")
+        for arguments in (("--help",), ("--version",), ("--preferences",),
+                          ("--json", "--quiet", "drop")):
+            for output, reason in ((">&-", "Bad file descriptor"),
+                                   (">/dev/full", "No space left on device")):
+                _, err = self.run_cli(*arguments, status=1,
+                                      before=("sh", "-c", f'exec "$@" {output}', "sh"))
+                self.assertEqual(err, f"vannerly-cli: standard output: {reason}\n")
+
+    def test_closed_error_output(self):
+        """No file that is opened later takes its place, to get what is told."""
+        drop = self.make_sample()
+        process = self.start("drop", environment=slow_disk(100_000), preexec_fn=lambda: os.close(2))
+        while not os.path.exists(self.path("state/vannerly/journal")):
+            self.assertIsNone(process.poll())
+        self.assertEqual(os.readlink(f"/proc/{process.pid}/fd/2"), "/dev/null")
+        self.finish(process)
+        self.assertEqual(self.tree(drop), FLATTENED)
+
 
 class Stored(CliCase):
     def assertPreferences(self, expected, *arguments, **options):
@@ -191,23 +193,17 @@ class Stored(CliCase):
                                "--no-ignore-applications", environment=environment)
 
     def test_set(self):
-        drop = self.make_sample()
-        before = self.tree(drop)
-        file = self.write_preferences("# mine\nOther = 'kept'\nRenameDuplicates = true\n")
-        _, err = self.run_cli("--set", "RenameDuplicates=false")
-        self.assertEqual(err, "")
-        self.run_cli("--set", "Operation=-7")
-        self.run_cli("--set", "QuitWhenDone=true")
+        self.write_preferences("RenameDuplicates = true\n")
+        for setting in ("RenameDuplicates=false", "Operation=-7", "QuitWhenDone=true"):
+            self.assertEqual(self.run_cli("--set", setting)[1], "")
         stored = {"RenameDuplicates": "false (user)", "Operation": "-7 (user)",
                   "QuitWhenDone": "true (user)"}
         self.assertPreferences(stored)
-        self.assertIn("# mine\nOther = 'kept'\n", self.read(file))
-        self.assertEqual(self.tree(drop), before)
         # An option is for one run only and is not stored.
-        self.run_cli("--rename-duplicates", "drop")
+        self.run_cli("--rename-duplicates", self.make_sample())
         self.assertPreferences(stored)
 
-    def test_broken_file_is_named_with_its_line(self):
+    def test_file_that_cannot_be_read_or_written(self):
         drop = self.make_sample()
         broken = "RenameDuplicates = false\n\nOperation = = 2\n"
         file = self.write_preferences(broken)
@@ -215,10 +211,11 @@ class Stored(CliCase):
         self.assertRegex(err, rf"(?m)^vannerly-cli: {re.escape(file)}:3: \S")
         self.assertEqual(err.count(file), 1, "said once")
         self.assertEqual(self.tree(drop), FLATTENED)
-        self.assertEqual(self.read(file), broken)
-        self.run_cli("--set", "Operation=3")
-        self.assertPreferences({"Operation": "3 (user)"})
-        self.assertEqual(self.read(file + ".broken"), broken)
+        self.write_preferences("Operation = 1 # one\n")
+        self.run_cli("--set", "Operation=2", status=1, preexec_fn=limits(FSIZE=4))
+        self.assertEqual(self.tree(self.path("config")),
+                         {"vannerly": "folder",
+                          "vannerly/preferences.toml": "Operation = 1 # one\n"})
 
     def test_quit_when_done(self):
         """The program ends by its quit timer, after all folders, and with the same status."""

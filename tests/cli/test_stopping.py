@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
 """Ctrl-C, SIGTERM and SIGHUP, on a disk slow enough for them to arrive within the run."""
 
+import fcntl
 import glob
 import json
 import os
+import re
 import shutil
 import signal
 import time
@@ -22,9 +24,10 @@ class Stopping(CliCase):
                 # Every second name clashes, so that files are stopped under temporary names too.
                 self.write(f"{folder}/sub{i % 7}/{i // 2}.txt", f"{folder} {i}")
 
-    def end(self, *arguments, signals, when=None, disk=None, status):
+    def end(self, *arguments, signals, when=None, disk=None, status, **options):
         """Sends the signals one by one when `when` says so: a few files of `first` were moved."""
-        process = self.start("first", "second", *arguments, environment=disk or slow_disk(SLOW))
+        process = self.start("first", "second", *arguments, environment=disk or slow_disk(SLOW),
+                             **options)
         when = when or (lambda: self.moved("first") >= 12)
         deadline = time.monotonic() + 60
         while not when():
@@ -70,6 +73,37 @@ class Stopping(CliCase):
                     self.assertComplete("first", "second")
                     for folder in ("first", "second"):
                         shutil.rmtree(self.path(folder))
+
+    def test_signals_that_do_not_end_it(self):
+        """Those ignored when it starts, as by nohup, and those of outputs."""
+        def ignore():
+            for number in (signal.SIGHUP, signal.SIGINT):
+                signal.signal(number, signal.SIG_IGN)
+
+        self.make_folders()
+        self.end("--delete-emptied-folders", status=0, preexec_fn=ignore,
+                 signals=[signal.SIGHUP, signal.SIGINT, signal.SIGPIPE, signal.SIGXFSZ])
+        self.assertEqual([self.moved(folder) for folder in ("first", "second")], [FILES, FILES])
+        self.assertComplete("first", "second")
+
+    def test_one_before_the_run_keeps_it_from_beginning(self):
+        self.make_folders()
+        os.makedirs(self.path("state/vannerly/journal"))
+        lock = os.open(self.path("state/vannerly/journal"), os.O_RDONLY)
+        fcntl.flock(lock, fcntl.LOCK_EX)  # for which it waits before its run
+        process = self.start("first", "second")
+
+        def catches_signals():
+            with open(f"/proc/{process.pid}/status", encoding="ascii") as file:
+                caught = int(re.search(r"SigCgt:\s*(\w+)", file.read())[1], 16)
+            return caught >> (signal.SIGINT - 1) & 1
+
+        while not catches_signals():
+            time.sleep(0.001)
+        process.send_signal(signal.SIGINT)
+        os.close(lock)
+        _, err = self.finish(process, 130)
+        self.assertNotIn("Counting", err)
 
     def test_a_deletion_under_way_ends(self):
         for number, status in ((signal.SIGINT, 130), (signal.SIGTERM, 143), (signal.SIGHUP, 129)):

@@ -102,7 +102,8 @@ class Window(DesktopCase):
         wait_until(lambda: self.find("Preferences", "dialog") is None, "Esc does not close it")
         self.key("ctrl+comma")
         self.assertTrue(is_checked("Quit Vannerly .*"), "Cancel is no revert")
-        self.quit()
+        self.key("ctrl+q")
+        self.finish(self.process)
 
     def test_phases_that_do_not_yield_are_shown_and_the_window_lives(self):
         # Each would take half a minute; no test waits for its end.
@@ -130,13 +131,6 @@ class Window(DesktopCase):
         self.finish(self.process)
         self.assertLess(self.moved(drop), FILES)
         self.assertComplete(drop, FILES)
-
-    def test_quit_by_key_from_the_sheet(self):
-        self.open_window()
-        self.key("ctrl+comma")
-        self.wait_for("Preferences")
-        self.key("ctrl+q")
-        self.finish(self.process)
 
     def test_help_links_and_about(self):
         self.open_window()

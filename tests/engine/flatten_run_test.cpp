@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <new>
 
@@ -130,18 +131,6 @@ TEST_F(FlattenRunTest, DoesEverythingInOrder) {
   EXPECT_EQ(TimersArmed(), 0) << "it stays open unless told otherwise";
 }
 
-TEST_F(FlattenRunTest, PreferencesTakeEffectAtTheNextFile) {
-  files.WriteFile("top/sub/a", "1");
-  files.WriteFile("top/sub/b", "2");
-  files.WriteFile("top/sub/c", "3");
-  Recorder().AtEachYield([](int) {
-    if (Recorder().Control(1).text == "Moving File: b") SetPreference("Operation", std::int64_t{3});
-  });
-  Flatten({"top"});
-  EXPECT_EQ(files.Tree("top"),
-            (Contents{{"a", "1"}, {"sub/", ""}, {"sub/b", "2"}, {"sub/c", "3"}}));
-}
-
 TEST_F(FlattenRunTest, TreeThatChangesBetweenThePassesIsNotTouched) {
   for (const bool grows : {true, false}) {
     MakeClash();
@@ -199,6 +188,68 @@ TEST_F(FlattenRunTest, WhatTheScanLackedMemoryForIsToldAndNotDeleted) {
     EXPECT_EQ(ReportOfFolder.CountOf(RunEvent::kFolderNotRead), looksForPackages ? 0 : 1);
     EXPECT_EQ(ReportOfFolder.CountOf(RunEvent::kNotDeleted), 1);
     files.Remove("top");
+  }
+}
+
+TEST_F(FlattenRunTest, AFolderThatCannotBeReadKeepsAllThatIsInIt) {
+  enum Call { kOpen, kList, kLook };
+  enum When { kAlways, kUntilTheFirstChange, kInTheSecondPass };
+  struct : CTreeLayer {
+    int ErrorFor(Call asked, const std::string &name) const {
+      const bool isSecondPass = Recorder().Control(1).text == "Collecting files in top...";
+      const bool isNow = when != kInTheSecondPass || isSecondPass;
+      return asked == call && name == "bad" && isNow ? error : 0;
+    }
+    static std::string NameOf(int folder, const std::string &name) {
+      if (!name.empty()) return name;
+      return fs::read_symlink("/proc/self/fd/" + std::to_string(folder)).filename();
+    }
+    int OpenFolder(int folder, const char *name, FolderUse use, int *descriptor) override {
+      const int failure = ErrorFor(kOpen, name);
+      return failure != 0 ? failure : CTreeLayer::OpenFolder(folder, name, use, descriptor);
+    }
+    int List(int folder, const ItemVisitor &visit) override {
+      const int failure = ErrorFor(kList, NameOf(folder, ""));
+      return failure != 0 ? failure : CTreeLayer::List(folder, visit);
+    }
+    int Look(int folder, const char *name, ItemStatus *status) override {
+      const int failure = ErrorFor(kLook, NameOf(folder, name));
+      return failure != 0 ? failure : CTreeLayer::Look(folder, name, status);
+    }
+    int Change(const TreeChange &change) override {
+      if (when == kUntilTheFirstChange) error = 0;
+      return CTreeLayer::Change(change);
+    }
+    Call call = kOpen;
+    When when = kAlways;
+    int error = 0;
+  } layer;
+  SetPreference("DeleteEmptiedFolders", true);
+  const Contents kept = {
+      {"bad/", ""}, {"bad/in/", ""}, {"bad/in/secret", "1"}, {"bad/secret.txt", "2"}};
+  for (const When when : {kAlways, kUntilTheFirstChange, kInTheSecondPass}) {
+    for (const Call call : {kOpen, kList, kLook}) {
+      for (const int error : {ENOENT, ENOTDIR, EIO, ENOTCONN, ESTALE, EACCES}) {
+        for (const auto &[path, content] : kept) {
+          if (!content.empty()) files.WriteFile("top/" + path, content);
+        }
+        files.WriteFile("top/before/in/a", "3");
+        files.WriteFile("top/later/b", "4");
+        layer.when = when;
+        layer.call = call;
+        layer.error = error;
+        PutLayerOnDisk(&layer);
+        Flatten({"top"});
+        RemoveLayer(&layer);
+        Contents expected = kept;
+        // What was counted and not collected keeps all from being moved; the rest goes by rule.
+        if (when != kInTheSecondPass) expected.insert({{"a", "3"}, {"b", "4"}});
+        EXPECT_EQ(files.Tree("top"), expected) << when << call << strerrorname_np(error);
+        EXPECT_EQ(ReportOfFolder.CountOf(RunEvent::kFolderNotRead),
+                  when == kInTheSecondPass ? 0 : 1);
+        files.Remove("top");
+      }
+    }
   }
 }
 

@@ -1,11 +1,5 @@
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <csignal>
-
 #include "app/commands.h"
 #include "engine/flatten_run.h"
-#include "platform/journal.h"
 #include "tests/support/commands.h"
 #include "tests/support/program_test.h"
 
@@ -88,54 +82,6 @@ TEST_F(Stopping, RemovalAndSortingStillRunAfterAStop) {
   WhenShown("Moving File: a", [] { Command("not!"); });
   Flatten({"one"});
   EXPECT_EQ(files.Tree("one"), (Contents{{"a", "a"}, {"txt/", ""}, {"txt/x.txt", "x"}}));
-}
-
-/// Takes a folder in another process, until that is killed.
-class COtherProcess {
- public:
-  explicit COtherProcess(const FSRef &folder) {
-    int ready[2];
-    if (pipe(ready) != 0) return;
-    process_ = fork();
-    if (process_ == 0) {
-      std::string reason;
-      (void)BeginRunJournal(folder, &reason);
-      (void)!write(ready[1], "", 1);
-      for (;;) pause();
-    }
-    char byte;
-    (void)!read(ready[0], &byte, 1);
-  }
-  void Kill() const {
-    (void)kill(process_, SIGKILL);
-    (void)waitpid(process_, nullptr, 0);
-  }
-
- private:
-  pid_t process_ = -1;
-};
-
-TEST_F(Stopping, AFolderOfAnotherProcessIsWaitedForOrPassedOver) {
-  SetPreference("DeleteEmptiedFolders", true);
-  SetPreference("AggregateFilesWhenDone", true);
-  const std::string waiting = "Waiting for another Vannerly to end its work in this folder...";
-  const Contents before = files.Tree("one");
-  const COtherProcess other(Ref("one"));
-
-  Flatten({"one", "two"});
-  EXPECT_EQ(files.Tree("one"), before);
-  EXPECT_EQ(Moved("two"), 3);
-
-  Recorder().waitsForBusyFolder = true;
-  WhenShown(waiting, [] { Command("not!"); });
-  Flatten({"one"});
-  EXPECT_EQ(files.Tree("one"), before);
-  EXPECT_FALSE(Recorder().Control(7).shown);
-  EXPECT_TRUE(Recorder().Control(4).shown);
-
-  WhenShown(waiting, [&other] { other.Kill(); });
-  Flatten({"one"});
-  EXPECT_EQ(Moved("one"), 3);
 }
 
 }  // namespace

@@ -224,16 +224,3 @@ def canonical(node):
     if node.kind == LINK:
         return (LINK, node.target)
     return (node.kind, node.mode, node.identity)
-
-
-def drawing(value, name=b".", indent=0):
-    """A canonical tree as indented lines."""
-    kind, *rest = value
-    line = "  " * indent + repr(name)[1:]
-    if kind == FOLDER:
-        lines = [f"{line}/ {rest[0]:o}"]
-        for itemName, item in rest[1]:
-            lines += drawing(item, itemName, indent + 1)
-        return lines
-    return [f"{line} {kind} " + " ".join(f"{r:o}" if i == 0 and kind != LINK else repr(r)
-                                         for i, r in enumerate(rest))]

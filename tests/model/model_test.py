@@ -10,16 +10,15 @@ import argparse
 import collections
 import os
 import random
-import shutil
 import stat
 import subprocess
 import sys
 import tempfile
-import time
 from dataclasses import dataclass
+from pprint import pformat
 
 from flatten_model import (FILE, FOLDER, LINK, PIPE, SOCKET, UUID, Flattening, Node, Preferences,
-                           canonical, drawing)
+                           canonical)
 from random_trees import TreeMaker
 
 BATCH = 16
@@ -100,7 +99,6 @@ class Case:
     before: Node
     outside: bytes  # a folder beside the dropped one
     outsideBefore: object
-    isAllInPlace: bool = False  # afterwards, says the model
 
 
 def make_case(seed, place, disk):
@@ -143,51 +141,21 @@ def make_case(seed, place, disk):
 
 
 def preferences_of(batch):
-    """Every combination in turn: 3 operations by 16; every fourth batch of 48 has an odd number."""
+    """Every combination in turn: 3 operations by 16; every third batch has an odd number. Also the
+    options that say so; what is at its default need not be said."""
     rnd = random.Random(f"preferences {batch}")
-    preferences = Preferences(operation=batch % 3 + 1)
-    for bit, key in enumerate(KEYS):
-        setattr(preferences, key, bool(batch // 3 >> bit & 1))
+    preferences, defaults = Preferences(operation=batch % 3 + 1), Preferences()
+    options = []
+    for bit, (key, option) in enumerate(KEYS.items()):
+        value = bool(batch // 3 >> bit & 1)
+        setattr(preferences, key, value)
+        if value != getattr(defaults, key) or rnd.random() < 0.3:
+            options.append(f"--{'' if value else 'no-'}{option}")
     if preferences.operation == 3:
         preferences.operation = rnd.choice((3, 3, 0, -1, 7, 32767))
-    return preferences, rnd
-
-
-def as_toml(key, value):
-    return f"{key[0].upper()}{key[1:]} = {str(value).lower()}\n"
-
-
-def spread_preferences(preferences, rnd, config):
-    """Gives each preference by a command-line option, the user's file, a system file or its
-    default, with another value behind it that must not show. Answers the options."""
-    user, system, options = "", "", []
-    defaults = Preferences()
-    for key in ("operation", *KEYS):
-        value = getattr(preferences, key)
-        other = (not value) if key in KEYS else rnd.choice((1, 2, 3))
-        isDefault = value == getattr(defaults, key)
-        source = rnd.choice(("option", "user", "system", "default" if isDefault else "user"))
-        wrongType = as_toml(key, rnd.choice(('"x"', "0.5", '["a"]', "0" if key in KEYS else "true")))
-        if source == "option":
-            if key == "operation":
-                word = {1: "move", 2: "alias"}.get(value, str(value))
-                options.append(f"--operation={rnd.choice((word, str(value)))}")
-            else:
-                options.append(f"--{'' if value else 'no-'}{KEYS[key]}")
-            user += rnd.choice(("", as_toml(key, other), wrongType))
-        elif source == "user":
-            user += wrongType if isDefault and rnd.random() < 0.3 else as_toml(key, value)
-        if source in ("option", "user"):
-            system += rnd.choice(("", as_toml(key, other)))
-        elif source == "system":
-            system += as_toml(key, value)
-    rnd.shuffle(options)
-    for folder, text in (("user", user), ("system", system)):
-        if text or rnd.random() < 0.5:
-            os.makedirs(f"{config}/{folder}/vannerly")
-            with open(f"{config}/{folder}/vannerly/preferences.toml", "w", encoding="utf-8") as file:
-                file.write(text)
-    return options
+    if preferences.operation != defaults.operation:
+        options.append(f"--operation={preferences.operation}")
+    return preferences, options
 
 
 def usual_place():
@@ -209,78 +177,56 @@ def uuids_in(node):
     return found
 
 
-def report_difference(case, preferences, batch, what, expected, actual):
-    print(f"\nDIFFERENCE in case {case.seed} ({what}); replay with"
-          f" --seed {batch * BATCH} --trees {BATCH}, or alone with --seed {case.seed} --trees 1")
-    print(f"  dropped folder {case.path!r}, as {case.operand!r}\n  {preferences}")
-    for title, value in (("tree before", canonical(case.before)), ("expected", expected),
-                         ("actual", actual)):
-        print(f"  {title}:")
-        print("\n".join("    " + line for line in drawing(value)))
-
-
-def check_case(case, preferences, batch, disk, totals):
-    after = case.before.copy()
-    flattening = Flattening(after, case.path, preferences)
-    for rule, times in flattening.run().items():
-        totals[rule] += times
-    case.isAllInPlace = flattening.isAllInPlace
-    expected, onDisk = canonical(after), disk.read(case.path)
-    actual = canonical(onDisk)
-    good = True
-    if expected != actual:
-        report_difference(case, preferences, batch, "the dropped folder", expected, actual)
-        good = False
-    outsideAfter = canonical(disk.read(case.outside))
-    if outsideAfter != case.outsideBefore:
-        report_difference(case, preferences, batch, "OUTSIDE the dropped folder",
-                          case.outsideBefore, outsideAfter)
-        good = False
-    beside = set(os.listdir(os.path.dirname(case.path))) - {os.path.basename(case.path), b"door"}
-    if beside != {b"outside"}:
-        print(f"\nDIFFERENCE in case {case.seed}: beside the dropped folder lies {beside}")
-        good = False
+def differences(case, flattening, disk):
+    """What is not as the model says: what it is, what was expected and what is there."""
+    onDisk, after = disk.read(case.path), flattening.root
+    beside = set(os.listdir(os.path.dirname(case.path)))
     fresh = uuids_in(onDisk)
-    if len(set(fresh)) < len(set(uuids_in(after))):
-        print(f"\nDIFFERENCE in case {case.seed}: one UUID was used twice: {fresh}")
-        good = False
-    return good
+    for what, expected, actual in (
+            ("the dropped folder", canonical(after), canonical(onDisk)),
+            ("OUTSIDE the dropped folder", case.outsideBefore, canonical(disk.read(case.outside))),
+            ("beside the dropped folder", {b"outside", os.path.basename(case.path)},
+             beside - {b"door"}),
+            ("a UUID used twice", len(set(uuids_in(after))), len(set(fresh)))):
+        if expected != actual:
+            yield what, expected, actual
 
 
 def run_batch(program, preload, seeds, batch, place, totals):
-    place = os.path.realpath(place)
-    preferences, rnd = preferences_of(batch)
-    config = os.path.join(place, "config")
-    os.mkdir(config)
-    options = spread_preferences(preferences, rnd, config)
-    place = os.fsencode(place)
+    """Answers whether all is as it should be."""
+    preferences, options = preferences_of(batch)
     disk = Disk()
-    cases = [make_case(seed, place, disk) for seed in seeds]
-    environment = {**os.environ, "HOME": os.path.join(config, "home"),
-                   "XDG_CONFIG_HOME": os.path.join(config, "user"),
-                   "XDG_STATE_HOME": os.path.join(config, "state"),
-                   "XDG_CONFIG_DIRS": os.path.join(config, "system")}
+    cases = [make_case(seed, os.fsencode(place), disk) for seed in seeds]
+    state = os.path.join(place, "state")
+    environment = {**os.environ, "HOME": state, "XDG_CONFIG_HOME": state, "XDG_STATE_HOME": state,
+                   "XDG_CONFIG_DIRS": state}
+    refusals = os.path.join(place, "refusals")
     if preload:
-        environment["LD_PRELOAD"] = os.path.abspath(preload)
-        environment["OTHER_DISK_REFUSALS"] = refusals = os.path.join(config, "refusals")
-    arguments = [os.fsencode(o) for o in options] + [b"--"] + [case.operand for case in cases]
+        environment |= {"LD_PRELOAD": os.path.abspath(preload), "OTHER_DISK_REFUSALS": refusals}
+    arguments = [*map(os.fsencode, options), b"--"] + [case.operand for case in cases]
     done = subprocess.run([os.fsencode(program)] + arguments, cwd=place, env=environment,
                           stdin=subprocess.DEVNULL, capture_output=True, timeout=300, check=False)
     if preload and os.path.exists(refusals):
         totals[REFUSALS] += os.path.getsize(refusals)
-    totals["trees"] += len(cases)
-    totals["runs of the program"] += 1
-    good = True
+    found, isAllInPlace = [], True
     for case in cases:
-        good = check_case(case, preferences, batch, disk, totals) and good
-    isAllInPlace = all(case.isAllInPlace for case in cases)
-    totals["runs that left all in place"] += isAllInPlace
-    if done.returncode != (0 if isAllInPlace else 3) or done.stdout:
-        print(f"\nDIFFERENCE: exit status {done.returncode}, standard output {done.stdout[-2000:]!r},"
-              f"\nstandard error ends with\n{done.stderr[-4000:].decode(errors='replace')}"
-              f"\nreplay with --seed {batch * BATCH} --trees {BATCH}; arguments {arguments}")
-        good = False
-    return good
+        flattening = Flattening(case.before.copy(), case.path, preferences)
+        totals.update(flattening.run())
+        isAllInPlace = isAllInPlace and flattening.isAllInPlace
+        found += [(case, *difference) for difference in differences(case, flattening, disk)]
+    totals.update({"trees": len(cases), "runs that left all in place": int(isAllInPlace)})
+    for case, what, expected, actual in found:
+        print(f"\nDIFFERENCE in case {case.seed} ({what}), {case.path!r} as {case.operand!r}; "
+              f"alone with --seed {case.seed} --trees 1\nbefore", pformat(canonical(case.before)),
+              "\nexpected", pformat(expected), "\nactual", pformat(actual))
+    status = 0 if isAllInPlace else 3
+    if found or done.returncode != status or done.stdout:
+        print(f"\nDIFFERENCE: exit status {done.returncode} for {status}, standard output "
+              f"{done.stdout[-2000:]!r}, standard error ends with\n"
+              f"{done.stderr[-4000:].decode(errors='replace')}\n{preferences}; replay with"
+              f" --seed {batch * BATCH} --trees {BATCH}")
+        return False
+    return True
 
 
 def main():
@@ -288,36 +234,26 @@ def main():
     parser.add_argument("--program", required=True, help="path of vannerly-cli")
     parser.add_argument("--trees", type=int, default=3072, help="how many trees")
     parser.add_argument("--seed", type=int, default=0, help="seed of the first tree")
-    parser.add_argument("--stop-after", type=int, default=3, help="batches with differences")
-    parser.add_argument("--place", default=usual_place(), help="the folder in which to work")
     parser.add_argument("--preload", help="a library to load before the program")
-    parser.add_argument("--keep", action="store_true", help="leave the folders of differences")
     arguments = parser.parse_args()
     os.umask(0o022)
-    start, totals, differing = time.monotonic(), collections.Counter(), 0
-    if arguments.preload:
-        totals[REFUSALS] = 0
+    totals = collections.Counter({REFUSALS: 0} if arguments.preload else {})
     seeds = range(arguments.seed, arguments.seed + arguments.trees)
+    good = True
     for batch in range(seeds[0] // BATCH, seeds[-1] // BATCH + 1):
         ofBatch = [s for s in seeds if s // BATCH == batch]
-        place = tempfile.mkdtemp(prefix="vannerly-model-", dir=arguments.place)
-        good = run_batch(os.path.abspath(arguments.program), arguments.preload, ofBatch, batch, place, totals)
+        with tempfile.TemporaryDirectory(prefix="vannerly-model-", dir=usual_place()) as place:
+            good = run_batch(os.path.abspath(arguments.program), arguments.preload, ofBatch, batch,
+                             os.path.realpath(place), totals)
         if not good:
-            differing += 1
-        if good or not arguments.keep:
-            shutil.rmtree(place)
-        else:
-            print(f"  kept in {place}")
-        if differing >= arguments.stop_after:
             break
     for what, times in totals.items():
         print(f"{times:8d} {what}")
-    print(f"{time.monotonic() - start:8.1f} s")
     untouched = [rule for rule, times in totals.items() if times == 0]
-    if untouched and arguments.trees >= 1000 and not differing:
+    if untouched and arguments.trees >= 1000 and good:
         print(f"These rules never had anything to do: {untouched}")
         return 1
-    return 1 if differing else 0
+    return 0 if good else 1
 
 
 if __name__ == "__main__":

@@ -73,6 +73,14 @@ const Deed kDeeds[] = {
      }},
     {"takes the new name with a link", true,
      [](const Moment &moment) { (void)!symlink(moment.beside.c_str(), moment.goal.c_str()); }},
+    {"saves a file over one that holds the new name", true,
+     [](const Moment &moment) {
+       if (!fs::is_regular_file(fs::symlink_status(moment.goal)) || !fs::is_empty(moment.goal)) {
+         return;
+       }
+       WriteTheirs(moment.away);
+       if (rename(moment.away.c_str(), moment.goal.c_str()) == 0) pathOfTheirs = moment.goal;
+     }},
     {"saves a file by renaming a new one over it", false,
      [](const Moment &moment) {
        if (IsFolder(moment.item)) return;

@@ -4,8 +4,8 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <iterator>
 #include <string_view>
-#include <utility>
 
 namespace {
 
@@ -42,12 +42,16 @@ const std::vector<Rules> &AllRules() {
 
 int RefusalOf(const TreeChange &change, const Rules &rules) {
   const std::string_view operation(change.Word());
-  if (rules.isLinking) return operation == "rename" ? EINVAL : 0;
-  if (rules.isHolding) {
-    static bool isHeld = false;
-    if (operation == "rename") return std::exchange(isHeld, false) ? 0 : EINVAL;
-    isHeld = operation == "hold";
-    return operation == "link" ? EPERM : 0;
+  // Volumes differ in how they say what they do not have.
+  static unsigned renames = 0;
+  static unsigned links = 0;
+  constexpr int kNoFlag[] = {EINVAL, EOPNOTSUPP, ENOSYS};
+  constexpr int kNoLinks[] = {EPERM, EOPNOTSUPP, ENOSYS, EMLINK};
+  if (rules.isLinking || rules.isHolding) {
+    const bool isRename =
+        change.kind == ChangeKind::kReplace ? rules.isLinking : operation == "rename";
+    if (isRename) return kNoFlag[++renames % std::size(kNoFlag)];
+    return rules.isHolding && operation == "link" ? kNoLinks[++links % std::size(kNoLinks)] : 0;
   }
   if (operation != "unlink" && operation != "rmdir") return 0;
   struct stat item;

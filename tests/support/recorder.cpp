@@ -9,16 +9,12 @@
 #include "platform/common/event_queue.h"
 #include "platform/common/timers.h"
 #include "platform/controls.h"
-#include "platform/icons.h"
 #include "platform/journal.h"
-#include "platform/menus.h"
 #include "platform/processes.h"
 #include "platform/windows.h"
 #include "platform/workspace.h"
 
 struct OpaqueNib {};
-struct OpaqueIcon {};
-struct OpaqueMenu {};
 
 struct OpaqueWindow {
   std::string name;
@@ -32,10 +28,7 @@ constexpr std::string_view kMainWindow = "MainWindow";
 /// What the calls have built and installed, as opposed to what a test asks or arranges.
 struct Built {
   OpaqueNib nib;
-  OpaqueIcon icon;
   std::map<std::string, std::unique_ptr<OpaqueWindow>, std::less<>> windows;
-  OpaqueMenu helpMenu;
-  EventTargetRef helpMenuTarget = NewEventTarget();
   DragTrackingHandlerUPP trackingHandler = nullptr;
   DragReceiveHandlerUPP receiveHandler = nullptr;
   WindowRef dragWindow = nullptr;
@@ -94,7 +87,6 @@ void ResetRecorder() {
   DisarmTimers();
   Recorder() = CRecorder{};
   for (const auto &[name, window] : Platform().windows) DisposeEventTarget(window->target);
-  DisposeEventTarget(Platform().helpMenuTarget);
   Platform() = Built{};
 }
 
@@ -130,7 +122,6 @@ void CRecorder::Yield() {
 }
 
 void CRecorder::RunEventLoop() {
-  if (atEventLoop_) atEventLoop_();
   while (!Platform().quit) {
     const auto due = NextTimerDue();
     if (!due) break;
@@ -142,21 +133,13 @@ void CRecorder::RunEventLoop() {
 
 OSStatus CreateNibReference(std::string_view name, IBNibRef *nib) {
   Record("CreateNibReference", Quoted(name));
-  if (Recorder().interfaceFileMissing) return kIBCarbonRuntimeCantFindNibFile;
   *nib = &Platform().nib;
   return noErr;
-}
-
-OSStatus SetMenuBarFromNib(IBNibRef nib, std::string_view name) {
-  if (nib == nullptr) return paramErr;
-  Record("SetMenuBarFromNib", Quoted(name));
-  return Recorder().missingWindows.contains(name) ? kIBCarbonRuntimeCantFindObject : noErr;
 }
 
 OSStatus CreateWindowFromNib(IBNibRef nib, std::string_view name, WindowRef *window) {
   if (nib == nullptr) return paramErr;
   Record("CreateWindowFromNib", Quoted(name));
-  if (Recorder().missingWindows.contains(name)) return kIBCarbonRuntimeCantFindObject;
   auto created = std::make_unique<OpaqueWindow>();
   created->name = name;
   *window = created.get();
@@ -166,14 +149,6 @@ OSStatus CreateWindowFromNib(IBNibRef nib, std::string_view name, WindowRef *win
 
 void DisposeNibReference(IBNibRef nib) {
   if (nib != nullptr) Record("DisposeNibReference");
-}
-
-void ShowWindow(WindowRef window) {
-  RecordWindowCall("ShowWindow", window);
-}
-
-void HideWindow(WindowRef window) {
-  RecordWindowCall("HideWindow", window);
 }
 
 void DisposeWindow(WindowRef window) {
@@ -232,8 +207,7 @@ EventTargetRef GetWindowEventTarget(WindowRef window) {
 OSStatus GetControlByID(WindowRef window, const ControlID &id, ControlRef *control) {
   if (window == nullptr) return paramErr;
   Record("GetControlByID", ControlKey(id.id, window->name));
-  if (id.signature != FourChars("CNTL") || Recorder().missingControls.contains(id.id))
-    return paramErr;
+  if (id.signature != FourChars("CNTL")) return paramErr;
   *control = &Recorder().Control(id.id, window->name);
   return noErr;
 }
@@ -284,27 +258,6 @@ void Draw1Control(ControlRef control) {
   RecordControlCall("Draw1Control", control);
 }
 
-// Menus.
-
-void EnableMenuCommand(MenuRef, OSType) {}
-
-OSStatus HMGetHelpMenu(MenuRef *menu, MenuItemIndex *firstCustomItem) {
-  if (Recorder().helpMenuMissing) return menuItemNotFoundErr;
-  *menu = &Platform().helpMenu;
-  *firstCustomItem = 1;
-  return noErr;
-}
-
-void InsertMenuItem(MenuRef, const std::uint8_t *, MenuItemIndex) {}
-
-OSStatus SetMenuItemCommandID(MenuRef, MenuItemIndex, OSType) {
-  return noErr;
-}
-
-EventTargetRef GetMenuEventTarget(MenuRef menu) {
-  return menu == nullptr ? nullptr : Platform().helpMenuTarget;
-}
-
 // Drags.
 
 OSErr InstallTrackingHandler(DragTrackingHandlerUPP handler, WindowRef window, void *refCon) {
@@ -343,7 +296,7 @@ OSErr GetDragItemReferenceNumber(DragRef drag, std::uint16_t index, DragItemRef 
 
 OSErr GetFlavorFlags(DragRef drag, DragItemRef item, FlavorType type, FlavorFlags *flags) {
   if (drag == nullptr || item < 1 || item > drag->items.size()) return paramErr;
-  if (!drag->items[item - 1].flavors.contains(type)) return badDragFlavorErr;
+  if (!drag->items[item - 1].contains(type)) return badDragFlavorErr;
   *flags = 0;
   return noErr;
 }
@@ -352,9 +305,8 @@ OSErr GetFlavorData(DragRef drag, DragItemRef item, FlavorType type, void *data,
                     std::size_t offset) {
   FlavorFlags flags;
   if (const OSErr error = GetFlavorFlags(drag, item, type, &flags); error != noErr) return error;
-  const RecordedDragItem &dragged = drag->items[item - 1];
-  if (dragged.unreadable) return ioErr;
-  const std::vector<std::uint8_t> &bytes = dragged.flavors.at(type);
+  const std::vector<std::uint8_t> &bytes = drag->items[item - 1].at(type);
+  if (bytes.empty()) return ioErr;
   const std::size_t first = std::min(offset, bytes.size());
   *size = std::min(*size, bytes.size() - first);
   if (*size > 0) std::memcpy(data, bytes.data() + first, *size);
@@ -370,11 +322,6 @@ OSErr HideDragHilite(DragRef) {
 }
 
 // The event loop.
-
-void RunApplicationEventLoop() {
-  Record("RunApplicationEventLoop");
-  Recorder().RunEventLoop();
-}
 
 void QuitApplicationEventLoop() {
   Record("QuitApplicationEventLoop");
@@ -400,17 +347,12 @@ OSErr SetFrontProcess(const ProcessSerialNumber &) {
 }
 
 bool WaitForBusyFolder(const FSRef &, const std::string &) {
-  return Recorder().waitsForBusyFolder;
+  return false;
 }
 
 void ExitToShell() {
   Record("ExitToShell");
   throw ExitedToShell{};
-}
-
-OSStatus RegisterIconRefFromFSRef(OSType, OSType, const FSRef &, IconRef *icon) {
-  *icon = &Platform().icon;
-  return noErr;
 }
 
 void NSBeep() {
@@ -419,9 +361,4 @@ void NSBeep() {
 
 void SysBeep(std::int16_t duration) {
   Record("SysBeep", std::to_string(duration));
-}
-
-bool NSWorkspace::openURL(const std::string &url) {
-  Record("openURL", Quoted(url));
-  return true;
 }

@@ -17,7 +17,6 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,11 +35,8 @@ struct OpaqueControl {
 /// Thrown by ExitToShell, so that a test can go on where the program would have ended.
 struct ExitedToShell {};
 
-/// One item of a drag.
-struct RecordedDragItem {
-  std::map<FlavorType, std::vector<std::uint8_t>> flavors;
-  bool unreadable = false;  ///< its flavors are announced but their data cannot be had
-};
+/// One item of a drag: its flavors, and the data of each. Without any the data cannot be had.
+using RecordedDragItem = std::map<FlavorType, std::vector<std::uint8_t>>;
 
 /// A drag that a test makes up: item 1 is the first.
 struct OpaqueDrag {
@@ -62,20 +58,9 @@ class CRecorder {
 
   /// Runs `action` in every yield, with the number of the yield (1 for the first).
   void AtEachYield(std::function<void(int yield)> action) { atEachYield_ = std::move(action); }
-  /// Runs `action` when the event loop starts, before any timer.
-  void AtEventLoop(std::function<void()> action) { atEventLoop_ = std::move(action); }
-
   /// Calls the drag handlers that are installed; noErr when there is none.
   OSErr TrackDrag(DragTrackingMessage message, DragRef drag);
   OSErr DropDrag(DragRef drag);
-
-  /// What is missing from the interface file.
-  bool interfaceFileMissing = false;
-  std::set<std::string, std::less<>> missingWindows;  ///< "MenuBar" stands for the menu bar
-  std::set<std::int32_t> missingControls;             ///< IDs, of every window
-  bool helpMenuMissing = false;
-  /// The answer to a folder in which another process is at work.
-  bool waitsForBusyFolder = false;
 
   /// For the platform's calls: notes a line; does what a yield and the event loop do.
   void Record(std::string line) { calls_.push_back(std::move(line)); }
@@ -87,7 +72,6 @@ class CRecorder {
   std::map<std::string, OpaqueControl, std::less<>> controls_;  ///< by the name in the record
   int yields_ = 0;
   std::function<void(int)> atEachYield_;
-  std::function<void()> atEventLoop_;
 };
 
 /// The one recorder of the process.

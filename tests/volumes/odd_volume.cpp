@@ -13,15 +13,10 @@
 ///          =changing another one at every look at the item, or, with lasts=N, at every Nth
 ///   flags=no         a rename cannot be told not to replace: EINVAL
 ///   links=own        a second name is an item of its own, with the same content
-///        =EPERM ...  a second name is refused with that error
+///        =no   a second name is refused: EPERM
 ///   types=no         listings do not tell of what kind an item is
 ///   case=no          names that differ in the case of ASCII letters alone are one; from the start
 ///   names=units      names have up to 255 units of UTF-16, not bytes
-///   room=N           so many items can still be made before the volume is full
-///   fail=NAME CALL ERROR [AFTER]
-///                    CALL, one of look, open, list, fails with that error on folders of that name
-///                    once it has succeeded AFTER times; with no value, all these failures end
-///   heal=yes         they end with the first rename
 ///   delay=N          every request takes N microseconds longer
 ///   cache=N          the kernel may remember names and attributes for N milliseconds
 ///   requests=        counts from nought; when read, it has a line "KIND NUMBER" for each kind
@@ -44,7 +39,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -54,9 +48,9 @@ namespace {
 
 /// How the volume behaves, with the usual values to begin with.
 std::map<std::string, std::string> odd = {
-    {"cache", "0"},   {"case", "yes"}, {"delay", "0"},   {"fail", ""},       {"flags", "yes"},
-    {"heal", "no"},   {"lasts", "1"},  {"links", "yes"}, {"names", "bytes"}, {"numbers", "item"},
-    {"requests", ""}, {"room", "-1"},  {"times", "1"},   {"types", "yes"},
+    {"cache", "0"},   {"case", "yes"},  {"delay", "0"},     {"flags", "yes"},
+    {"lasts", "1"},   {"links", "yes"}, {"names", "bytes"}, {"numbers", "item"},
+    {"requests", ""}, {"times", "1"},   {"types", "yes"},
 };
 
 bool Is(const char *key, std::string_view value) {
@@ -67,13 +61,6 @@ long Number(const char *key) {
   return std::atol(odd.at(key).c_str());
 }
 
-struct Failure {
-  std::string name, call;
-  int error = 0;
-  long after = 0;
-};
-
-std::vector<Failure> failures;
 std::map<std::string, long> requests;
 
 struct NameOrder {
@@ -123,13 +110,6 @@ ino_t NumberOf(Item &item) {
   return std::hash<std::string>()(path);
 }
 
-int FailureOf(const std::string &name, std::string_view call) {
-  for (Failure &failure : failures) {
-    if (failure.name == name && failure.call == call && failure.after-- <= 0) return failure.error;
-  }
-  return 0;
-}
-
 bool IsTooLong(const std::string &name) {
   if (Is("names", "bytes")) return name.size() > 255;
   // Every byte but those that continue a character is a unit; a character of four bytes is two.
@@ -141,19 +121,10 @@ bool IsTooLong(const std::string &name) {
 /// Whether an item of that name can be made in the folder: 0 or the error.
 int RefusalToMake(const Item &folder, const std::string &name) {
   if (IsTooLong(name)) return ENAMETOOLONG;
-  if (folder.items.contains(name)) return EEXIST;
-  return Is("room", "0") ? ENOSPC : 0;
+  return folder.items.contains(name) ? EEXIST : 0;
 }
 
 // Settings --------------------------------------------------------------------------------------
-
-int ErrorNamed(std::string_view name) {
-  for (int error = 1; error < 134; ++error) {
-    const char *known = strerrorname_np(error);
-    if (known != nullptr && name == known) return error;
-  }
-  return name == "EOPNOTSUPP" ? EOPNOTSUPP : 0;
-}
 
 std::string Counts() {
   std::string lines;
@@ -161,22 +132,12 @@ std::string Counts() {
   return lines;
 }
 
-/// False when there is no such key, or no such failure.
+/// False when there is no such key.
 bool Set(const std::string &key, const std::string &value) {
   if (!odd.contains(key)) return false;
   odd[key] = value;
   if (key == "requests") requests.clear();
-  if (key != "fail") return true;
-  if (value.empty()) {
-    failures.clear();
-    return true;
-  }
-  Failure failure;
-  std::string error;
-  std::istringstream(value) >> failure.name >> failure.call >> error >> failure.after;
-  failure.error = ErrorNamed(error);
-  failures.push_back(failure);
-  return failure.error != 0;
+  return true;
 }
 
 // The tree --------------------------------------------------------------------------------------
@@ -224,7 +185,6 @@ Item *MakeItem(mode_t mode, const fuse_ctx *maker) {
   item.node = allItems.size();
   item.status.st_atim = Now();
   Touch(&item);
-  if (Number("room") > 0) odd["room"] = std::to_string(Number("room") - 1);
   return &item;
 }
 
@@ -266,14 +226,12 @@ void Lookup(fuse_req_t request, fuse_ino_t parent, const char *name) {
   if (Refuse(request, IsTooLong(name) ? ENAMETOOLONG : 0)) return;
   const auto found = folder->items.find(name);
   if (Refuse(request, found == folder->items.end() ? ENOENT : 0)) return;
-  if (Refuse(request, FailureOf(found->first, "look"))) return;
   ReplyEntry(request, found->second);
 }
 
 void GetAttributes(fuse_req_t request, fuse_ino_t node, fuse_file_info *) {
   Begin("getattr");
   Item *item = ItemOf(node);
-  if (Refuse(request, FailureOf(item->name, "look"))) return;
   const struct stat status = StatusOf(*item);
   fuse_reply_attr(request, &status, CacheTime());
 }
@@ -312,8 +270,7 @@ void Link(fuse_req_t request, fuse_ino_t node, fuse_ino_t parent, const char *na
   Begin("link");
   Item *item = ItemOf(node);
   Item *folder = ItemOf(parent);
-  const int unlinkable = ErrorNamed(odd.at("links"));
-  if (Refuse(request, unlinkable != 0 ? unlinkable : RefusalToMake(*folder, name))) return;
+  if (Refuse(request, Is("links", "no") ? EPERM : RefusalToMake(*folder, name))) return;
   if (Is("links", "own")) {
     Item *second = MakeItem(item->status.st_mode, fuse_req_ctx(request));
     second->content = item->content;
@@ -361,7 +318,6 @@ void Rename(fuse_req_t request, fuse_ino_t parent, const char *name, fuse_ino_t 
   Item *folder = ItemOf(parent);
   Item *newFolder = ItemOf(newParent);
   if (Refuse(request, RefusalToRename(folder, name, newFolder, newName, flags))) return;
-  if (Is("heal", "yes")) failures.clear();
   Item *item = folder->items.find(name)->second;
   const auto taken = newFolder->items.find(newName);
   Item *other = taken != newFolder->items.end() ? taken->second : nullptr;
@@ -402,9 +358,8 @@ void Write(fuse_req_t request, fuse_ino_t node, const char *bytes, std::size_t s
 /// Folders are read as they were when the reading began.
 std::map<std::uint64_t, std::vector<std::pair<std::string, struct stat>>> listings;
 
-void OpenFolder(fuse_req_t request, fuse_ino_t node, fuse_file_info *file) {
+void OpenFolder(fuse_req_t request, fuse_ino_t, fuse_file_info *file) {
   Begin("opendir");
-  if (Refuse(request, FailureOf(ItemOf(node)->name, "open"))) return;
   static std::uint64_t opened = 0;
   file->fh = ++opened;
   fuse_reply_open(request, file);
@@ -416,7 +371,6 @@ void ReadFolder(fuse_req_t request, fuse_ino_t node, std::size_t size, off_t off
   const Item *folder = ItemOf(node);
   auto &listing = listings[file->fh];
   if (offset == 0) {
-    if (Refuse(request, FailureOf(folder->name, "list"))) return;
     struct stat itself = {};
     itself.st_mode = S_IFDIR;
     listing = {{".", itself}, {"..", itself}};

@@ -30,6 +30,10 @@ class Matrix(VolumeCase):
         names = list(SAMPLE)
         if volume not in ("ntfs-3g", "exfat-fuse"):
             names += ["one/new\nline.txt", "one/latin\udce9.txt", "x.\udcff/g"]
+        if volume == "exfat-fuse" or "case" in ODD.get(volume, ()):
+            # More than the program looks up one by one.
+            names += [name for i in range(40) for name in (f"in/{i}.x{i}", f"in/{i}/a.txt")]
+            names += ["x7/old.x7"]
         if volume in ("ntfs-3g", "exfat-fuse") or "units" in str(ODD.get(volume)):
             # The length of the last one in a single byte is 0.
             names += ["one/" + "\u3042" * 86 + ".txt", "\u3042" * 90 + "/h.txt",

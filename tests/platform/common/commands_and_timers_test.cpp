@@ -3,11 +3,9 @@
 
 #include "platform/apple_events.h"
 #include "platform/common/event_dispatch.h"
-#include "platform/common/event_queue.h"
 #include "platform/common/timers.h"
-#include "tests/support/commands.h"
+#include "platform/events.h"
 #include "tests/support/recorder.h"
-#include "tests/support/temporary_folder.h"
 
 namespace {
 
@@ -45,7 +43,7 @@ void Arm(double delay, const char *letter, EventLoopTimerProc procedure = NoteTi
 class Timers : public testing::Test {
  protected:
   void SetUp() override {
-    DisarmTimers();
+    ResetRecorder();
     order.clear();
   }
   void TearDown() override { DisarmTimers(); }
@@ -80,23 +78,6 @@ TEST(Commands, GoFromTheLastHandlerOfTheTargetToTheApplication) {
   ASSERT_EQ(InstallEventHandler(target, NoteEvent, {kEventClassCommand, 2}, &notes[2]), noErr);
   EXPECT_EQ(SendCommand(target, FourChars("test")), noErr);
   EXPECT_EQ(order, "ed") << "a consumed command goes no further, another kind is not asked";
-  DisposeEventTarget(target);
-}
-
-TEST(Commands, QuitEndsTheLoopOnlyWhenNobodyConsumesIt) {
-  static OSStatus answer = eventNotHandledErr;
-  const EventTargetRef target = NewEventTarget();
-  const auto handler = [](EventHandlerCallRef, EventRef, void *) { return answer; };
-  ASSERT_EQ(InstallEventHandler(target, handler, kCommands, nullptr), noErr);
-  ResetRecorder();
-  answer = noErr;
-  (void)SendCommand(target, kHICommandQuit);
-  EXPECT_TRUE(Recorder().Calls().empty());
-  answer = eventNotHandledErr;
-  (void)SendCommand(target, kHICommandCancel);
-  EXPECT_TRUE(Recorder().Calls().empty());
-  (void)SendCommand(target, kHICommandQuit);
-  EXPECT_EQ(Recorder().Calls(), std::vector<std::string>{"QuitApplicationEventLoop"});
   DisposeEventTarget(target);
 }
 
@@ -144,113 +125,16 @@ TEST_F(Timers, OneArmedByACallbackWaitsForTheNextTurn) {
   EXPECT_EQ(order, "xyn");
 }
 
-namespace {
-
-/// Events for folders called by one letter, and a run that takes them down in `order`.
-class EventQueue : public Timers {
- protected:
-  EventQueue() {
-    queue = this;
-    (void)AEInstallEventHandler(
-        kCoreEventClass, kAEOpenDocuments,
-        [](const AppleEvent &event, AppleEvent *, std::intptr_t) -> OSErr {
-          queue->list = event.parameters.at(keyDirectObject);
-          Arm(0.001, "", Run);
-          return noErr;
-        },
-        0, false);
-    for (const char *name : {"A", "B", "C", "D", "file"}) {
-      if (name[1] == '\0') {
-        folder.MakeFolder(name);
-      } else {
-        folder.WriteFile(name);
-      }
-    }
-  }
-
-  OSErr Send(const std::vector<std::string> &names) const {
-    std::vector<FSRef> refs(names.size());
-    for (std::size_t i = 0; i < names.size(); ++i)
-      EXPECT_EQ(FSPathMakeRef(folder.PathOf(names[i]).c_str(), &refs[i], nullptr), noErr);
-    return SendOpenDocuments(refs);
-  }
-
-  static void Run(EventLoopTimerRef, void *) {
-    std::int32_t count = 0;
-    (void)AECountItems(queue->list, &count);
-    EXPECT_LE(FoldersOfEventInHand(), count);
-    order += '(';
-    for (std::int32_t i = 1; i <= count; ++i) {
-      FSRef item;
-      HFSUniStr255 name;
-      (void)AEGetNthPtr(queue->list, i, typeFSRef, nullptr, nullptr, &item, sizeof item, nullptr);
-      (void)FSGetCatalogInfo(item, kFSCatInfoNone, nullptr, &name, nullptr, nullptr);
-      order += static_cast<char>(name.View()[0]);
-      if (queue->atItem) queue->atItem(order.back());
-    }
-    order += ')';
-  }
-
-  static void RunEventLoop() { Recorder().RunEventLoop(); }
-
-  void SetUp() override {
-    Timers::SetUp();
-    ResetRecorder();
-  }
-
-  static EventQueue *queue;
-  CTemporaryFolder folder;
-  AEDescList list;
-  std::function<void(char)> atItem;
-};
-EventQueue *EventQueue::queue;
-
-}  // namespace
-
-TEST_F(EventQueue, EachEventIsHandledOnceAndInOrder) {
-  // In a burst, before the first run has begun ...
-  EXPECT_EQ(Send({"A"}), noErr);
-  EXPECT_EQ(Send({"B"}), noErr);
-  EXPECT_EQ(WaitingFolders(), 1);
-  // ... and during a run, with what is no folder among them.
-  atItem = [this](char name) {
-    if (name != 'A') return;
-    EXPECT_EQ(Send({"C", "file"}), noErr);
-    EXPECT_EQ(Send({"D", "A"}), noErr);
-    EXPECT_EQ(WaitingFolders(), 4);
-    atItem = nullptr;
+TEST_F(Timers, NoEventThatWaitsIsHandedOverAfterQuit) {
+  const auto arming = [](const AppleEvent &, AppleEvent *, std::intptr_t) -> OSErr {
+    Arm(0.001, "r");
+    return noErr;
   };
-  RunEventLoop();
-  EXPECT_EQ(order, "(A)(B)(Cf)(DA)");
-  EXPECT_EQ(WaitingFolders(), 0);
-  EXPECT_EQ(FoldersOfEventInHand(), 0);
-  EXPECT_EQ(Send({"B"}), noErr);
-  RunEventLoop();
-  EXPECT_EQ(order, "(A)(B)(Cf)(DA)(B)");
-}
-
-TEST_F(EventQueue, NoOtherTimerFiresOverWhatWaits) {
-  // What a run arms, as the timer that quits when all is done, is due long before the last run.
-  atItem = [this](char name) {
-    Arm(-1, "q");
-    if (name < 'C') {
-      EXPECT_EQ(Send({std::string(1, static_cast<char>(name + 1))}), noErr);
-    }
-  };
-  EXPECT_EQ(Send({"A"}), noErr);
-  RunEventLoop();
-  EXPECT_EQ(order, "(A)(B)(C)qqq");
-}
-
-TEST_F(EventQueue, NothingThatWaitsIsBegunAfterQuit) {
-  atItem = [this](char) {
-    EXPECT_EQ(Send({"B"}), noErr);
-    (void)SendCommand(nullptr, kHICommandQuit);
-    EXPECT_EQ(WaitingFolders(), 0);
-    EXPECT_EQ(Send({"C"}), errAEEventNotHandled);
-  };
-  EXPECT_EQ(Send({"A"}), noErr);
-  RunEventLoop();
-  EXPECT_EQ(order, "(A)");
-  EXPECT_FALSE(NextTimerDue());
+  ASSERT_EQ(AEInstallEventHandler(kCoreEventClass, kAEOpenDocuments, arming, 0, false), noErr);
+  EXPECT_EQ(SendOpenDocuments({}), noErr);
+  EXPECT_EQ(SendOpenDocuments({}), noErr);
+  (void)SendCommand(nullptr, kHICommandQuit);
+  EXPECT_EQ(SendOpenDocuments({}), errAEEventNotHandled);
+  while (const auto due = NextTimerDue()) FireDueTimers(*due);
+  EXPECT_EQ(order, "r") << "the one in hand";
 }

@@ -5,11 +5,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <ctime>
-#include <set>
 #include <string>
-
-#include "platform/utilities.h"
 
 namespace {
 
@@ -34,25 +30,6 @@ TEST(Log, ALineCannotBeMoreThanText) {
   EXPECT_EQ(LoggedOnTerminal("%s%n caf\xC3\xA9"), "vannerly: got %s%n caf\xC3\xA9!\r\n");
   EXPECT_EQ(LoggedOnTerminal("a\n\x1B[2J\x7F\xC2\x9B\xC2\xA9"),
             "vannerly: got a\\x0A\\x1B[2J\\x7F\xC2\\x9B\xC2\xA9!\r\n");
-}
-
-TEST(Identifiers, AreRandomOnes) {
-  std::set<std::u16string> seen;
-  for (int i = 0; i < 1000; ++i) {
-    const auto uuid = CFUUIDCreate();
-    ASSERT_TRUE(uuid.has_value());
-    const std::u16string text = CFUUIDCreateString(*uuid);
-    EXPECT_EQ(text[14], u'4');
-    EXPECT_NE(std::u16string_view(u"89AB").find(text[19]), std::u16string_view::npos);
-    EXPECT_TRUE(seen.insert(text).second);
-  }
-}
-
-TEST(Time, CountsFrom1904) {
-  std::uint32_t seconds = 0;
-  GetDateTime(&seconds);
-  EXPECT_NEAR(static_cast<double>(seconds - 2082844800u),
-              static_cast<double>(static_cast<std::uint32_t>(std::time(nullptr))), 2);
 }
 
 }  // namespace
