@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <climits>
 
 #include "platform/linux/history/journal_reader.h"
 #include "platform/linux/history/journal_text.h"
@@ -7,7 +8,7 @@
 namespace {
 
 bool IsName(std::string_view name) {
-  return !name.empty() && name.size() <= 255 && name != "." && name != ".." &&
+  return !name.empty() && name.size() < PATH_MAX && name != "." && name != ".." &&
          name.find_first_of(std::string_view("/\0", 2)) == name.npos;
 }
 
