@@ -75,11 +75,12 @@ class FaultInjection : public CPreciousTreeTest {
     EXPECT_EQ(Damage(allowed), "") << what;
     if (!allowed.temporaryNames) return;
     EXPECT_EQ(Recover(), "") << what;
-    // When neither name of a link could be removed and the file's own folder was deleted by rule,
-    // there is no name to give back; the start says so.
-    const bool isFolderGone =
-        changesFailed > 1 && GetParam().isLinking && GetParam().deletesFolders;
-    EXPECT_EQ(Damage({.temporaryNames = isFolderGone}), "") << what << ", after recovery";
+    // When neither name of a link could be removed and the file's own folder was deleted or sorted
+    // by rule, there is no name to give back, or none that can be found; the start says so.
+    const bool isLinkLeft = changesFailed > 1 && GetParam().isLinking;
+    const Allowed inTheEnd{.temporaryNames = isLinkLeft && GetParam().deletesFolders,
+                           .twoNames = isLinkLeft && GetParam().collates};
+    EXPECT_EQ(Damage(inTheEnd), "") << what << ", after recovery";
   }
 
   /// Has another process do that until it dies before that change; false when it did not.

@@ -48,9 +48,7 @@ int RefusalOf(const TreeChange &change, const Rules &rules) {
   constexpr int kNoFlag[] = {EINVAL, EOPNOTSUPP, ENOSYS};
   constexpr int kNoLinks[] = {EPERM, EOPNOTSUPP, ENOSYS, EMLINK};
   if (rules.isLinking || rules.isHolding) {
-    const bool isRename =
-        change.kind == ChangeKind::kReplace ? rules.isLinking : operation == "rename";
-    if (isRename) return kNoFlag[++renames % std::size(kNoFlag)];
+    if (change.kind == ChangeKind::kRename) return kNoFlag[++renames % std::size(kNoFlag)];
     return rules.isHolding && operation == "link" ? kNoLinks[++links % std::size(kNoLinks)] : 0;
   }
   if (operation != "unlink" && operation != "rmdir") return 0;
