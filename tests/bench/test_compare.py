@@ -65,6 +65,10 @@ class Compare(unittest.TestCase):
         for row in measured["requests"]:
             self.assertEqual(row["kinds"]["rename2"], 200)
             self.assertGreater(row["seconds"], 0.0002 * row["all"])
+        # There are four folders, the one that holds them and the one above: each is listed and asked
+        # for Finder information once a walk, and the last is listed for its names too.
+        kinds = measured["requests"][1]["kinds"]
+        self.assertEqual((kinds["opendir"], kinds["listxattr"]), (2 * 6 + 1, 2 * 6))
         self.assertEqual(len(measured["aims"]), 1)
 
     def test_starting_and_waiting(self):
