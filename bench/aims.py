@@ -26,7 +26,7 @@ class Aim:
         return "met" if self.measured <= self.at_most else "MISSED"
 
 
-def list_aims(cases, start, idle):
+def list_aims(cases, requests, start, idle):
     """`cases` maps (place, case) to results by name. What was not measured has no aim."""
     aims = []
     for (place, name), results in cases.items():
@@ -61,6 +61,10 @@ def list_aims(cases, start, idle):
                                 cli.bytes_an_item))
         add("removal of emptied folders", 1.1, cli, results.get("rm -r"))
         add("collating", 1.3, cli, results.get("rename loop"))
+    if requests:
+        bare, cli = requests
+        aims.append(Aim(f"requests where no names clash, against {bare['name']}", "late volume",
+                        1.05, cli["all"] / bare["all"]))
     if start:
         true, version = (row["median ms"] for row in start)
         aims.append(Aim("start, ms more than true", "", 3, version - true))

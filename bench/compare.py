@@ -5,7 +5,8 @@ that a machine that grows slower meanwhile is unfair to none. Figures are median
 first line. "last move" is the time from the start to the last change of the folder, and what
 "seconds" is for a window, which stays. "bytes/item" is peak memory above that of a run on an empty
 folder. "at top" counts the items lying in the folder afterwards: who leaves files behind has done
-less work.
+less work. "requests" flattens a tenth of the tree "wide" on a volume that answers each request
+late, and counts them by kind.
 """
 
 import argparse
@@ -20,12 +21,13 @@ import sys
 import report
 from aims import aims_table, list_aims
 from cases import collate_cases, flatten_cases, flattening, removal_cases
+from late_volume import count_requests
 from measuring import compare
 from own_desktop import own_desktop
 from processes import measure_idle, measure_start
 from trees import FLATTENED
 
-WHAT = ("flatten", "removal", "collate", "start", "idle")
+WHAT = ("flatten", "removal", "collate", "requests", "start", "idle")
 MILLION = ("million", "million_clash")
 
 
@@ -86,14 +88,19 @@ def main():
                 measured[place, case.name] = {result.name: result for result in results}
                 print(report.case_table(place, case, results), flush=True)
                 data["cases"].append(report.case_data(place, case, results))
-    data["start"], data["idle"] = [], []
+    data["requests"], data["start"], data["idle"] = [], [], []
+    if "requests" in arguments.what:
+        competitors = flattening(arguments.build, arguments.program, None)[:2]
+        data["requests"] = [count_requests(arguments.build, competitor, arguments.scale)
+                            for competitor in competitors]
+        print(report.requests_table(data["requests"]), flush=True)
     if "start" in arguments.what:
         data["start"] = measure_start(arguments.build, arguments.program, arguments.pairs)
         print(report.start_table(data["start"]), flush=True)
     if "idle" in arguments.what:
         data["idle"] = measure_idle(arguments.build, arguments.settling, arguments.seconds)
         print(report.idle_table(data["idle"]), flush=True)
-    aims = list_aims(measured, data["start"], data["idle"])
+    aims = list_aims(measured, data["requests"], data["start"], data["idle"])
     print(aims_table(aims))
     data["aims"] = [{**dataclasses.asdict(aim), "verdict": aim.verdict} for aim in aims]
     if arguments.json:

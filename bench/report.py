@@ -40,6 +40,18 @@ def case_table(place, case, results):
                      "bytes/item", "at top", "exit"], rows))
 
 
+def requests_table(requests):
+    """A line for each kind of request, then all of them and the time."""
+    base, other = requests
+    rows = [[kind, *(str(r["kinds"].get(kind, 0)) for r in requests), ""]
+            for kind in sorted(base["kinds"].keys() | other["kinds"].keys())]
+    for figure, form in (("all", "d"), ("seconds", ".2f")):
+        rows.append([figure, *(number(r[figure], form) for r in requests),
+                     number(other[figure] / base[figure], ".3f")])
+    return "**requests to a volume that answers late**\n\n" + table(
+        ["", base["name"], other["name"], "ratio"], rows)
+
+
 def start_table(start):
     return "**start**\n\n" + table(["", "median ms", "fastest ms", "pairs"], [
         [r["name"], f"{r['median ms']:.2f}", f"{r['fastest ms']:.2f}", str(r["pairs"])]

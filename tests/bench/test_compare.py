@@ -59,6 +59,18 @@ class Compare(unittest.TestCase):
                           "vannerly (offscreen) to the last move",
                           "vannerly (Xvfb) to the last move"})
 
+    def test_requests(self):
+        measured = self.compare("--what", "requests", "--scale", "0.02")
+        self.assertEqual([row["name"] for row in measured["requests"]], list(MOVERS[:2]))
+        for row in measured["requests"]:
+            self.assertEqual(row["kinds"]["rename2"], 200)
+            self.assertGreater(row["seconds"], 0.0002 * row["all"])
+        # There are four folders, the one that holds them and the one above: each is listed and asked
+        # for Finder information once a walk, and the last is listed for its names too.
+        kinds = measured["requests"][1]["kinds"]
+        self.assertEqual((kinds["opendir"], kinds["listxattr"]), (2 * 6 + 1, 2 * 6))
+        self.assertEqual(len(measured["aims"]), 1)
+
     def test_starting_and_waiting(self):
         measured = self.compare("--what", "start", "idle", "--pairs", "3",
                                 "--settling", "1", "--seconds", "1")

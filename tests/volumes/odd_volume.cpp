@@ -420,6 +420,13 @@ void SetExtendedAttribute(fuse_req_t request, fuse_ino_t node, const char *name,
   fuse_reply_err(request, Set(key.substr(kOdd.size()), std::string(value, size)) ? 0 : EINVAL);
 }
 
+/// No item has any.
+void ListExtendedAttributes(fuse_req_t request, fuse_ino_t, std::size_t size) {
+  Begin("listxattr");
+  if (size == 0) return (void)fuse_reply_xattr(request, 0);
+  fuse_reply_buf(request, nullptr, 0);
+}
+
 void GetExtendedAttribute(fuse_req_t request, fuse_ino_t node, const char *name, std::size_t size) {
   if (node != FUSE_ROOT_ID || name != std::string(kOdd) + "requests") {
     Begin("getxattr");
@@ -472,11 +479,13 @@ fuse_lowlevel_ops Operations() {
   operations.statfs = TellRoom;
   operations.setxattr = SetExtendedAttribute;
   operations.getxattr = GetExtendedAttribute;
+  operations.listxattr = ListExtendedAttributes;
   return operations;
 }
 
 int Serve(const char *folder) {
-  std::string program = "odd_volume", option = "-o", value = "default_permissions,allow_other";
+  std::string program = "odd_volume", option = "-o", value = "default_permissions";
+  if (geteuid() == 0) value += ",allow_other";  // mostly refused to anybody else
   char *words[] = {program.data(), option.data(), value.data()};
   fuse_args arguments = FUSE_ARGS_INIT(3, words);
   const fuse_lowlevel_ops operations = Operations();

@@ -53,6 +53,12 @@ int LookAt(int folder, const char *name, int flags, ItemStatus *status) {
   return 0;
 }
 
+/// Whether an item has no attributes, as hardly any has one, by the answer of listxattr(2). Where a
+/// volume has none to list it is not asked for each.
+bool HasNoAttributes(ssize_t listed) {
+  return listed == 0 || (listed < 0 && errno == EOPNOTSUPP);
+}
+
 /// Reads with `getAttribute`, which takes what lgetxattr(2) takes after the path.
 template <typename GetAttribute>
 FinderInfo ReadFinderInfoWith(GetAttribute getAttribute) {
@@ -66,7 +72,7 @@ FinderInfo ReadFinderInfoWith(GetAttribute getAttribute) {
 }
 
 FinderInfo ReadFinderInfoOf(int descriptor) {
-  if (flistxattr(descriptor, nullptr, 0) == 0) return {};
+  if (HasNoAttributes(flistxattr(descriptor, nullptr, 0))) return {};
   return ReadFinderInfoWith([descriptor](const char *attribute, void *value, std::size_t size) {
     return fgetxattr(descriptor, attribute, value, size);
   });
@@ -208,8 +214,7 @@ class CDisk final : public CTreeLayer {
       path.append("/proc/self/fd/").append(std::to_string(folder.descriptor)).append("/");
     }
     path += name;
-    // Hardly any item has attributes, and that is told by one call.
-    if (llistxattr(path.c_str(), nullptr, 0) == 0) return {};
+    if (HasNoAttributes(llistxattr(path.c_str(), nullptr, 0))) return {};
     return ReadFinderInfoWith([](const char *attribute, void *value, std::size_t size) {
       return lgetxattr(path.c_str(), attribute, value, size);
     });

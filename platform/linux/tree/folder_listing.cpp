@@ -139,12 +139,12 @@ std::unique_ptr<CFolderListing> CListingStore::List(const FSRef &folder) {
 }
 
 std::unique_ptr<CFolderListing> CListingStore::ListForScan(const FSRef &folder) {
-  // A refusal is always asked for anew: there is no state that could tell of a change.
-  const bool isCurrent = latest_ != nullptr && latest_->Error() == noErr &&
-                         IsSameReference(latestFolder_, folder) &&
-                         IsListingCurrent(latest_->Folder());
-  if (isCurrent) return std::move(latest_);
-  return OpenAndList(folder);
+  // What is put into a folder after the look could as well have come right after the listing. A
+  // refusal is always asked for anew.
+  std::unique_ptr<CFolderListing> latest = std::move(latest_);
+  const bool isOfFolder =
+      latest != nullptr && latest->Error() == noErr && IsSameReference(latestFolder_, folder);
+  return isOfFolder ? std::move(latest) : OpenAndList(folder);
 }
 
 const CFolderListing &CListingStore::LookInto(const FSRef &folder) {

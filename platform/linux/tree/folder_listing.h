@@ -7,7 +7,8 @@
 ///
 /// Listings are kept for scans alone and no longer than a scan goes on: the first change that the
 /// program makes ends it, and so does listing a folder for anything else. What is deleted or sorted
-/// is always listed anew, and where a volume's times cannot be relied on no listing is kept.
+/// is always listed anew, and where a volume's times cannot be relied on no listing is kept from
+/// one walk to the other.
 #pragma once
 
 #include <cstdint>

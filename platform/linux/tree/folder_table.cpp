@@ -398,19 +398,16 @@ OSErr EnterFolderForListing(const ItemReference &folder, FolderIndex *index, int
   return noErr;
 }
 
-bool IsListingCurrent(FolderIndex folder) {
+bool HasListingHeld(FolderIndex folder, std::uint64_t step) {
   const FolderEntry &entry = EntryOf(folder);
   if (entry.listedState == 0) return false;
+  if (entry.trustedInStep == step) return true;
   int descriptor = -1;
   if (OpenTableFolder(folder, &descriptor) != noErr) return false;
   ItemStatus status;
-  return Tree().Look(descriptor, "", &status) == 0 && status.changed == entry.listedState;
-}
-
-bool HasListingHeld(FolderIndex folder, std::uint64_t step) {
-  const FolderEntry &entry = EntryOf(folder);
-  if (entry.trustedInStep == step) return entry.listedState != 0;
-  if (!IsListingCurrent(folder)) return false;
+  const bool hasHeld =
+      Tree().Look(descriptor, "", &status) == 0 && status.changed == entry.listedState;
+  if (!hasHeld) return false;
   Table().At(folder).trustedInStep = step;
   return true;
 }

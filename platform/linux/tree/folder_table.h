@@ -59,17 +59,14 @@ OSErr EnterFolder(FolderIndex parent, const char *name, FolderIndex *folder, int
 /// identifies it, it has to be the same (else fnfErr).
 OSErr EnterFolder(const ItemReference &folder, FolderIndex *index, int *descriptor);
 
-/// The same, opened for reading, and with its state noted for IsListingCurrent.
+/// The same, opened for reading, and with its state noted for HasListingHeld.
 OSErr EnterFolderForListing(const ItemReference &folder, FolderIndex *index, int *descriptor);
 
-/// Whether a folder has not changed since it was listed. Costs one look at the folder and none at
-/// its items. Not known, and therefore false, of a folder that was changed just before it was
-/// listed, as another change within the same tick of the clock would not show, and of every volume
-/// that does not keep times finely, or whose folders others change unseen.
-bool IsListingCurrent(FolderIndex folder);
-
 /// Whether the names listed of a folder were still all there when this step of the work, which may
-/// have changed it since, came to it first.
+/// have changed it since, came to it first. Costs one look at the folder and none at its items. Not
+/// known, and therefore false, of a folder that was changed just before it was listed, as another
+/// change within the same tick of the clock would not show, and of every volume that does not keep
+/// times finely, or whose folders others change unseen.
 bool HasListingHeld(FolderIndex folder, std::uint64_t step);
 
 /// The place in the table of the folder that a reference leads to, opened. dirNFErr when it is

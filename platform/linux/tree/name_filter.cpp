@@ -6,8 +6,11 @@
 
 namespace {
 
-/// Lookups in one folder before it is listed: for fewer the listing would cost more than it saves.
+/// Lookups in one folder before it is listed, and for each of them so many bytes of the folder's
+/// size, which go with the number of its items: for fewer the listing would cost more than it
+/// saves.
 constexpr int kLookupsBeforeListing = 32;
+constexpr std::uint64_t kBytesForLookup = 1024;
 
 std::uint32_t HashOf(std::string_view name) {
   // Four are asked for with each file, so eight bytes are mixed in at once. The multiplier is 2^64
@@ -106,7 +109,9 @@ bool CNameFilter::IsFree(FolderIndex folder, int descriptor, std::string_view na
   if (folder != folder_) return isOtherFree_ && IsOther(folder, name);
   if (!isListed_) {
     if (++lookups_ % kLookupsBeforeListing != 0) return false;
-    isListed_ = ListNames(descriptor);
+    ItemStatus status;
+    isListed_ = Tree().Look(descriptor, "", &status) == 0 &&
+                status.size <= lookups_ * kBytesForLookup && ListNames(descriptor);
     if (!isListed_) return false;
   }
   return !names_.Contains(HashOf(name));

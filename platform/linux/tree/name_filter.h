@@ -2,13 +2,13 @@
 /// the disk.
 ///
 /// Flattening looks up a name in the same folder for every file, and nearly all of them are free.
-/// After some dozen lookups in one folder it is listed once and its names are kept as 32-bit
-/// hashes; names that the program itself puts there or takes away are noted. What is not among them
-/// is free, unless another program has put it there since, or another name has the same hash: a
-/// move to such a name fails, as it never replaces anything, and the name is noted then. What is
-/// among them is looked up on disk. Of any other folder the one name is known that was found free
-/// last: a file whose name is taken passes through a name that is free, the same for every file of
-/// its folder. All is forgotten when another step of the work begins.
+/// After some dozen lookups in one folder, more if it is large, it is listed once and its names are
+/// kept as 32-bit hashes; names that the program itself puts there or takes away are noted. What is
+/// not among them is free, unless another program has put it there since, or another name has the
+/// same hash: a move to such a name fails, as it never replaces anything, and the name is noted
+/// then. What is among them is looked up on disk. Of any other folder the one name is known that
+/// was found free last: a file whose name is taken passes through a name that is free, the same for
+/// every file of its folder. All is forgotten when another step of the work begins.
 #pragma once
 
 #include <cstdint>
@@ -63,7 +63,7 @@ class CNameFilter {
   bool IsOther(FolderIndex folder, std::string_view name) const;
 
   FolderIndex folder_ = 0;  ///< 0: none has been looked into
-  int lookups_ = 0;
+  std::uint64_t lookups_ = 0;
   bool isListed_ = false;
   CHashSet names_;
 

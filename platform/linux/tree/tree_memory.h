@@ -12,8 +12,9 @@
 /// a name are numbered, what volumes can do, which folders the scan has read | when the next run
 /// begins | | the folders worked in, and their names | when the run is over |
 ///
-/// A step begins each time that a folder is opened to go through its items. Nothing remembered ever
-/// decides what is deleted.
+/// A folder is listed to tell what it is, and the walk that enters it right after takes that
+/// listing: on any volume, as nothing of it is older than the walk. A step begins each time that a
+/// folder is opened to go through its items. Nothing remembered ever decides what is deleted.
 #pragma once
 
 #include <map>
