@@ -10,8 +10,6 @@ namespace {
 
 constexpr std::int16_t kHiliteInset = 2;
 
-DragTrackingHandlerUPP trackingHandler = nullptr;
-DragReceiveHandlerUPP receiveHandler = nullptr;
 /// Decided when a drag arrives, used while it moves over the window.
 bool DragIsAcceptable = false;
 
@@ -24,7 +22,7 @@ bool HasFileFlavor(DragRef drag, std::uint16_t index, DragItemRef *item) {
 
 OSErr GetFileFlavor(DragRef drag, DragItemRef item, HFSFlavor *flavor) {
   std::size_t size = sizeof *flavor;
-  return GetFlavorData(drag, item, flavorTypeHFS, flavor, &size, 0);
+  return GetFlavorData(drag, item, flavorTypeHFS, flavor, &size);
 }
 
 bool IsExistingFileItem(DragRef drag, std::uint16_t index) {
@@ -36,21 +34,14 @@ bool IsExistingFileItem(DragRef drag, std::uint16_t index) {
 }
 
 void ShowHilite(WindowRef window, DragRef drag) {
-  CGrafPtr savedPort = nullptr;
-  GetPort(&savedPort);
-  SetPortWindowPort(window);
   Rect content{};
   (void)GetWindowBounds(window, kWindowContentRgn, &content);
-  Point topLeft{content.top, content.left};
-  Point bottomRight{content.bottom, content.right};
-  GlobalToLocal(&topLeft);
-  GlobalToLocal(&bottomRight);
-  Rect frame{topLeft.v, topLeft.h, bottomRight.v, bottomRight.h};
-  InsetRect(&frame, kHiliteInset, kHiliteInset);
-  const std::unique_ptr<Region> region = NewRgn();
-  RectRgn(region.get(), frame);
-  (void)ShowDragHilite(drag, region.get(), true);
-  SetPort(savedPort);
+  // In the window's own coordinates its content begins at 0, 0.
+  const auto height = content.bottom - content.top;
+  const auto width = content.right - content.left;
+  (void)ShowDragHilite(
+      drag, {kHiliteInset, kHiliteInset, static_cast<std::int16_t>(height - kHiliteInset),
+             static_cast<std::int16_t>(width - kHiliteInset)});
 }
 
 OSErr PutAliasOf(const FSSpec &spec, AliasHandle &alias, AEDescList *list) {
@@ -65,18 +56,16 @@ OSErr PutAliasOf(const FSSpec &spec, AliasHandle &alias, AEDescList *list) {
 }  // namespace
 
 OSErr InstallDropTarget(WindowRef window) {
-  if (trackingHandler == nullptr) trackingHandler = NewDragTrackingHandlerUPP(DragTrackingHandler);
-  if (receiveHandler == nullptr) receiveHandler = NewDragReceiveHandlerUPP(DragReceiveHandler);
-  OSErr error = InstallTrackingHandler(trackingHandler, window, nullptr);
+  OSErr error = InstallTrackingHandler(DragTrackingHandler, window, nullptr);
   if (error != noErr) return error;
-  error = InstallReceiveHandler(receiveHandler, window, nullptr);
-  if (error != noErr) (void)RemoveTrackingHandler(trackingHandler, window);
+  error = InstallReceiveHandler(DragReceiveHandler, window, nullptr);
+  if (error != noErr) (void)RemoveTrackingHandler(DragTrackingHandler, window);
   return error;
 }
 
 void RemoveDropTarget(WindowRef window) {
-  (void)RemoveReceiveHandler(receiveHandler, window);
-  (void)RemoveTrackingHandler(trackingHandler, window);
+  (void)RemoveReceiveHandler(DragReceiveHandler, window);
+  (void)RemoveTrackingHandler(DragTrackingHandler, window);
 }
 
 OSErr DragTrackingHandler(DragTrackingMessage message, WindowRef window, void * /*refCon*/,

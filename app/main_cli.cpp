@@ -4,7 +4,7 @@
 #include "app/cli/json_report.h"
 #include "app/cli/line_report.h"
 #include "app/display/run_display.h"
-#include "app/start_up.h"
+#include "app/start_up_cli.h"
 #include "platform/journal.h"
 #include "platform/terminal/terminal.h"
 
@@ -45,8 +45,7 @@ void Flatten(const CommandLine &commandLine) {
   WatchRunsForExitStatus();
   const auto unusable = TakeOperands(commandLine.folders, commandLine.isForced);
   for (const auto &[operand, reason] : unusable) AddUnusableToJsonReport(operand, reason);
-  // The status of start-up tells of a missing menu at most, which a terminal never has.
-  if (unusable.size() < commandLine.folders.size()) (void)RunVannerly();
+  if (unusable.size() < commandLine.folders.size()) RunOnTerminal();
   // There has been no run to end when nothing could be used, or when it was called off.
   PrintJsonReport();
 }

@@ -10,8 +10,8 @@
 #include <fstream>
 #include <string>
 
-#include "app/start_up.h"
 #include "app/display/status_display.h"
+#include "app/start_up_cli.h"
 #include "engine/folder_walk.h"
 #include "engine/move_name.h"
 #include "fsutil/move_item.h"
@@ -145,8 +145,7 @@ int main(int argumentCount, char **arguments) {
   // The window of a program that was given no folder; its event loop returns at once.
   StartTerminal(true);
   (void)std::signal(SIGINT, SIG_DFL);
-  // The status tells of a missing menu, which a terminal never has.
-  (void)RunVannerly();
+  RunOnTerminal();
   benchmark::RunSpecifiedBenchmarks();
   place = nullptr;
 }

@@ -18,8 +18,6 @@ quietly() {
   return "$status"
 }
 
-has_desktop() { [[ -e $root/platform/desktop/CMakeLists.txt ]]; }
-
 is_installed() { [[ $(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]; }
 
 # install_missing KIND...: installs what cmake/packages.txt lists for these kinds.
@@ -52,12 +50,10 @@ install_missing() {
 
 # build PRESET: configures and builds what has changed.
 build() {
-  local desktop=OFF
-  has_desktop && desktop=ON
   say "Building ($1)"
   (
     cd "$root" || exit
-    quietly cmake --preset "$1" "-DVANNERLY_DESKTOP=$desktop" || exit
+    quietly cmake --preset "$1" || exit
     quietly cmake --build --preset "$1"
   )
 }

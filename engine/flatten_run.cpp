@@ -207,8 +207,8 @@ void FlattenTimerProc(EventLoopTimerRef /*timer*/, void * /*userData*/) {
   if (AECountItems(DroppedItemList, &count) != noErr) return;
   for (std::int32_t index = 1; index <= count; ++index) {
     // Read from the list as it is now: a drop during the run has replaced it.
-    if (AEGetNthPtr(DroppedItemList, index, typeFSRef, nullptr, nullptr, &FlattenRun.droppedFolder,
-                    sizeof(FSRef), nullptr) != noErr) {
+    if (AEGetNthPtr(DroppedItemList, index, typeFSRef, &FlattenRun.droppedFolder, sizeof(FSRef)) !=
+        noErr) {
       continue;
     }
     BeginFolderReport(FlattenRun.droppedFolder);

@@ -17,8 +17,6 @@ inline constexpr DescType typeAEList = FourChars("list");
 inline constexpr DescType typeAppleEvent = FourChars("aevt");
 inline constexpr DescType typeAlias = FourChars("alis");
 inline constexpr DescType typeFSRef = FourChars("fsrf");
-inline constexpr DescType typeUnicodeText = FourChars("utxt");
-inline constexpr DescType typeText = FourChars("TEXT");
 inline constexpr DescType typeProcessSerialNumber = FourChars("psn ");
 inline constexpr AEKeyword keyDirectObject = FourChars("----");
 inline constexpr AEEventClass kCoreEventClass = FourChars("aevt");
@@ -52,12 +50,11 @@ OSErr AEPutPtr(AEDescList *list, std::int32_t index, DescType type, const void *
 /// The number of items. errAECoercionFail for what is not a list.
 OSErr AECountItems(const AEDescList &list, std::int32_t *count);
 
-/// Reads the item at a 1-based index as `desiredType` into `size` bytes and says how many it has.
+/// Reads the item at a 1-based index as `desiredType` into `size` bytes.
 /// An alias is resolved when typeFSRef is desired. errAEDescNotFound when there is no such item,
 /// errAECoercionFail when it cannot be had in that type or does not fit.
-OSErr AEGetNthPtr(const AEDescList &list, std::int32_t index, DescType desiredType,
-                  AEKeyword *keyword, DescType *actualType, void *data, std::size_t size,
-                  std::size_t *actualSize);
+OSErr AEGetNthPtr(const AEDescList &list, std::int32_t index, DescType desiredType, void *data,
+                  std::size_t size);
 
 inline constexpr std::int16_t kAutoGenerateReturnID = -1;
 inline constexpr std::int32_t kAnyTransactionID = 0;

@@ -34,26 +34,21 @@ static_assert(sizeof(HFSFlavor) == 80);
 using DragTrackingHandlerProc = OSErr (*)(DragTrackingMessage message, WindowRef window,
                                           void *refCon, DragRef drag);
 using DragReceiveHandlerProc = OSErr (*)(WindowRef window, void *refCon, DragRef drag);
-using DragTrackingHandlerUPP = DragTrackingHandlerProc;
-using DragReceiveHandlerUPP = DragReceiveHandlerProc;
 
-DragTrackingHandlerUPP NewDragTrackingHandlerUPP(DragTrackingHandlerProc procedure);
-DragReceiveHandlerUPP NewDragReceiveHandlerUPP(DragReceiveHandlerProc procedure);
-
-OSErr InstallTrackingHandler(DragTrackingHandlerUPP handler, WindowRef window, void *refCon);
-OSErr InstallReceiveHandler(DragReceiveHandlerUPP handler, WindowRef window, void *refCon);
-OSErr RemoveTrackingHandler(DragTrackingHandlerUPP handler, WindowRef window);
-OSErr RemoveReceiveHandler(DragReceiveHandlerUPP handler, WindowRef window);
+OSErr InstallTrackingHandler(DragTrackingHandlerProc handler, WindowRef window, void *refCon);
+OSErr InstallReceiveHandler(DragReceiveHandlerProc handler, WindowRef window, void *refCon);
+OSErr RemoveTrackingHandler(DragTrackingHandlerProc handler, WindowRef window);
+OSErr RemoveReceiveHandler(DragReceiveHandlerProc handler, WindowRef window);
 
 OSErr CountDragItems(DragRef drag, std::uint16_t *count);
 /// The reference of the item at a 1-based index.
 OSErr GetDragItemReferenceNumber(DragRef drag, std::uint16_t index, DragItemRef *item);
 /// badDragFlavorErr when the item does not come in that flavor.
 OSErr GetFlavorFlags(DragRef drag, DragItemRef item, FlavorType type, FlavorFlags *flags);
-/// Copies at most `*size` bytes from `offset` on and sets `*size` to the number copied.
-OSErr GetFlavorData(DragRef drag, DragItemRef item, FlavorType type, void *data, std::size_t *size,
-                    std::size_t offset);
+/// Copies at most `*size` bytes and sets `*size` to the number copied.
+OSErr GetFlavorData(DragRef drag, DragItemRef item, FlavorType type, void *data, std::size_t *size);
 
-/// Draws a frame along the region's edge, inside it or around it, until it is hidden.
-OSErr ShowDragHilite(DragRef drag, RgnHandle region, bool inside);
+/// Draws a frame just inside the edge of an area of the window, in the window's own coordinates,
+/// until it is hidden.
+OSErr ShowDragHilite(DragRef drag, const Rect &area);
 OSErr HideDragHilite(DragRef drag);

@@ -6,7 +6,6 @@
 /// work in hand has returned to the event loop, and so does an open-documents event.
 #pragma once
 
-#include "platform/graphics.h"
 #include "platform/types.h"
 
 using EventTargetRef = struct OpaqueEventTarget *;
@@ -81,6 +80,7 @@ using EventMask = std::uint16_t;
 struct EventRecord {
   std::uint16_t what;
 };
+using RgnHandle = struct OpaqueRegion *;
 
 /// With an empty mask this is the yield: what is due is drawn, and commands and drags that have
 /// arrived are delivered. A text that begins a phase is always due. No event is taken, so it

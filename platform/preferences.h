@@ -15,7 +15,6 @@
 #include <string>
 #include <string_view>
 #include <variant>
-#include <vector>
 
 /// A stored value; `std::monostate` stands for a value of a type that no preference has.
 using CFPreferenceValue = std::variant<std::monostate, bool, std::int64_t, std::string>;

@@ -10,12 +10,18 @@
 
 #include "platform/events.h"
 #include "platform/file_manager.h"
-#include "platform/graphics.h"
 #include "platform/types.h"
 
 using IBNibRef = struct OpaqueNib *;
 using WindowRef = struct OpaqueWindow *;
-using CGrafPtr = struct OpaquePort *;
+
+/// In pixels.
+struct Rect {
+  std::int16_t top;
+  std::int16_t left;
+  std::int16_t bottom;
+  std::int16_t right;
+};
 
 /// Opens the interface file of that name. kIBCarbonRuntimeCantFindNibFile when there is none.
 OSStatus CreateNibReference(std::string_view name, IBNibRef *nib);
@@ -54,12 +60,8 @@ inline constexpr std::uint16_t kWindowContentRgn = 33;
 /// The bounds of a region of the window, in the coordinates of the screen.
 OSStatus GetWindowBounds(WindowRef window, std::uint16_t regionCode, Rect *bounds);
 
-/// The port is the window that drawing and local coordinates refer to.
-void GetPort(CGrafPtr *port);
-void SetPort(CGrafPtr port);
-void SetPortWindowPort(WindowRef window);
-/// Converts from coordinates of the screen to those of the port.
-void GlobalToLocal(Point *point);
+/// Makes the window the one that is drawn to. Nothing to do: every window draws itself.
+inline void SetPortWindowPort(WindowRef /*window*/) {}
 
 /// Shows a window as a sheet of `parent`; commands of both go on being delivered.
 OSStatus ShowSheetWindow(WindowRef sheet, WindowRef parent);

@@ -92,8 +92,10 @@ constexpr BooleanOption kBooleanOptions[] = {
     {"--aggregate-files-when-done,!--no-aggregate-files-when-done", kAggregateFilesWhenDone},
 };
 
-CLI::Option *AddFlag(CLI::App *parser, const char *names) {
-  return parser->add_flag(names)
+/// `value`, where it is given, is true when the flag is there.
+template <typename... Value>
+CLI::Option *AddFlag(CLI::App *parser, const char *names, Value &...value) {
+  return parser->add_flag(names, value...)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
       ->disable_flag_override();
 }
@@ -119,11 +121,11 @@ std::variant<CommandLine, RequestedText, UsageProblem> ParseCommandLine(
   std::vector<std::pair<const CLI::Option *, PreferenceKey>> booleans;
   for (const auto &[names, key] : kBooleanOptions)
     booleans.emplace_back(AddFlag(&parser, names), key);
-  const CLI::Option *const preferences = AddFlag(&parser, "--preferences");
-  const CLI::Option *const quiet = AddFlag(&parser, "--quiet");
-  const CLI::Option *const verbose = AddFlag(&parser, "--verbose");
-  const CLI::Option *const json = AddFlag(&parser, "--json");
-  const CLI::Option *const force = AddFlag(&parser, "--force");
+  AddFlag(&parser, "--preferences", commandLine.showsPreferences);
+  AddFlag(&parser, "--quiet", commandLine.isQuiet);
+  AddFlag(&parser, "--verbose", commandLine.isVerbose);
+  AddFlag(&parser, "--json", commandLine.isJson);
+  AddFlag(&parser, "--force", commandLine.isForced);
 
   try {
     std::ranges::reverse(split.options);  // The library takes them from the end.
@@ -155,11 +157,6 @@ std::variant<CommandLine, RequestedText, UsageProblem> ParseCommandLine(
     if (!assignment) return UsageProblem{"--set: " + problem};
     commandLine.toStore.push_back(*assignment);
   }
-  commandLine.showsPreferences = preferences->count() > 0;
-  commandLine.isQuiet = quiet->count() > 0;
-  commandLine.isVerbose = verbose->count() > 0;
-  commandLine.isJson = json->count() > 0;
-  commandLine.isForced = force->count() > 0;
 
   const bool hasFolders = !commandLine.folders.empty();
   if (commandLine.showsPreferences && hasFolders)

@@ -1,6 +1,7 @@
 #include "app/cli/exit_status.h"
 
 #include "app/cli/report_words.h"
+#include "platform/linux/tree/item_location.h"
 #include "platform/terminal/terminal.h"
 
 namespace {
@@ -17,7 +18,7 @@ class CExitStatus final : public CRunObserver {
  private:
   void TellThatItIsNone() const noexcept {
     try {
-      ReportUnusable(ItemPath(folder_), "it is no folder any more");
+      ReportUnusable(PathOnDisk(folder_), "it is no folder any more");
     } catch (...) {
       NoteAnythingLeft();  // There is not even memory for the line.
     }

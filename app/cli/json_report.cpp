@@ -10,6 +10,7 @@
 
 #include "app/cli/json_writer.h"
 #include "app/cli/report_words.h"
+#include "platform/linux/tree/item_location.h"
 #include "platform/strings.h"
 #include "platform/terminal/terminal.h"
 
@@ -68,14 +69,9 @@ struct KeptFolder {
   std::size_t end;  ///< the place behind its last note
 };
 
-struct UnusableFolder {
-  std::string folder;
-  std::string reason;
-};
-
 Json Describe(const KeptNote &note, const FSRef *nowItem) {
   Json item;
-  const std::string path = ItemPath(note.item);
+  const std::string path = PathOnDisk(note.item);
   SetText(item, "path", path);
   if (note.event == RunEvent::kCollated) item["items"] = note.count;
   if (note.error != noErr) {
@@ -85,7 +81,7 @@ Json Describe(const KeptNote &note, const FSRef *nowItem) {
     item["error"] = words.name;
   }
   if (nowItem == nullptr) return item;
-  const std::string now = ItemPath(*nowItem);
+  const std::string now = PathOnDisk(*nowItem);
   if (note.event == RunEvent::kRenamed) {
     SetText(item, "newName", now.substr(now.rfind('/') + 1));
   } else if (now != path) {
@@ -118,7 +114,7 @@ class CJsonReport final : public CRunObserver {
   void EndFolder(const FolderReport &report) noexcept override {
     TakeDown([&] {
       if (report.outcome == RunOutcome::kInUse) {
-        errors_.push_back({ItemPath(folder_), report.reason});
+        errors_.push_back({PathOnDisk(folder_), report.reason});
       } else {
         folders_.push_back({folder_, report, notes_.size()});
       }
@@ -184,7 +180,7 @@ class CJsonReport final : public CRunObserver {
 
   void WriteFolder(CJsonWriter &writer, const KeptFolder &folder, std::size_t firstNote) const {
     Json head;
-    SetText(head, "path", ItemPath(folder.folder));
+    SetText(head, "path", PathOnDisk(folder.folder));
     head["ended"] = WordsOf(folder.report.outcome);
     head["seconds"] = folder.report.seconds;
     Json &counts = head["counts"];
@@ -215,7 +211,7 @@ class CJsonReport final : public CRunObserver {
   std::deque<KeptNote> notes_;
   std::deque<FSRef> nowItems_;
   std::deque<KeptFolder> folders_;
-  std::vector<UnusableFolder> errors_;
+  std::vector<UnusableOperand> errors_;
   bool isComplete_ = true;
   bool isPrinted_ = false;
 };

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "app/cli/report_words.h"
+#include "platform/linux/tree/item_location.h"
 #include "platform/terminal/terminal.h"
 
 namespace {
@@ -21,13 +22,13 @@ std::string Reason(OSErr error) {
 std::string TextFor(std::string_view place, const RunNote &note, const std::string &path) {
   if (place == "reason") return Reason(note.error);
   if (place == "count") return std::to_string(note.count);
-  const std::string now = note.now != nullptr ? ItemPath(*note.now) : path;
+  const std::string now = note.now != nullptr ? PathOnDisk(*note.now) : path;
   if (place == "name") return now.substr(now.rfind('/') + 1);
   return now != path ? "; its name is now " + now : "";
 }
 
 std::string LineOf(const RunNote &note) {
-  const std::string path = ItemPath(note.item);
+  const std::string path = PathOnDisk(note.item);
   std::string line = path + ": ";
   std::string_view rest = kEventWords[static_cast<std::size_t>(note.event)].line;
   while (!rest.empty()) {
@@ -89,7 +90,7 @@ class CLineReport final : public CRunObserver {
     const bool isTold =
         report.outcome == RunOutcome::kInUse || report.outcome == RunOutcome::kNotAFolder;
     if (!isVerbose_ || isTold) return;
-    Print([&] { return SummaryOf(ItemPath(folder_), report); });
+    Print([&] { return SummaryOf(PathOnDisk(folder_), report); });
   }
 
   void EndRun() noexcept override {

@@ -31,26 +31,7 @@ constexpr KnownResult kKnownResults[] = {
       "it is not, or was not all the time, the folder that was looked through"}},
 };
 
-// Most paths fit the first time; no file system has one that does not fit the last.
-constexpr std::size_t kFirstPathSize = 4096;
-constexpr std::size_t kLastPathSize = std::size_t{64} << 20;
-
 }  // namespace
-
-std::string ItemPath(const FSRef &item) {
-  std::string path;
-  for (std::size_t size = kFirstPathSize; size <= kLastPathSize; size *= 8) {
-    path.resize(size);
-    const OSStatus status = FSRefMakePath(item, path.data(), static_cast<std::uint32_t>(size));
-    if (status == noErr) {
-      path.resize(path.find('\0'));
-      path.shrink_to_fit();
-      return path;
-    }
-    if (status != bdNamErr) break;
-  }
-  return {};
-}
 
 ResultWords WordsOf(OSErr error) {
   const auto *const known = std::ranges::find(kKnownResults, error, &KnownResult::error);

@@ -1,13 +1,9 @@
-/// What both reports of the terminal program call items, results and ends.
+/// What both reports of the terminal program call results, events and ends.
 #pragma once
 
 #include <array>
-#include <string>
 
 #include "engine/run_observers.h"
-
-/// The item's absolute path as bytes on disk, however long it is; empty for a reference to nothing.
-std::string ItemPath(const FSRef &item);
 
 /// A result code as the sources call it, and in words.
 struct ResultWords {

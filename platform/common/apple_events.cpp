@@ -73,9 +73,8 @@ OSErr AECountItems(const AEDescList &list, std::int32_t *count) {
   return noErr;
 }
 
-OSErr AEGetNthPtr(const AEDescList &list, std::int32_t index, DescType desiredType,
-                  AEKeyword *keyword, DescType *actualType, void *data, std::size_t size,
-                  std::size_t *actualSize) {
+OSErr AEGetNthPtr(const AEDescList &list, std::int32_t index, DescType desiredType, void *data,
+                  std::size_t size) {
   if (list.descriptorType != typeAEList) return errAECoercionFail;
   if (index < 1 || static_cast<std::size_t>(index) > list.items.size()) return errAEDescNotFound;
   AEDesc item;
@@ -84,9 +83,6 @@ OSErr AEGetNthPtr(const AEDescList &list, std::int32_t index, DescType desiredTy
     return error;
   if (item.data.size() > size) return errAECoercionFail;
   if (!item.data.empty()) std::memcpy(data, item.data.data(), item.data.size());
-  if (keyword != nullptr) *keyword = FourChars("****");  // The items of a list have no keyword.
-  if (actualType != nullptr) *actualType = item.descriptorType;
-  if (actualSize != nullptr) *actualSize = item.data.size();
   return noErr;
 }
 

@@ -5,7 +5,6 @@
 
 #include "platform/apple_events.h"
 #include "platform/common/carbon_event.h"
-#include "platform/processes.h"
 
 namespace {
 
@@ -33,17 +32,6 @@ OSStatus SendToTarget(EventTargetRef target, EventRef event) {
     if (status != eventNotHandledErr) return status;
   }
   return eventNotHandledErr;
-}
-
-CarbonEvent MakeCommandEvent(OSType commandID) {
-  HICommand command{};
-  command.commandID = commandID;
-  CarbonEvent event{kEventClassCommand, kEventCommandProcess, {}};
-  CarbonEvent::Parameter &parameter = event.parameters[kEventParamDirectObject];
-  parameter.type = typeHICommand;
-  parameter.data.resize(sizeof command);
-  std::memcpy(parameter.data.data(), &command, sizeof command);
-  return event;
 }
 
 }  // namespace
@@ -77,16 +65,16 @@ std::uint32_t GetEventKind(EventRef event) {
 }
 
 OSStatus GetEventParameter(EventRef event, OSType name, OSType type, std::size_t size, void *data) {
-  const auto found = event->parameters.find(name);
-  if (found == event->parameters.end()) return eventParameterNotFoundErr;
-  const CarbonEvent::Parameter &parameter = found->second;
-  if (parameter.type != type || parameter.data.size() != size) return eventParameterNotFoundErr;
-  std::memcpy(data, parameter.data.data(), size);
+  if (!event->command || name != kEventParamDirectObject || type != typeHICommand ||
+      size != sizeof *event->command)
+    return eventParameterNotFoundErr;
+  std::memcpy(data, &*event->command, size);
   return noErr;
 }
 
 OSStatus SendCommand(EventTargetRef target, OSType commandID) {
-  const CarbonEvent event = MakeCommandEvent(commandID);
+  CarbonEvent event;
+  event.command = HICommand{0, commandID, 0, 0};
   const EventTargetRef application = GetApplicationEventTarget();
   OSStatus status = eventNotHandledErr;
   if (target != nullptr && target != application) status = SendToTarget(target, &event);
@@ -99,25 +87,13 @@ OSStatus SendCommand(EventTargetRef target, OSType commandID) {
 }
 
 OSErr SendOpenDocuments(const std::vector<FSRef> &items) {
-  AEDescList list;
-  OSErr error = AECreateList(nullptr, 0, false, &list);
-  for (const FSRef &item : items) {
-    if (error != noErr) return error;
-    error = AEPutPtr(&list, 0, typeFSRef, &item, sizeof item);
-  }
-  if (error != noErr) return error;
-
-  const ProcessSerialNumber self{0, kCurrentProcess};
-  AEAddressDesc target;
   AppleEvent event;
-  error = AECreateDesc(typeProcessSerialNumber, &self, sizeof self, &target);
-  if (error == noErr) {
-    error = AECreateAppleEvent(kCoreEventClass, kAEOpenDocuments, target, kAutoGenerateReturnID,
-                               kAnyTransactionID, &event);
-  }
-  if (error == noErr) error = AEPutParamDesc(&event, keyDirectObject, list);
+  event.descriptorType = typeAppleEvent;
+  event.eventClass = kCoreEventClass;
+  event.eventID = kAEOpenDocuments;
+  AEDescList &list = event.parameters[keyDirectObject];
+  list.descriptorType = typeAEList;
+  for (const FSRef &item : items) (void)AEPutPtr(&list, 0, typeFSRef, &item, sizeof item);
   AppleEvent reply;
-  if (error == noErr)
-    error = AESend(event, &reply, kAENoReply, kAENormalPriority, kAEDefaultTimeout);
-  return error;
+  return AESend(event, &reply, kAENoReply, kAENormalPriority, kAEDefaultTimeout);
 }

@@ -47,8 +47,7 @@ std::int32_t CountFolders(const AppleEvent &event) {
   for (std::int32_t index = 1; index <= count; ++index) {
     FSRef item;
     FSCatalogInfo info;
-    if (AEGetNthPtr(items, index, typeFSRef, nullptr, nullptr, &item, sizeof item, nullptr) ==
-            noErr &&
+    if (AEGetNthPtr(items, index, typeFSRef, &item, sizeof item) == noErr &&
         FSGetCatalogInfo(item, kFSCatInfoNodeFlags, &info, nullptr, nullptr, nullptr) == noErr &&
         (info.nodeFlags & kFSNodeIsDirectoryMask) != 0) {
       ++folders;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <map>
-#include <utility>
 
 #include "platform/common/event_queue.h"
 #include "platform/events.h"

@@ -127,15 +127,6 @@ Operands AdmitOperands(const std::vector<std::string> &texts) {
   return operands;
 }
 
-void OpenWhenLoopRuns(const std::vector<FSRef> &folders) {
-  if (folders.empty()) return;
-  QTimer::singleShot(0, qApp, [folders] { (void)SendOpenDocuments(folders); });
-}
-
-void ShowPreferencesWhenLoopRuns() {
-  QTimer::singleShot(0, qApp, [] { GiveCommand(nullptr, kHICommandPreferences); });
-}
-
 }  // namespace
 
 std::optional<int> OpenDesktop(int argc, char **argv) {
@@ -161,8 +152,11 @@ std::optional<int> OpenDesktop(int argc, char **argv) {
   new ColorScheme(qApp);  // Belongs to the application.
   PreferencesSetProblemHandler(TellProblem);
   JournalSetLineHandler(TellProblem);
-  OpenWhenLoopRuns(operands.folders);
-  if (commandLine.wantsPreferences) ShowPreferencesWhenLoopRuns();
+  // What was asked for is done as soon as the event loop runs.
+  QTimer::singleShot(0, qApp, [folders = operands.folders, commandLine] {
+    if (!folders.empty()) (void)SendOpenDocuments(folders);
+    if (commandLine.wantsPreferences) GiveCommand(nullptr, kHICommandPreferences);
+  });
   return std::nullopt;
 }
 

@@ -6,7 +6,6 @@
 #include <QApplication>
 #include <QSocketNotifier>
 #include <cerrno>
-#include <csignal>
 #include <cstdint>
 
 #include "platform/desktop/windows/ending_question.h"
@@ -17,7 +16,6 @@ namespace {
 int wakeUp = -1;
 
 void NoteSignal(int) {
-  NoteEnding();
   const int savedError = errno;
   const std::uint64_t one = 1;
   (void)!write(wakeUp, &one, sizeof one);
@@ -39,12 +37,5 @@ void CatchQuitSignals() {
     EndWithoutAsking();
   });
 
-  struct sigaction action {};
-  action.sa_handler = NoteSignal;
-  action.sa_flags = SA_RESTART;
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    struct sigaction before;
-    if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN)
-      (void)sigaction(signal, &action, nullptr);
-  }
+  CatchEndingSignals(NoteSignal);
 }

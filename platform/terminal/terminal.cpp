@@ -2,16 +2,14 @@
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
-#include "platform/icons.h"
 #include "platform/journal.h"
 #include "platform/linux/files/admission.h"
 #include "platform/linux/system/descriptor.h"
-#include "platform/linux/tree/item_location.h"
 #include "platform/linux/system/standard_streams.h"
+#include "platform/linux/tree/item_location.h"
 #include "platform/preferences.h"
 #include "platform/processes.h"
 #include "platform/terminal/event_loop.h"
@@ -95,18 +93,6 @@ void ExitToShell() {
   std::_Exit(TerminalExitStatus());
 }
 
-OSStatus RegisterIconRefFromFSRef(OSType, OSType, const FSRef &, IconRef *) {
-  return paramErr;  // A terminal shows no icon.
-}
-
 void NSBeep() {
   BeepOnTerminal();
-}
-
-void SysBeep(std::int16_t) {
-  BeepOnTerminal();
-}
-
-bool NSWorkspace::openURL(const std::string &) {
-  return false;
 }

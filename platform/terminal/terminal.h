@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/windows.h"
+
 /// Exit statuses; beside them there is 128 and its number for a signal that has stopped or ended
 /// the run.
 inline constexpr int kUnusable = 1;  ///< a folder, a preference or standard output
@@ -15,6 +17,9 @@ inline constexpr int kSomethingLeft = 3;  ///< in place, or otherwise not as it 
 ///
 /// `isQuiet` keeps the status of runs off standard error; problems are still reported there.
 void StartTerminal(bool isQuiet);
+
+/// What stands for the main window, with its six controls.
+WindowRef TerminalWindow();
 
 /// Finds the folders that the user named, resolving links, and keeps them for the event loop, which
 /// opens all in one event. Each that is missing, is not a folder or is refused is reported, and the

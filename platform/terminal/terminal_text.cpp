@@ -4,23 +4,10 @@
 #include <cwchar>
 
 #include "platform/linux/system/disk_names.h"
+#include "platform/linux/system/shown_text.h"
 #include "platform/linux/system/unicode_locale.h"
 
 namespace {
-
-bool IsHighSurrogate(char16_t unit) {
-  return unit >= 0xD800 && unit < 0xDC00;
-}
-
-bool IsLowSurrogate(char16_t unit) {
-  return unit >= 0xDC00 && unit < 0xE000;
-}
-
-/// Control characters, line separators, and the marks that reorder what follows them.
-bool IsObeyed(char16_t unit) {
-  return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || (unit >= 0x2028 && unit <= 0x202E) ||
-         (unit >= 0x2066 && unit <= 0x2069) || unit == 0x200E || unit == 0x200F || unit == 0x061C;
-}
 
 /// How many columns characters take up: two for the wide ones of East Asia, none for accents that
 /// follow their letter. The C library answers that for the locale in force.
@@ -47,21 +34,8 @@ class CCharacterWidths {
 }  // namespace
 
 std::string TerminalText(std::u16string_view text) {
-  std::u16string harmless;
-  harmless.reserve(text.size());
-  for (std::size_t index = 0; index < text.size(); ++index) {
-    const char16_t unit = text[index];
-    if (IsHighSurrogate(unit) && index + 1 < text.size() && IsLowSurrogate(text[index + 1])) {
-      harmless += unit;
-      harmless += text[++index];
-    } else if (IsHighSurrogate(unit) || IsLowSurrogate(unit) || IsObeyed(unit)) {
-      harmless += u'?';
-    } else {
-      harmless += unit;
-    }
-  }
   std::string bytes;
-  (void)TextToDisk(harmless, &bytes);  // Nothing is left in it that could fail.
+  (void)TextToDisk(ShownText(text, u'?', u'?'), &bytes);  // Nothing is left that could fail.
   return bytes;
 }
 

@@ -27,7 +27,7 @@ class DropTarget : public CProgramTest {
   /// An item of a drag, by its path; "text" has no flavor of the file system, "gone" no item, and
   /// the data of "unreadable" cannot be had.
   RecordedDragItem Item(std::string_view name) const {
-    if (name == "text") return {{typeText, {'x'}}};
+    if (name == "text") return {{FourChars("TEXT"), {'x'}}};
     if (name == "unreadable") return {{flavorTypeHFS, {}}};
     HFSFlavor flavor{};
     if (name != "gone") {

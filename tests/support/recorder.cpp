@@ -29,8 +29,8 @@ constexpr std::string_view kMainWindow = "MainWindow";
 struct Built {
   OpaqueNib nib;
   std::map<std::string, std::unique_ptr<OpaqueWindow>, std::less<>> windows;
-  DragTrackingHandlerUPP trackingHandler = nullptr;
-  DragReceiveHandlerUPP receiveHandler = nullptr;
+  DragTrackingHandlerProc trackingHandler = nullptr;
+  DragReceiveHandlerProc receiveHandler = nullptr;
   WindowRef dragWindow = nullptr;
   void *dragRefCon = nullptr;
   bool quit = false;
@@ -184,11 +184,6 @@ OSStatus GetWindowBounds(WindowRef, std::uint16_t, Rect *) {
   return noErr;
 }
 
-void GetPort(CGrafPtr *) {}
-void SetPort(CGrafPtr) {}
-void SetPortWindowPort(WindowRef) {}
-void GlobalToLocal(Point *) {}
-
 OSStatus ShowSheetWindow(WindowRef sheet, WindowRef parent) {
   if (parent == nullptr) return paramErr;
   return RecordWindowCall("ShowSheetWindow", sheet);
@@ -260,25 +255,25 @@ void Draw1Control(ControlRef control) {
 
 // Drags.
 
-OSErr InstallTrackingHandler(DragTrackingHandlerUPP handler, WindowRef window, void *refCon) {
+OSErr InstallTrackingHandler(DragTrackingHandlerProc handler, WindowRef window, void *refCon) {
   Platform().trackingHandler = handler;
   Platform().dragWindow = window;
   Platform().dragRefCon = refCon;
   return noErr;
 }
 
-OSErr InstallReceiveHandler(DragReceiveHandlerUPP handler, WindowRef window, void *refCon) {
+OSErr InstallReceiveHandler(DragReceiveHandlerProc handler, WindowRef window, void *refCon) {
   Platform().receiveHandler = handler;
   Platform().dragWindow = window;
   Platform().dragRefCon = refCon;
   return noErr;
 }
 
-OSErr RemoveTrackingHandler(DragTrackingHandlerUPP, WindowRef) {
+OSErr RemoveTrackingHandler(DragTrackingHandlerProc, WindowRef) {
   return noErr;
 }
 
-OSErr RemoveReceiveHandler(DragReceiveHandlerUPP, WindowRef) {
+OSErr RemoveReceiveHandler(DragReceiveHandlerProc, WindowRef) {
   return noErr;
 }
 
@@ -301,19 +296,18 @@ OSErr GetFlavorFlags(DragRef drag, DragItemRef item, FlavorType type, FlavorFlag
   return noErr;
 }
 
-OSErr GetFlavorData(DragRef drag, DragItemRef item, FlavorType type, void *data, std::size_t *size,
-                    std::size_t offset) {
+OSErr GetFlavorData(DragRef drag, DragItemRef item, FlavorType type, void *data,
+                    std::size_t *size) {
   FlavorFlags flags;
   if (const OSErr error = GetFlavorFlags(drag, item, type, &flags); error != noErr) return error;
   const std::vector<std::uint8_t> &bytes = drag->items[item - 1].at(type);
   if (bytes.empty()) return ioErr;
-  const std::size_t first = std::min(offset, bytes.size());
-  *size = std::min(*size, bytes.size() - first);
-  if (*size > 0) std::memcpy(data, bytes.data() + first, *size);
+  *size = std::min(*size, bytes.size());
+  std::memcpy(data, bytes.data(), *size);
   return noErr;
 }
 
-OSErr ShowDragHilite(DragRef, RgnHandle, bool) {
+OSErr ShowDragHilite(DragRef, const Rect &) {
   return noErr;
 }
 

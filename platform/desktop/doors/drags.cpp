@@ -6,14 +6,14 @@
 #include "platform/desktop/doors/drop_site.h"
 #include "platform/desktop/windows/window.h"
 
-OSErr InstallTrackingHandler(DragTrackingHandlerUPP handler, WindowRef window, void *refCon) {
+OSErr InstallTrackingHandler(DragTrackingHandlerProc handler, WindowRef window, void *refCon) {
   if (window == nullptr || handler == nullptr) return paramErr;
   DropSite::Of(window).tracking = handler;
   DropSite::Of(window).trackingRefCon = refCon;
   return noErr;
 }
 
-OSErr InstallReceiveHandler(DragReceiveHandlerUPP handler, WindowRef window, void *refCon) {
+OSErr InstallReceiveHandler(DragReceiveHandlerProc handler, WindowRef window, void *refCon) {
   if (window == nullptr || handler == nullptr) return paramErr;
   DropSite::Of(window).receive = handler;
   DropSite::Of(window).receiveRefCon = refCon;
@@ -21,13 +21,13 @@ OSErr InstallReceiveHandler(DragReceiveHandlerUPP handler, WindowRef window, voi
   return noErr;
 }
 
-OSErr RemoveTrackingHandler(DragTrackingHandlerUPP handler, WindowRef window) {
+OSErr RemoveTrackingHandler(DragTrackingHandlerProc handler, WindowRef window) {
   if (window == nullptr || DropSite::Of(window).tracking != handler) return paramErr;
   DropSite::Of(window).tracking = nullptr;
   return noErr;
 }
 
-OSErr RemoveReceiveHandler(DragReceiveHandlerUPP handler, WindowRef window) {
+OSErr RemoveReceiveHandler(DragReceiveHandlerProc handler, WindowRef window) {
   if (window == nullptr || DropSite::Of(window).receive != handler) return paramErr;
   DropSite::Of(window).receive = nullptr;
   window->widget->setAcceptDrops(false);
@@ -53,20 +53,18 @@ OSErr GetFlavorFlags(DragRef drag, DragItemRef item, FlavorType type, FlavorFlag
   return noErr;
 }
 
-OSErr GetFlavorData(DragRef drag, DragItemRef item, FlavorType type, void *data, std::size_t *size,
-                    std::size_t offset) {
+OSErr GetFlavorData(DragRef drag, DragItemRef item, FlavorType type, void *data,
+                    std::size_t *size) {
   FlavorFlags flags = 0;
   if (const OSErr error = GetFlavorFlags(drag, item, type, &flags); error != noErr) return error;
-  if (offset > sizeof(HFSFlavor)) return paramErr;
-  *size = std::min(*size, sizeof(HFSFlavor) - offset);
-  const auto *flavor = reinterpret_cast<const std::uint8_t *>(&drag->items[item - 1]);
-  std::memcpy(data, flavor + offset, *size);
+  *size = std::min(*size, sizeof(HFSFlavor));
+  std::memcpy(data, &drag->items[item - 1], *size);
   return noErr;
 }
 
-OSErr ShowDragHilite(DragRef drag, RgnHandle region, bool inside) {
-  if (drag == nullptr || region == nullptr) return paramErr;
-  DropSite::Of(drag->window).ShowFrame(region->bounds, inside);
+OSErr ShowDragHilite(DragRef drag, const Rect &area) {
+  if (drag == nullptr) return paramErr;
+  DropSite::Of(drag->window).ShowFrame(area);
   return noErr;
 }
 

@@ -1,7 +1,7 @@
 #include "platform/desktop/doors/drop_site.h"
 
+#include <QFrame>
 #include <QMimeData>
-#include <QPainter>
 #include <optional>
 #include <utility>
 
@@ -13,27 +13,6 @@ namespace {
 
 constexpr OSType kFolderType = FourChars("fold");
 constexpr OSType kFolderCreator = FourChars("MACS");
-
-/// The frame that says that a drop would be taken. Lies over everything and takes no event.
-class DragFrame final : public QWidget {
- public:
-  explicit DragFrame(QWidget *parent) : QWidget(parent) {
-    setAttribute(Qt::WA_TransparentForMouseEvents);
-    setAttribute(Qt::WA_NoSystemBackground);
-  }
-
- protected:
-  void paintEvent(QPaintEvent *) override {
-    constexpr int kWidth = 3;
-    QPainter painter(this);
-    const QColor color = palette().color(QPalette::Highlight);
-    const QRect whole = rect();
-    painter.fillRect(whole.x(), whole.y(), whole.width(), kWidth, color);
-    painter.fillRect(whole.x(), whole.bottom() + 1 - kWidth, whole.width(), kWidth, color);
-    painter.fillRect(whole.x(), whole.y(), kWidth, whole.height(), color);
-    painter.fillRect(whole.right() + 1 - kWidth, whole.y(), kWidth, whole.height(), color);
-  }
-};
 
 /// None when the folder has just gone.
 std::optional<HFSFlavor> FlavorOf(const FSRef &folder) {
@@ -120,13 +99,16 @@ void DropSite::Track(DragTrackingMessage message) {
   if (tracking != nullptr) (void)tracking(message, window_, trackingRefCon, &drag_);
 }
 
-void DropSite::ShowFrame(const Rect &bounds, bool inside) {
-  constexpr int kOutside = 3;
-  if (frame_ == nullptr) frame_ = new DragFrame(window_->content);
-  const int margin = inside ? 0 : kOutside;
-  frame_->setGeometry(
-      QRect(QPoint(bounds.left, bounds.top), QPoint(bounds.right - 1, bounds.bottom - 1))
-          .adjusted(-margin, -margin, margin, margin));
+void DropSite::ShowFrame(const Rect &area) {
+  if (frame_ == nullptr) {
+    // Lies over everything and takes no event.
+    frame_ = new QFrame(window_->content);
+    frame_->setAttribute(Qt::WA_TransparentForMouseEvents);
+    frame_->setFrameStyle(QFrame::Box | QFrame::Plain);
+    frame_->setLineWidth(3);
+    frame_->setForegroundRole(QPalette::Highlight);
+  }
+  frame_->setGeometry(area.left, area.top, area.right - area.left, area.bottom - area.top);
   frame_->raise();
   frame_->show();
 }

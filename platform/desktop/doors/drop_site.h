@@ -2,8 +2,8 @@
 #pragma once
 
 #include <QDropEvent>
+#include <QFrame>
 #include <QPointer>
-#include <QWidget>
 #include <string>
 #include <vector>
 
@@ -26,12 +26,12 @@ class DropSite final : public QObject {
 
   bool eventFilter(QObject *watched, QEvent *event) override;
 
-  void ShowFrame(const Rect &bounds, bool inside);
+  void ShowFrame(const Rect &area);
   void HideFrame();
 
-  DragTrackingHandlerUPP tracking = nullptr;
+  DragTrackingHandlerProc tracking = nullptr;
   void *trackingRefCon = nullptr;
-  DragReceiveHandlerUPP receive = nullptr;
+  DragReceiveHandlerProc receive = nullptr;
   void *receiveRefCon = nullptr;
 
  private:
@@ -47,5 +47,5 @@ class DropSite final : public QObject {
   std::vector<std::string> problems_;  ///< with what else is being dragged
   bool isInside_ = false;
   bool isAcceptable_ = false;
-  QPointer<QWidget> frame_;
+  QPointer<QFrame> frame_;  ///< says that a drop would be taken
 };

@@ -1,7 +1,6 @@
 /// Texts from outside (names above all) made fit to be shown as they are.
 #pragma once
 
-#include <QByteArray>
 #include <QString>
 #include <span>
 

@@ -14,11 +14,7 @@ constexpr int kDiameter = 52;
 }  // namespace
 
 BusyIndicator::BusyIndicator(QWidget *parent) : QWidget(parent) {
-  setFixedSize(BusyIndicator::sizeHint());
-}
-
-QSize BusyIndicator::sizeHint() const {
-  return {kDiameter, kDiameter};
+  setFixedSize(kDiameter, kDiameter);
 }
 
 void BusyIndicator::showEvent(QShowEvent *) {
@@ -30,8 +26,8 @@ void BusyIndicator::hideEvent(QHideEvent *) {
   step_.stop();
 }
 
-void BusyIndicator::timerEvent(QTimerEvent *event) {
-  if (event->timerId() == step_.timerId()) update();
+void BusyIndicator::timerEvent(QTimerEvent *) {
+  update();
 }
 
 void BusyIndicator::paintEvent(QPaintEvent *) {

@@ -12,7 +12,6 @@ class BusyIndicator final : public QWidget {
 
  public:
   explicit BusyIndicator(QWidget *parent);
-  QSize sizeHint() const override;
 
  protected:
   void showEvent(QShowEvent *event) override;

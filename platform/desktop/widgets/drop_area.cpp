@@ -16,6 +16,7 @@ constexpr double kCornerRadius = 14;
 DropArea::DropArea(QWidget *parent) : QAbstractButton(parent) {
   setFocusPolicy(Qt::StrongFocus);
   setCursor(Qt::PointingHandCursor);
+  setAttribute(Qt::WA_Hover);  // It is drawn anew when the pointer comes and goes.
   setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
 }
 
@@ -23,24 +24,15 @@ QSize DropArea::sizeHint() const {
   return {360, 220};
 }
 
-void DropArea::enterEvent(QEnterEvent *) {
-  update();
-}
-
-void DropArea::leaveEvent(QEvent *) {
-  update();
-}
-
 void DropArea::paintEvent(QPaintEvent *) {
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
 
   const bool standsOut = hasFocus() || underMouse() || isDown();
-  QColor line = palette().color(standsOut ? QPalette::Highlight : QPalette::PlaceholderText);
+  const QColor line = palette().color(standsOut ? QPalette::Highlight : QPalette::PlaceholderText);
   QColor ground = palette().color(QPalette::Highlight);
   ground.setAlphaF(isDown() ? 0.16F : underMouse() ? 0.08F : 0.03F);
-  painter.setPen(QPen(line, standsOut ? 2.5 : 2, Qt::CustomDashLine));
-  QPen pen = painter.pen();
+  QPen pen(line, standsOut ? 2.5 : 2);
   pen.setDashPattern({4, 3});
   painter.setPen(pen);
   painter.setBrush(ground);

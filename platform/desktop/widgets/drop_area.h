@@ -14,6 +14,4 @@ class DropArea final : public QAbstractButton {
 
  protected:
   void paintEvent(QPaintEvent *event) override;
-  void enterEvent(QEnterEvent *event) override;
-  void leaveEvent(QEvent *event) override;
 };

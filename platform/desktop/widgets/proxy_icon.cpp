@@ -55,10 +55,6 @@ QSize ProxyIcon::sizeHint() const {
   return {0, std::max(IconSize(), fontMetrics().height()) + 4};
 }
 
-QSize ProxyIcon::minimumSizeHint() const {
-  return sizeHint();
-}
-
 void ProxyIcon::paintEvent(QPaintEvent *) {
   if (path_.empty()) return;
   QPainter painter(this);

@@ -18,7 +18,6 @@ class ProxyIcon final : public QAbstractButton {
   void SetModified(bool modified);
 
   QSize sizeHint() const override;
-  QSize minimumSizeHint() const override;
 
  protected:
   void paintEvent(QPaintEvent *event) override;

@@ -37,10 +37,6 @@ QSize StatusLine::sizeHint() const {
   return {0, fontMetrics().lineSpacing() * lines_};
 }
 
-QSize StatusLine::minimumSizeHint() const {
-  return sizeHint();
-}
-
 void StatusLine::paintEvent(QPaintEvent *) {
   QPainter painter(this);
   painter.setPen(palette().color(foregroundRole()));

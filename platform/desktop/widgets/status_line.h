@@ -20,7 +20,6 @@ class StatusLine final : public QLabel {
   void ShowText(const QString &text);
 
   QSize sizeHint() const override;
-  QSize minimumSizeHint() const override;
 
  protected:
   void paintEvent(QPaintEvent *event) override;

@@ -3,7 +3,6 @@
 #include <QAbstractButton>
 #include <QProgressBar>
 #include <QVariant>
-#include <algorithm>
 #include <cstring>
 
 #include "platform/desktop/text/plain_text.h"

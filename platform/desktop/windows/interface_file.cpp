@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QUiLoader>
-#include <QVariant>
 
 #include "platform/desktop/widgets/busy_indicator.h"
 #include "platform/desktop/widgets/drop_area.h"

@@ -2,10 +2,8 @@
 
 #include <QAbstractButton>
 #include <QApplication>
-#include <QCloseEvent>
 #include <QKeyEvent>
 #include <QMainWindow>
-#include <QRadioButton>
 
 #include "platform/common/event_dispatch.h"
 #include "platform/desktop/windows/commands.h"
@@ -73,8 +71,4 @@ bool OpaqueWindow::eventFilter(QObject *watched, QEvent *event) {
       break;
   }
   return QObject::eventFilter(watched, event);
-}
-
-QRect OpaqueWindow::ContentBounds() const {
-  return {content->mapToGlobal(QPoint(0, 0)), content->size()};
 }

@@ -20,9 +20,6 @@ struct OpaqueWindow final : QObject {
   /// Gives a command as the user of this window has given it.
   void Give(OSType command);
 
-  /// The window without its menu bar, in coordinates of the screen.
-  QRect ContentBounds() const;
-
   QWidget *widget;
   QWidget *content;  ///< what lies below the menu bar
   EventTargetRef target;

@@ -1,11 +1,8 @@
 #include "platform/windows.h"
 
 #include <QApplication>
-#include <QDialog>
 #include <QMainWindow>
 #include <QThread>
-#include <array>
-#include <climits>
 #include <memory>
 #include <vector>
 
@@ -19,6 +16,7 @@
 #include "platform/desktop/windows/sheet_place.h"
 #include "platform/desktop/windows/window.h"
 #include "platform/linux/system/resource_files.h"
+#include "platform/linux/tree/item_location.h"
 
 /// An interface file is a folder of resources with one file for each menu bar and window.
 struct OpaqueNib {
@@ -28,7 +26,6 @@ struct OpaqueNib {
 namespace {
 
 std::vector<std::unique_ptr<OpaqueNib>> openNibs;
-WindowRef portWindow = nullptr;
 
 /// The widget of that name in the interface file; none when the file has none, which is told.
 QWidget *LoadFromNib(IBNibRef nib, std::string_view name) {
@@ -44,10 +41,6 @@ QWidget *LoadFromNib(IBNibRef nib, std::string_view name) {
 
 ProxyIcon *ProxyIconOf(WindowRef window) {
   return window != nullptr ? window->widget->findChild<ProxyIcon *>() : nullptr;
-}
-
-CGrafPtr PortOf(WindowRef window) {
-  return reinterpret_cast<CGrafPtr>(window);
 }
 
 }  // namespace
@@ -69,7 +62,7 @@ OSStatus SetMenuBarFromNib(IBNibRef nib, std::string_view name) {
   if (bar == nullptr) {
     TellProblem("the interface file has no menu bar in " + std::string(name) + ".ui");
     widget->deleteLater();
-    return kIBCarbonRuntimeObjectNotOfRequestedType;
+    return kIBCarbonRuntimeCantFindObject;
   }
   InstallMenuBar(bar);
   return noErr;
@@ -101,7 +94,6 @@ void HideWindow(WindowRef window) {
 
 void DisposeWindow(WindowRef window) {
   if (window == nullptr) return;
-  if (portWindow == window) portWindow = nullptr;
   window->widget->hide();
   // Not at once: one of the window's own buttons may have led here.
   window->widget->deleteLater();
@@ -124,12 +116,7 @@ OSStatus SetWindowProxyFSSpec(WindowRef window, const FSSpec &item) {
   if (icon == nullptr) return paramErr;
   FSRef ref;
   if (const OSErr error = FSpMakeFSRef(item, &ref); error != noErr) return error;
-  std::array<char, PATH_MAX> path;
-  if (const OSStatus status =
-          FSRefMakePath(ref, path.data(), static_cast<std::uint32_t>(path.size()));
-      status != noErr)
-    return status;
-  icon->SetItem(path.data());
+  icon->SetItem(PathOnDisk(ref));
   return noErr;
 }
 
@@ -161,31 +148,14 @@ OSStatus TransitionWindow(WindowRef window, WindowTransitionEffect effect,
 
 OSStatus GetWindowBounds(WindowRef window, std::uint16_t regionCode, Rect *bounds) {
   if (window == nullptr || regionCode != kWindowContentRgn) return paramErr;
-  const QRect content = window->ContentBounds();
-  bounds->top = static_cast<std::int16_t>(content.top());
-  bounds->left = static_cast<std::int16_t>(content.left());
-  bounds->bottom = static_cast<std::int16_t>(content.top() + content.height());
-  bounds->right = static_cast<std::int16_t>(content.left() + content.width());
+  // Without the menu bar.
+  const QPoint corner = window->content->mapToGlobal(QPoint(0, 0));
+  const QSize size = window->content->size();
+  bounds->top = static_cast<std::int16_t>(corner.y());
+  bounds->left = static_cast<std::int16_t>(corner.x());
+  bounds->bottom = static_cast<std::int16_t>(corner.y() + size.height());
+  bounds->right = static_cast<std::int16_t>(corner.x() + size.width());
   return noErr;
-}
-
-void GetPort(CGrafPtr *port) {
-  *port = PortOf(portWindow);
-}
-
-void SetPort(CGrafPtr port) {
-  portWindow = reinterpret_cast<WindowRef>(port);
-}
-
-void SetPortWindowPort(WindowRef window) {
-  if (window != nullptr) portWindow = window;
-}
-
-void GlobalToLocal(Point *point) {
-  if (portWindow == nullptr) return;
-  const QPoint origin = portWindow->ContentBounds().topLeft();
-  point->h = static_cast<std::int16_t>(point->h - origin.x());
-  point->v = static_cast<std::int16_t>(point->v - origin.y());
 }
 
 OSStatus ShowSheetWindow(WindowRef sheet, WindowRef parent) {

@@ -1,6 +1,5 @@
 #include "platform/linux/preferences/preference_text.h"
 
-#include <cstdint>
 #include <sstream>
 
 // The library takes for granted, with `assert` or worse, what a malformed file does not keep; it

@@ -6,11 +6,29 @@ namespace {
 
 volatile std::sig_atomic_t isEnding = 0;
 FolderInHand inHand;
+void (*noteSignal)(int signal) = nullptr;
 
 }  // namespace
 
 void NoteEnding() {
   isEnding = 1;
+}
+
+void CatchEndingSignals(void (*note)(int signal)) {
+  constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
+  noteSignal = note;
+  struct sigaction action {};
+  action.sa_handler = [](int signal) {
+    NoteEnding();
+    noteSignal(signal);
+  };
+  action.sa_flags = SA_RESTART;
+  for (const int signal : kEndingSignals) (void)sigaddset(&action.sa_mask, signal);
+  for (const int signal : kEndingSignals) {
+    struct sigaction before;
+    if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN)
+      (void)sigaction(signal, &action, nullptr);
+  }
 }
 
 bool IsEnding() {

@@ -13,6 +13,11 @@
 /// in those whose turn has not come. Never taken back. A signal's handler may call it.
 void NoteEnding();
 
+/// Has SIGINT, SIGTERM and SIGHUP call NoteEnding and then `note`, with the others kept off until
+/// it returns. One that the program was started to ignore stays ignored: nohup wants it, and
+/// scripts for what they run in the background.
+void CatchEndingSignals(void (*note)(int signal));
+
 /// What is left in the folder in hand is to be kept; the next one is treated as ever.
 void KeepFolderInHand();
 

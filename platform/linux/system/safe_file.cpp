@@ -10,8 +10,6 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "platform/linux/system/descriptor.h"
-
 namespace {
 
 int WriteAndFlush(int descriptor, std::string_view content) {
@@ -123,16 +121,12 @@ int ReplaceFile(const std::string &path, std::string_view content, const struct 
   return FlushFolder(FolderOf(path));
 }
 
-CFolderLock::~CFolderLock() {
-  if (descriptor_ >= 0) (void)close(descriptor_);
-}
-
 int CFolderLock::Take(const std::string &folder) {
-  descriptor_ = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor_ < 0) return errno;
+  folder_ = CDescriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!folder_.IsOpen()) return errno;
   constexpr timespec kPause{0, 5'000'000};
   for (int tries = 400;; --tries) {
-    if (flock(descriptor_, LOCK_EX | LOCK_NB) == 0) return 0;
+    if (flock(folder_.Get(), LOCK_EX | LOCK_NB) == 0) return 0;
     if (HasNoFolderLocks(errno)) return 0;
     if (errno != EWOULDBLOCK && errno != EINTR) return errno;
     if (tries == 0) return EWOULDBLOCK;

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/linux/system/descriptor.h"
+
 /// Reads a file and sets what `fstat` says of it. Anything but a regular file is EINVAL and is
 /// not waited for; more than `limit` bytes are EFBIG.
 int ReadWholeFile(const std::string &path, std::size_t limit, std::string *content,
@@ -31,17 +33,12 @@ int ReplaceFile(const std::string &path, std::string_view content, const struct 
 /// A lock on a folder against other processes that lock it so too; given up at the end of its life.
 class CFolderLock {
  public:
-  CFolderLock() = default;
-  ~CFolderLock();
-  CFolderLock(const CFolderLock &) = delete;
-  CFolderLock &operator=(const CFolderLock &) = delete;
-
   /// Waits two seconds for the lock at the most (EWOULDBLOCK). A file system that has no
   /// locks for folders, as some network ones, is used without.
   int Take(const std::string &folder);
 
  private:
-  int descriptor_ = -1;
+  CDescriptor folder_{-1};
 };
 
 /// The folder part of an absolute path.
