@@ -1,5 +1,7 @@
 #include "platform/linux/tree/item_location.h"
 
+#include <vector>
+
 #include "platform/linux/tree/folder_table.h"
 #include "platform/linux/tree/item_reference.h"
 
@@ -21,12 +23,15 @@ std::string_view NameOnDisk(const FSRef &item) {
 
 std::string PathOnDisk(const FSRef &item) {
   const ItemReference &reference = ReferenceIn(item);
+  if (reference.folder == 0) return {};
   if (reference.IsRoot()) return "/";
-  std::string path = std::string("/").append(reference.NameView());
+  std::vector<std::string_view> names = {reference.NameView()};
   for (FolderIndex folder = reference.folder; folder > kRootFolder;
        folder = EntryOf(folder).parent) {
-    path.insert(0, EntryOf(folder).name, EntryOf(folder).nameLength).insert(0, 1, '/');
+    names.emplace_back(EntryOf(folder).name, EntryOf(folder).nameLength);
   }
+  std::string path;
+  for (auto name = names.rbegin(); name != names.rend(); ++name) path.append("/").append(*name);
   return path;
 }
 

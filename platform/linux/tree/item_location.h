@@ -25,7 +25,7 @@ OSErr OpenFolder(const FSRef &folder, int *descriptor);
 /// The item's name as on disk; "/" for the root.
 std::string_view NameOnDisk(const FSRef &item);
 
-/// The item's absolute path as bytes on disk, however long it is.
+/// The item's absolute path as bytes on disk, however long it is; empty for a reference to nothing.
 std::string PathOnDisk(const FSRef &item);
 
 /// Whether the item is known, without asking the disk, not to be a folder.
