@@ -141,10 +141,11 @@ std::unique_ptr<CFolderListing> CListingStore::List(const FSRef &folder) {
 std::unique_ptr<CFolderListing> CListingStore::ListForScan(const FSRef &folder) {
   // What is put into a folder after the look could as well have come right after the listing. A
   // refusal is always asked for anew.
-  std::unique_ptr<CFolderListing> latest = std::move(latest_);
   const bool isOfFolder =
-      latest != nullptr && latest->Error() == noErr && IsSameReference(latestFolder_, folder);
-  return isOfFolder ? std::move(latest) : OpenAndList(folder);
+      latest_ != nullptr && latest_->Error() == noErr && IsSameReference(latestFolder_, folder);
+  if (isOfFolder) return std::move(latest_);
+  latest_.reset();
+  return OpenAndList(folder);
 }
 
 const CFolderListing &CListingStore::LookInto(const FSRef &folder) {
