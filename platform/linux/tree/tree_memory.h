@@ -1,16 +1,17 @@
 /// All that is remembered of the tree between one look at it and the next, with one owner. When
 /// each part of it goes stale is said here and seen to here, as every change passes this layer:
 ///
-/// | what | is forgotten |
-/// |---|---|
-/// | the item that was looked at last | with any change, or when another is looked at |
-/// | the listings of a scan | with any change, or when a folder is listed for anything else; a
-/// single one when its folder has changed by its own time, which only local volumes with fine times
-/// are believed | | that a listed item is still there | the same, asked once a folder and step | |
-/// which names are free in a folder | when the next step begins; changes are noted in it, and what
-/// is looked up | | what a folder is to the user | when the next step begins | | how the aliases of
-/// a name are numbered, what volumes can do, which folders the scan has read | when the next run
-/// begins | | the folders worked in, and their names | when the run is over |
+/// - The item that was looked at last: with any change, or when another is looked at.
+/// - The listings of a scan: with any change, or when a folder is listed for anything else. A
+///   single one: when its folder has changed by its own time, which only local volumes with fine
+///   times are believed.
+/// - That a listed item is still there: the same, asked once a folder and step.
+/// - Which names are free in a folder: when the next step begins. Changes are noted in it, and what
+///   is looked up.
+/// - What a folder is to the user: when the next step begins.
+/// - How the aliases of a name are numbered, what volumes can do, which folders the scan has read
+///   and how the run has found them: when the next run begins.
+/// - The folders worked in, and their names: when the run is over.
 ///
 /// A folder is listed to tell what it is, and the walk that enters it right after takes that
 /// listing: on any volume, as nothing of it is older than the walk. A step begins each time that a
