@@ -1,6 +1,7 @@
 // vannerly-cli: the program on a terminal.
 #include "app/cli/command_line.h"
 #include "app/cli/exit_status.h"
+#include "app/cli/history.h"
 #include "app/cli/json_report.h"
 #include "app/cli/line_report.h"
 #include "app/display/run_display.h"
@@ -9,6 +10,8 @@
 #include "platform/terminal/terminal.h"
 
 namespace {
+
+constexpr char kProgram[] = "vannerly-cli " VANNERLY_VERSION;
 
 const char *SourceName(PreferenceSource source) {
   switch (source) {
@@ -38,14 +41,29 @@ bool StorePreferences(const std::vector<PreferenceAssignment> &assignments) {
   return assignments.empty() || CFPreferencesAppSynchronize();
 }
 
-void Flatten(const CommandLine &commandLine) {
+void StartReports(const CommandLine &commandLine) {
   ShowRunsInWindow();
-  if (commandLine.isJson) StartJsonReport("vannerly-cli " VANNERLY_VERSION);
+  if (commandLine.isJson) StartJsonReport(kProgram);
   if (commandLine.isVerbose || !commandLine.isJson) StartLineReport(commandLine.isVerbose);
   WatchRunsForExitStatus();
+}
+
+void TakeBackRuns(const CommandLine &commandLine) {
+  StartReports(commandLine);
+  StartUpOnTerminal();
+  const TakeBack how = commandLine.job == Job::kUndo ? TakeBack::kUndo : TakeBack::kRedo;
+  if (OrderTakingBack(how, commandLine.folders)) TakeBackOnTerminal();
+  PrintJsonReport();
+}
+
+void Flatten(const CommandLine &commandLine) {
+  StartReports(commandLine);
   const auto unusable = TakeOperands(commandLine.folders, commandLine.isForced);
   for (const auto &[operand, reason] : unusable) AddUnusableToJsonReport(operand, reason);
-  if (unusable.size() < commandLine.folders.size()) RunOnTerminal();
+  if (unusable.size() < commandLine.folders.size()) {
+    StartUpOnTerminal();
+    FlattenOnTerminal();
+  }
   // There has been no run to end when nothing could be used, or when it was called off.
   PrintJsonReport();
 }
@@ -59,7 +77,16 @@ int Perform(const CommandLine &commandLine) {
 
   if (!StorePreferences(commandLine.toStore)) return kUnusable;
   if (commandLine.showsPreferences) ShowPreferences();
-  if (!commandLine.folders.empty()) Flatten(commandLine);
+  switch (commandLine.job) {
+    case Job::kFlatten:
+      if (!commandLine.folders.empty()) Flatten(commandLine);
+      break;
+    case Job::kListHistory:
+      ListHistory(commandLine.folders, commandLine.isJson, kProgram);
+      break;
+    default:
+      TakeBackRuns(commandLine);
+  }
   return TerminalExitStatus();
 }
 

@@ -3,6 +3,7 @@
 #include "app/display/main_window.h"
 #include "app/open_documents.h"
 #include "engine/flatten_run.h"
+#include "engine/take_back_run.h"
 #include "platform/journal.h"
 #include "platform/terminal/terminal.h"
 
@@ -16,12 +17,21 @@ OSStatus HandleQuit(EventHandlerCallRef /*callRef*/, EventRef /*event*/, void * 
 
 }  // namespace
 
-void RunOnTerminal() {
+void StartUpOnTerminal() {
   MainWindow.window = TerminalWindow();
   FetchMainWindowControls();
   (void)RecoverInterruptedRuns();  // The platform tells what there is to tell.
   (void)AEInstallEventHandler(kCoreEventClass, kAEOpenDocuments, HandleOpenDocuments, 0, false);
   (void)InstallEventHandler(GetApplicationEventTarget(), HandleQuit,
                             {kEventClassCommand, kEventCommandProcess}, nullptr);
+}
+
+void FlattenOnTerminal() {
+  RunApplicationEventLoop();
+}
+
+void TakeBackOnTerminal() {
+  (void)InstallEventLoopTimer(GetCurrentEventLoop(), 0.001, 0,
+                              NewEventLoopTimerUPP(TakeBackTimerProc), nullptr, nullptr);
   RunApplicationEventLoop();
 }

@@ -7,5 +7,7 @@ Shortfalls ShortfallsOf(const RunCounts &counts) {
           .notRead = countOf(RunEvent::kFolderNotRead),
           .deleted = countOf(RunEvent::kFileDeleted),
           .notDeleted = countOf(RunEvent::kNotDeleted),
-          .notCollated = countOf(RunEvent::kNotCollated)};
+          .notCollated = countOf(RunEvent::kNotCollated),
+          .notPutBack = countOf(RunEvent::kNotPutBack),
+          .lost = countOf(RunEvent::kLost)};
 }

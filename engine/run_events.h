@@ -17,6 +17,7 @@ enum class RunPhase : std::uint8_t {
   kHandling,  ///< moving up, or whatever `Operation` asks for
   kDeleting,
   kCollating,
+  kTakingBack,  ///< an undo or redo, which has no other phase but waiting
 };
 
 /// What can happen. The first group counts files and is not told to observers one by one.
@@ -29,6 +30,11 @@ enum class RunEvent : std::uint8_t {
   kUntouched,         ///< `Operation` asks for nothing to be done
   kHidden,            ///< not collated, because the item is hidden
   kWithoutExtension,  ///< not collated, because there is no folder to put the item in
+  // Of an undo or redo:
+  kPutBack,          ///< items that are where they were
+  kAliasTakenAway,   ///< made by the run, and gone
+  kFolderPutBack,    ///< removed by the run, and there again
+  kFolderTakenAway,  ///< made by the run, and gone
 
   kLeftInPlace,     ///< `item` was not moved, or got no alias; `error` says why
   kRenamed,         ///< `item` was moved under another name and is `now`
@@ -39,6 +45,8 @@ enum class RunEvent : std::uint8_t {
   kFolderMade,      ///< `item` was made for collating
   kCollated,        ///< `count` items were moved into the folder `item`
   kNotCollated,     ///< `item` could not be moved into the folder of its extension
+  kNotPutBack,      ///< the item `path` belongs at `oldPath` and is left where it is
+  kLost,            ///< the file `path` was deleted for good by the run that is taken back
   kNumberOfEvents,  ///< not an event
 };
 inline constexpr std::size_t kRunEventCount = static_cast<std::size_t>(RunEvent::kNumberOfEvents);
@@ -54,6 +62,9 @@ struct RunNote {
   OSErr error = noErr;
   const FSRef *now = nullptr;  ///< the item as it is now, where it was on its way; else null
   std::int32_t count = 1;
+  /// As bytes, of an item to which no reference leads; `item` is the dropped folder then.
+  const std::string *path = nullptr;
+  const std::string *oldPath = nullptr;
 };
 
 /// How the work on one dropped folder ended.
@@ -65,6 +76,7 @@ enum class RunOutcome : std::uint8_t {
   kOutOfMemory,   ///< for the list of files, so none was handled
   kNotAFolder,    ///< it no longer is one; nothing was done
   kInUse,         ///< by another process; nothing was done
+  kNoJournal,     ///< the one of the run to be taken back is gone; nothing was done
 };
 
 /// How often each event has happened, in one folder or in several.
@@ -79,6 +91,8 @@ struct Shortfalls {
   std::int64_t deleted;      ///< files; one that has been moved is never deleted
   std::int64_t notDeleted;   ///< items that were to be
   std::int64_t notCollated;  ///< the same
+  std::int64_t notPutBack;   ///< items that an undo or redo has left where they were
+  std::int64_t lost;         ///< files that it can't bring back
   bool operator==(const Shortfalls &) const = default;
 };
 Shortfalls ShortfallsOf(const RunCounts &counts);

@@ -2,14 +2,16 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <utility>
 
 namespace {
 
 constexpr std::string_view kHelp =
     R"(vannerly-cli [options] FOLDER...
+vannerly-cli --undo | --redo | --history [FOLDER...]
 
-Moves every file below each FOLDER up into it.
+Moves every file below each FOLDER up into it, or takes that back.
 
   --operation=move|alias|N            what to do with each file: move it up, make an
                                       alias of it in FOLDER, or (any other number) nothing
@@ -21,6 +23,11 @@ Moves every file below each FOLDER up into it.
   --[no-]aggregate-files-when-done    afterwards sort the items by extension into folders
 
 These hold for this run; without them the stored preferences do.
+
+  --undo                              take back the newest run that is not taken back yet: of
+                                      each FOLDER, or without one the newest of all
+  --redo                              do again what was taken back last
+  --history                           list the runs that are kept
 
   --preferences                       show the preferences and where each comes from
   --set KEY=VALUE                     store a preference: true or false, or a number
@@ -37,8 +44,8 @@ Ctrl-C ends the program after the file in hand; nothing is deleted any more.
 
 Exit status:
   0    every file that was found is where it should be
-  1    a FOLDER could not be used, a preference could not be stored, or output could not be
-       written
+  1    a FOLDER could not be used, a preference could not be stored, output could not be
+       written, or not everything could be taken back
   2    wrong usage; nothing was touched
   3    something was left in place, not reached, not looked into, not collated, not deleted
        although it should have been, or deleted without having been moved
@@ -100,6 +107,18 @@ CLI::Option *AddFlag(CLI::App *parser, const char *names, Value &...value) {
       ->disable_flag_override();
 }
 
+std::variant<CommandLine, RequestedText, UsageProblem> CheckJobBesideFlattening(
+    const CommandLine &commandLine) {
+  if (!commandLine.forThisRun.empty() || !commandLine.toStore.empty() ||
+      commandLine.showsPreferences || commandLine.isForced) {
+    return UsageProblem{
+        "--undo, --redo and --history take --quiet, --verbose and --json, and no other option"};
+  }
+  if (commandLine.job == Job::kListHistory && (commandLine.isVerbose || commandLine.isQuiet))
+    return UsageProblem{"--history takes no other option but --json"};
+  return commandLine;
+}
+
 }  // namespace
 
 std::variant<CommandLine, RequestedText, UsageProblem> ParseCommandLine(
@@ -121,6 +140,10 @@ std::variant<CommandLine, RequestedText, UsageProblem> ParseCommandLine(
   std::vector<std::pair<const CLI::Option *, PreferenceKey>> booleans;
   for (const auto &[names, key] : kBooleanOptions)
     booleans.emplace_back(AddFlag(&parser, names), key);
+  const std::array<std::pair<const CLI::Option *, Job>, 3> jobs{
+      {{AddFlag(&parser, "--undo"), Job::kUndo},
+       {AddFlag(&parser, "--redo"), Job::kRedo},
+       {AddFlag(&parser, "--history"), Job::kListHistory}}};
   AddFlag(&parser, "--preferences", commandLine.showsPreferences);
   AddFlag(&parser, "--quiet", commandLine.isQuiet);
   AddFlag(&parser, "--verbose", commandLine.isVerbose);
@@ -157,6 +180,14 @@ std::variant<CommandLine, RequestedText, UsageProblem> ParseCommandLine(
     if (!assignment) return UsageProblem{"--set: " + problem};
     commandLine.toStore.push_back(*assignment);
   }
+
+  for (const auto &[option, job] : jobs) {
+    if (option->count() == 0) continue;
+    if (commandLine.job != Job::kFlatten)
+      return UsageProblem{"--undo, --redo and --history can't be combined"};
+    commandLine.job = job;
+  }
+  if (commandLine.job != Job::kFlatten) return CheckJobBesideFlattening(commandLine);
 
   const bool hasFolders = !commandLine.folders.empty();
   if (commandLine.showsPreferences && hasFolders)

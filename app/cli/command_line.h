@@ -1,6 +1,7 @@
 /// The command line of vannerly-cli.
 ///
 ///     vannerly-cli [options] FOLDER...
+///     vannerly-cli --undo | --redo | --history [FOLDER...]
 ///
 /// Options may stand anywhere before "--" and have no abbreviations; of several that contradict
 /// each other the last counts. Operands are bytes, taken as they are.
@@ -12,7 +13,11 @@
 
 #include "prefs/preference_settings.h"
 
+/// What the program is to do. The first is the main job.
+enum class Job { kFlatten, kUndo, kRedo, kListHistory };
+
 struct CommandLine {
+  Job job = Job::kFlatten;
   std::vector<std::string> folders;
   std::vector<PreferenceAssignment> forThisRun;  ///< in place of what is stored
   std::vector<PreferenceAssignment> toStore;     ///< for the user

@@ -11,14 +11,17 @@ class CExitStatus final : public CRunObserver {
   void BeginFolder(const FSRef &folder) noexcept override { folder_ = folder; }
 
   void EndFolder(const FolderReport &report) noexcept override {
-    if (ShortfallsOf(report.counts) != Shortfalls{}) NoteAnythingLeft();
-    if (report.outcome == RunOutcome::kNotAFolder) TellThatItIsNone();
+    const Shortfalls shortfalls = ShortfallsOf(report.counts);
+    if (shortfalls != Shortfalls{}) NoteAnythingLeft();
+    if (shortfalls.notPutBack != 0 || shortfalls.lost != 0) NoteFailure();
+    if (report.outcome == RunOutcome::kNotAFolder) Tell("it is no folder any more");
+    if (report.outcome == RunOutcome::kNoJournal) Tell("the journal of its run can't be used");
   }
 
  private:
-  void TellThatItIsNone() const noexcept {
+  void Tell(const char *problem) const noexcept {
     try {
-      ReportUnusable(PathOnDisk(folder_), "it is no folder any more");
+      ReportUnusable(PathOnDisk(folder_), problem);
     } catch (...) {
       NoteAnythingLeft();  // There is not even memory for the line.
     }

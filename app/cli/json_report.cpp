@@ -4,60 +4,24 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "app/cli/json_writer.h"
 #include "app/cli/report_words.h"
 #include "platform/linux/tree/item_location.h"
-#include "platform/strings.h"
 #include "platform/terminal/terminal.h"
 
 namespace {
 
 using Json = CJsonWriter::Json;
 
-bool IsUtf8(const std::string &bytes) {
-  const auto text = CFStringCreateWithCString(bytes.c_str(), kCFStringEncodingUTF8);
-  if (!text) return false;
-  for (std::size_t i = 0; i < text->size(); ++i) {
-    const char16_t unit = (*text)[i];
-    if (unit >= 0xDC00 && unit < 0xE000) return false;
-    if (unit >= 0xD800 && unit < 0xDC00) ++i;  // The pair of a character beyond 16 bits.
-  }
-  return true;
-}
-
-/// RFC 4648.
-std::string Base64(std::string_view bytes) {
-  constexpr std::string_view kDigits =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  for (std::size_t start = 0; start < bytes.size(); start += 3) {
-    const std::string_view group = bytes.substr(start, 3);
-    std::uint32_t bits = 0;
-    for (std::size_t i = 0; i < 3; ++i) {
-      bits = bits << 8 | (i < group.size() ? static_cast<unsigned char>(group[i]) : 0u);
-    }
-    for (std::size_t i = 0; i < 4; ++i) {
-      text += i <= group.size() ? kDigits[bits >> (18 - 6 * i) & 0x3F] : '=';
-    }
-  }
-  return text;
-}
-
-/// JSON is UTF-8, names on disk are any bytes: those that are no text are given exactly beside it.
-void SetText(Json &object, const std::string &key, const std::string &bytes) {
-  object[key] = bytes;
-  if (!IsUtf8(bytes)) object[key + "Base64"] = Base64(bytes);
-}
-
 /// A note that is kept until it is printed. The items' paths are made then: a reference leads to
 /// the place that it has led to for the life of the process, and a path can be any length.
 struct KeptNote {
   FSRef item;
-  std::uint32_t now;  ///< which of those kept is the item as it is now, plus 1; 0 for none
+  std::uint32_t now;    ///< which of those kept is the item as it is now, plus 1; 0 for none
+  std::uint32_t paths;  ///< which of those kept are in place of the item, plus 1; 0 for none
   std::int32_t count;
   OSErr error;
   RunEvent event;
@@ -69,10 +33,17 @@ struct KeptFolder {
   std::size_t end;  ///< the place behind its last note
 };
 
-Json Describe(const KeptNote &note, const FSRef *nowItem) {
+/// Where no reference leads to an item.
+struct KeptPaths {
+  std::string path;
+  std::string oldPath;  ///< empty when there is none
+};
+
+Json Describe(const KeptNote &note, const FSRef *nowItem, const KeptPaths *paths) {
   Json item;
-  const std::string path = PathOnDisk(note.item);
+  const std::string path = paths != nullptr ? paths->path : PathOnDisk(note.item);
   SetText(item, "path", path);
+  if (paths != nullptr && !paths->oldPath.empty()) SetText(item, "oldPath", paths->oldPath);
   if (note.event == RunEvent::kCollated) item["items"] = note.count;
   if (note.error != noErr) {
     const ResultWords words = WordsOf(note.error);
@@ -107,7 +78,12 @@ class CJsonReport final : public CRunObserver {
         nowItems_.push_back(*note.now);
         now = static_cast<std::uint32_t>(nowItems_.size());
       }
-      notes_.push_back({note.item, now, note.count, note.error, note.event});
+      std::uint32_t paths = 0;
+      if (note.path != nullptr) {
+        paths_.push_back({*note.path, note.oldPath != nullptr ? *note.oldPath : std::string()});
+        paths = static_cast<std::uint32_t>(paths_.size());
+      }
+      notes_.push_back({note.item, now, paths, note.count, note.error, note.event});
     });
   }
 
@@ -201,7 +177,8 @@ class CJsonReport final : public CRunObserver {
   }
 
   void WriteNote(CJsonWriter &writer, const KeptNote &note) const {
-    writer.Value(Describe(note, note.now != 0 ? &nowItems_[note.now - 1] : nullptr));
+    writer.Value(Describe(note, note.now != 0 ? &nowItems_[note.now - 1] : nullptr,
+                          note.paths != 0 ? &paths_[note.paths - 1] : nullptr));
   }
 
   std::string program_;
@@ -210,6 +187,7 @@ class CJsonReport final : public CRunObserver {
   // more.
   std::deque<KeptNote> notes_;
   std::deque<FSRef> nowItems_;
+  std::deque<KeptPaths> paths_;
   std::deque<KeptFolder> folders_;
   std::vector<UnusableOperand> errors_;
   bool isComplete_ = true;

@@ -1,6 +1,39 @@
 #include "app/cli/json_writer.h"
 
+#include <cstdint>
+
+#include "platform/strings.h"
+
 namespace {
+
+bool IsUtf8(const std::string &bytes) {
+  const auto text = CFStringCreateWithCString(bytes.c_str(), kCFStringEncodingUTF8);
+  if (!text) return false;
+  for (std::size_t i = 0; i < text->size(); ++i) {
+    const char16_t unit = (*text)[i];
+    if (unit >= 0xDC00 && unit < 0xE000) return false;
+    if (unit >= 0xD800 && unit < 0xDC00) ++i;  // The pair of a character beyond 16 bits.
+  }
+  return true;
+}
+
+/// RFC 4648.
+std::string Base64(std::string_view bytes) {
+  constexpr std::string_view kDigits =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string text;
+  for (std::size_t start = 0; start < bytes.size(); start += 3) {
+    const std::string_view group = bytes.substr(start, 3);
+    std::uint32_t bits = 0;
+    for (std::size_t i = 0; i < 3; ++i) {
+      bits = bits << 8 | (i < group.size() ? static_cast<unsigned char>(group[i]) : 0u);
+    }
+    for (std::size_t i = 0; i < 4; ++i) {
+      text += i <= group.size() ? kDigits[bits >> (18 - 6 * i) & 0x3F] : '=';
+    }
+  }
+  return text;
+}
 
 constexpr std::size_t kIndentation = 2;
 constexpr std::size_t kPiece = std::size_t{64} * 1024;
@@ -10,6 +43,11 @@ std::string Dump(const CJsonWriter::Json &value) {
 }
 
 }  // namespace
+
+void SetText(CJsonWriter::Json &object, const std::string &key, const std::string &bytes) {
+  object[key] = bytes;
+  if (!IsUtf8(bytes)) object[key + "Base64"] = Base64(bytes);
+}
 
 void CJsonWriter::Open(char bracket) {
   BeginValue();

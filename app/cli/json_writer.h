@@ -42,3 +42,7 @@ class CJsonWriter {
   bool hasKey_ = false;  ///< of the value that comes
   bool isTaken_ = true;
 };
+
+/// JSON is UTF-8, names on disk are any bytes: those that are no text are given exactly beside it,
+/// as "KEYBase64".
+void SetText(CJsonWriter::Json &object, const std::string &key, const std::string &bytes);

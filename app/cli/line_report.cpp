@@ -22,13 +22,14 @@ std::string Reason(OSErr error) {
 std::string TextFor(std::string_view place, const RunNote &note, const std::string &path) {
   if (place == "reason") return Reason(note.error);
   if (place == "count") return std::to_string(note.count);
+  if (place == "old") return note.oldPath != nullptr ? " as " + *note.oldPath : "";
   const std::string now = note.now != nullptr ? PathOnDisk(*note.now) : path;
   if (place == "name") return now.substr(now.rfind('/') + 1);
   return now != path ? "; its name is now " + now : "";
 }
 
 std::string LineOf(const RunNote &note) {
-  const std::string path = PathOnDisk(note.item);
+  const std::string path = note.path != nullptr ? *note.path : PathOnDisk(note.item);
   std::string line = path + ": ";
   std::string_view rest = kEventWords[static_cast<std::size_t>(note.event)].line;
   while (!rest.empty()) {
@@ -72,6 +73,9 @@ constexpr Concern kConcerns[] = {
      " files were deleted with their folders"},
     {&Shortfalls::notDeleted, " item could not be deleted", " items could not be deleted"},
     {&Shortfalls::notCollated, " item could not be collated", " items could not be collated"},
+    {&Shortfalls::notPutBack, " item could not be put back", " items could not be put back"},
+    {&Shortfalls::lost, " file was deleted for good and can't be put back",
+     " files were deleted for good and can't be put back"},
 };
 
 class CLineReport final : public CRunObserver {
@@ -87,8 +91,9 @@ class CLineReport final : public CRunObserver {
   void EndFolder(const FolderReport &report) noexcept override {
     for (std::size_t i = 0; i < kRunEventCount; ++i) totals_[i] += report.counts[i];
     // That a folder could not be used has been told.
-    const bool isTold =
-        report.outcome == RunOutcome::kInUse || report.outcome == RunOutcome::kNotAFolder;
+    const bool isTold = report.outcome == RunOutcome::kInUse ||
+                        report.outcome == RunOutcome::kNotAFolder ||
+                        report.outcome == RunOutcome::kNoJournal;
     if (!isVerbose_ || isTold) return;
     Print([&] { return SummaryOf(PathOnDisk(folder_), report); });
   }

@@ -53,6 +53,8 @@ const char *WordsOf(RunOutcome outcome) {
       return "out of memory";
     case RunOutcome::kNotAFolder:
       return "not a folder";
+    case RunOutcome::kNoJournal:
+      return "no journal";
     case RunOutcome::kInUse:
       break;
   }

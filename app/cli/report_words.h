@@ -18,7 +18,8 @@ struct EventWords {
   const char *key;      ///< of the count, and of the list of what it happened to, for scripts
   const char *counted;  ///< behind a number
   /// Of one item, behind its path; null for what is only counted. {reason}, {name} (the new one),
-  /// {now} (if its name has changed) and {count} stand for what the note says.
+  /// {now} (if its name has changed), {old} (its place before, if there is one) and {count} stand
+  /// for what the note says.
   const char *line;
 };
 
@@ -32,6 +33,10 @@ inline constexpr std::array<EventWords, kRunEventCount> kEventWords{{
     {RunEvent::kHidden, "hiddenUncollated", "hidden and not collated", nullptr},
     {RunEvent::kWithoutExtension, "withoutExtensionUncollated",
      "without extension and not collated", nullptr},
+    {RunEvent::kPutBack, "putBack", "put back", nullptr},
+    {RunEvent::kAliasTakenAway, "aliasesTakenAway", "aliases taken away", nullptr},
+    {RunEvent::kFolderPutBack, "foldersPutBack", "folders put back", nullptr},
+    {RunEvent::kFolderTakenAway, "foldersTakenAway", "folders taken away", nullptr},
     {RunEvent::kLeftInPlace, "leftInPlace", "left in place", "left in place{reason}{now}"},
     {RunEvent::kRenamed, "renamed", "renamed", "moved as {name}"},
     {RunEvent::kFolderNotRead, "unreadFolders", "folders not looked into",
@@ -43,6 +48,8 @@ inline constexpr std::array<EventWords, kRunEventCount> kEventWords{{
     {RunEvent::kFolderMade, "foldersMade", "folders made", "made"},
     {RunEvent::kCollated, "collated", "collated", "items moved into it: {count}"},
     {RunEvent::kNotCollated, "notCollated", "not collated", "not collated{reason}"},
+    {RunEvent::kNotPutBack, "notPutBack", "not put back", "not put back{old}{reason}"},
+    {RunEvent::kLost, "lost", "lost", "can't be put back: it was deleted for good"},
 }};
 
 /// Whether every event has its words, in its place.

@@ -85,6 +85,10 @@ class CRunDisplay final : public CRunObserver {
       case RunPhase::kCollating:
         SetStatusText("Collating files...", 1);
         break;
+      case RunPhase::kTakingBack:
+        SetStatusText("Putting files back...", 1);
+        ShowProgress();
+        break;
     }
   }
 
@@ -96,7 +100,7 @@ class CRunDisplay final : public CRunObserver {
     if (phase_ == RunPhase::kCollecting) {
       SetControlValue(MainWindow.progressBar, ProgressValue(done, count));
       FormatStatusText(2, "(%d of %d)", done, count);
-    } else if (phase_ == RunPhase::kHandling) {
+    } else if (phase_ == RunPhase::kHandling || phase_ == RunPhase::kTakingBack) {
       FormatStatusText(2, "(%d of %d)", done, count);
       // What was done before this file, on purpose: the bar never reaches its end.
       SetControlValue(MainWindow.progressBar, ProgressValue(done - 1, count));
@@ -106,7 +110,8 @@ class CRunDisplay final : public CRunObserver {
   }
 
   void EndPhase() noexcept override {
-    if (phase_ == RunPhase::kCollecting || phase_ == RunPhase::kHandling) {
+    if (phase_ == RunPhase::kCollecting || phase_ == RunPhase::kHandling ||
+        phase_ == RunPhase::kTakingBack) {
       HideControl(MainWindow.progressBar);
     }
     if (phase_ == RunPhase::kCollecting) HideControl(MainWindow.statusLine2);

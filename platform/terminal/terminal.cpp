@@ -68,6 +68,10 @@ bool WriteOutput(std::string_view bytes) {
   return error == 0;
 }
 
+void NoteFailure() {
+  hasFailed = true;
+}
+
 void NoteAnythingLeft() {
   isAnythingLeft = true;
 }

@@ -44,6 +44,9 @@ void PrintNotice(std::string_view line);
 /// Writes to standard output. A failure is reported as unusable, and answered with false.
 bool WriteOutput(std::string_view bytes);
 
+/// The exit status tells that something could not be used or done.
+void NoteFailure();
+
 /// The exit status tells, unless there is worse to tell, that a run has left something other than
 /// it was to be.
 void NoteAnythingLeft();

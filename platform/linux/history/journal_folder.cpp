@@ -92,7 +92,7 @@ void CJournalFolder::DeleteJournal(const std::string &name) const {
   (void)unlinkat(folder_->Get(), name.c_str(), 0);
 }
 
-void CJournalFolder::DeleteOldest() const {
+void CJournalFolder::DeleteOldest(const std::string &kept) const {
   std::vector<std::string> names = Names();
   std::ranges::reverse(names);
   std::size_t count = 1;
@@ -104,7 +104,7 @@ void CJournalFolder::DeleteOldest() const {
     bytes += SizeOf(journal);
     const std::size_t times = IsJournalEnded(journal) ? 1 : kTimesMoreOfInterrupted;
     const bool isTooMuch = count > kMostKept * times || bytes > kMostBytesKept * times;
-    if (count == 2 || !isTooMuch || IsJournalInUse(journal) != false) continue;
+    if (count == 2 || !isTooMuch || name == kept || IsJournalInUse(journal) != false) continue;
     DeleteJournal(name);
   }
 }

@@ -31,8 +31,8 @@ class CJournalFolder {
 
   /// Deletes the oldest journals, so that with the one about to be made there are the last 20 of no
   /// more than 200 MiB in all. The last one stays whatever its size. One that is in use stays, and
-  /// one of an interrupted run stays until there are five times as many.
-  void DeleteOldest() const;
+  /// one of an interrupted run stays until there are five times as many. `kept` stays in any case.
+  void DeleteOldest(const std::string &kept) const;
 
  private:
   std::optional<CDescriptor> folder_;

@@ -1,6 +1,13 @@
 #include "platform/linux/history/journal_reader.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <utility>
+
+#include "platform/linux/history/journal_file.h"
+#include "platform/linux/history/journal_folder.h"
 
 namespace {
 
@@ -12,56 +19,70 @@ class CReader {
  public:
   explicit CReader(Journal *journal) : journal_(*journal) { journal_.folders.resize(1); }
 
-  /// False when the line is none of a journal's.
-  bool ReadLine(std::string_view line) {
+  /// False when the line is none of a journal's. `at` is where it begins.
+  bool ReadLine(std::uint64_t at, std::string_view line) {
     CJournalFields fields(line);
     const auto word = fields.Raw();
+    if (!word) return false;
     // A change is written down before it is made: that it was made shows by what comes after it.
-    const bool wasDone = std::exchange(isDone_, false);
-    const bool isMade = word != "failed" && word != "unrecorded" && word != "recovering";
-    if (wasDone && isMade) ++journal_.filesDone;
-    if (word == "folder") return ReadFolder(fields);
     if (word == "failed") {
+      past_.NoteFailure();
       halfMoves_.NoteFailure();
-    } else if (word == "unrecorded") {
-      halfMoves_.ForgetItemInHand();
-    } else if (word == "recovering") {
-      halfMoves_.NoteInterruption();
-    } else if (word == "end") {
-      journal_.isEnded = true;
+      return true;
+    }
+    if (word == "unrecorded" || word == "recovering") {
+      // Whether it was made is not certain, which matters to what is counted alone.
+      Settle(false);
+      if (word == "unrecorded") {
+        halfMoves_.ForgetItemInHand();
+        journal_.hasGap = true;
+      } else {
+        halfMoves_.NoteInterruption();
+        past_.BeginRecovery();
+      }
+      return true;
+    }
+    Settle(true);
+    if (word == "folder") return ReadFolder(fields);
+    if (word == "attribute") return ReadAttribute(fields);
+    if (word == "state" || word == "attributes") return ReadFolderNumber(fields).has_value();
+    if (word == "undoes" || word == "redoes") return ReadTakingBack(fields, word == "redoes");
+    if (word == "end") {
+      ReadEnd(fields);
+    } else if (word == "continued") {
+      GoOn();
     } else if (word == "told") {
       journal_.isToldOf = true;
+    } else if (word == "left" || word == "lost") {
+      ++journal_.itemsLeft;
+      if (word == "lost") ++journal_.itemsLost;
     } else if (word != "recovered") {
-      return word && ReadChange(*word, fields);
+      return ReadChange(at, *word, fields);
     }
     return true;
   }
 
   void Finish() {
+    Settle(false);
     journal_.halfMoves = halfMoves_.List(false);
     journal_.placeHolders = halfMoves_.ListPlaceHolders(false);
+    journal_.folderMadeLast = past_.FolderMadeLast();
+    journal_.changes = std::move(past_.changes);
+    journal_.counts = past_.counts;
   }
 
  private:
-  struct Move {
-    JournalPlace from;
-    JournalPlace to;
-    std::optional<ItemIdentity> item;
-  };
-
   bool IsFirstFormat() const { return journal_.header.format == kFirstJournalFormat; }
+
+  void Settle(bool isCertain) {
+    past_.Settle();
+    if (isCertain && past_.wasFileDone) ++journal_.filesDone;
+  }
 
   std::optional<std::uint32_t> ReadFolderNumber(CJournalFields &fields) const {
     const auto number = fields.Number();
     if (!number || *number >= journal_.folders.size()) return std::nullopt;
     return static_cast<std::uint32_t>(*number);
-  }
-
-  std::optional<JournalPlace> ReadPlace(CJournalFields &fields) const {
-    const auto folder = ReadFolderNumber(fields);
-    auto name = fields.Name();
-    if (!folder || !name) return std::nullopt;
-    return JournalPlace{*folder, *std::move(name)};
   }
 
   bool ReadFolder(CJournalFields &fields) {
@@ -70,100 +91,112 @@ class CReader {
     const auto identity = fields.Folder();
     auto name = fields.Name();
     if (number != journal_.folders.size() || !parent || !identity || !name) return false;
-    JournalFolder folder{*parent, *identity, *std::move(name), {}};
+    JournalFolder folder{*parent, *identity, *std::move(name), {}, {}};
     if (!IsFirstFormat()) {
       const auto state = fields.State();
       if (!state) return false;
       folder.before = *state;
     }
+    folder.isMade = past_.NoteFolder({*parent, folder.name}, static_cast<std::uint32_t>(*number));
     journal_.folders.push_back(std::move(folder));
     return true;
   }
 
-  bool ReadChange(std::string_view word, CJournalFields &fields) {
-    if (IsFirstFormat()) halfMoves_.EndIfWhole();
-    if (word == "rename" || word == "link") return ReadStep(fields, word == "link");
-    if (word == "over") {
-      if (halfMoves_.End()) ++journal_.filesDone;
-      return true;
-    }
-    if (word == "move" || word == "steps") return ReadMoveOf(fields, word == "steps");
-    const auto place = ReadPlace(fields);
-    if (!place) return false;
-    if (word == "unlink") {
-      halfMoves_.NoteRemoval(View(*place));
-    } else if (word == "hold") {
-      halfMoves_.NotePlaceHolder(View(*place));
-    } else if (word == "release") {
-      halfMoves_.NoteReleaseOfPlaceHolder(View(*place));
-    } else if (word == "rmdir" || word == "mkdir" || word == "symlink" || word == "chmod" ||
-               word == "chattr") {
-      halfMoves_.NoteOtherChange();
-      isDone_ = word == "symlink" && place->folder == 0;
-    } else {
-      return false;
-    }
-    return true;
-  }
-
-  /// A move, made by a single rename, or by the steps that follow.
-  bool ReadMoveOf(CJournalFields &fields, bool isInSteps) {
-    const auto from = ReadPlace(fields);
-    const auto item = fields.Identity();
-    const auto to = ReadDestination(fields, from);
-    if (!item || !to) return false;
-    if (isInSteps) {
-      halfMoves_.Begin(View(*from), View(*to), *item);
-      return true;
-    }
-    halfMoves_.NoteOtherChange();
-    halfMoves_.NoteRename(View(*from), View(*to));
-    isDone_ = IsFileDone(*from, *to);
-    return true;
-  }
-
-  /// A folder, and a name when it is a new one.
-  std::optional<JournalPlace> ReadDestination(CJournalFields &fields,
-                                              const std::optional<JournalPlace> &from) const {
+  bool ReadAttribute(CJournalFields &fields) {
     const auto folder = ReadFolderNumber(fields);
-    if (!from || !folder) return std::nullopt;
-    if (fields.IsAtEnd()) return JournalPlace{*folder, from->name};
-    auto name = fields.Name();
-    if (!name) return std::nullopt;
-    return JournalPlace{*folder, *std::move(name)};
-  }
-
-  static bool IsFileDone(const JournalPlace &from, const JournalPlace &to) {
-    return from.folder != 0 && to.folder == 0;
-  }
-
-  bool ReadStep(CJournalFields &fields, bool isLink) {
-    const auto from = ReadPlace(fields);
-    const auto to = ReadDestination(fields, from);
-    if (!to) return false;
-    if (IsFirstFormat()) {
-      std::optional<ItemIdentity> item;
-      if (!fields.IsAtEnd() && !(item = fields.Identity())) return false;
-      FindOutWhatIsMeant(*from, *to, item);
-      isDone_ = IsFileDone(*from, *to);
-    }
-    if (isLink) {
-      halfMoves_.NoteLink(View(*from), View(*to));
-    } else {
-      halfMoves_.NoteRename(View(*from), View(*to));
-    }
+    auto name = fields.Text();
+    auto value = fields.Text();
+    if (!folder || !name || !value || name->find('\0') != std::string::npos) return false;
+    journal_.folders[*folder].attributes.emplace_back(*std::move(name), *std::move(value));
     return true;
+  }
+
+  bool ReadTakingBack(CJournalFields &fields, bool isRedo) {
+    auto name = fields.Name();
+    if (!name) return false;
+    journal_.takesBack = {*std::move(name), isRedo};
+    return true;
+  }
+
+  void ReadEnd(CJournalFields &fields) {
+    const auto how = fields.Raw();
+    const auto time = fields.Text();
+    journal_.isEnded = true;
+    journal_.isStopped = how == "stopped";
+    journal_.isInterrupted = how == "interrupted";
+    journal_.endTime = SecondsOfJournalTime(time.value_or(""));
+  }
+
+  /// What was left is told anew.
+  void GoOn() {
+    past_.EndRecovery();
+    journal_.isEnded = journal_.isStopped = journal_.isInterrupted = journal_.isToldOf = false;
+    journal_.itemsLeft = journal_.itemsLost = 0;
+    journal_.endTime = 0;
+  }
+
+  bool ReadChange(std::uint64_t at, std::string_view word, CJournalFields &fields) {
+    if (IsFirstFormat()) halfMoves_.EndIfWhole();
+    const auto change =
+        ParseJournalChange(word, fields, journal_.folders.size(), journal_.header.format);
+    if (!change) return false;
+    if (change->word == JournalWord::kOver) {
+      const bool isThere = halfMoves_.End();
+      past_.NoteEndOfSteps(isThere);
+      if (isThere) ++journal_.filesDone;
+      return true;
+    }
+    if (IsFirstFormat() && IsStep(*change)) FindOutWhatIsMeant(*change);
+    Follow(*change);
+    past_.Note(at, AsOneMove(*change));
+    return true;
+  }
+
+  static bool IsStep(const JournalChange &change) {
+    return change.word == JournalWord::kRename || change.word == JournalWord::kLink;
+  }
+
+  /// In the first format a rename or link is all that is told of a move.
+  JournalChange AsOneMove(JournalChange change) const {
+    if (IsFirstFormat() && IsStep(change)) change.word = JournalWord::kMove;
+    return change;
+  }
+
+  /// Follows the items on their way.
+  void Follow(const JournalChange &change) {
+    const JournalPlaceView place = View(change.place);
+    const JournalPlaceView to = View(change.to);
+    switch (change.word) {
+      case JournalWord::kMove:
+        halfMoves_.NoteOtherChange();
+        return halfMoves_.NoteRename(place, to);
+      case JournalWord::kSteps:
+        return halfMoves_.Begin(place, to, *change.item);
+      case JournalWord::kRename:
+        return halfMoves_.NoteRename(place, to);
+      case JournalWord::kLink:
+        return halfMoves_.NoteLink(place, to);
+      case JournalWord::kUnlink:
+        return halfMoves_.NoteRemoval(place);
+      case JournalWord::kHold:
+        return halfMoves_.NotePlaceHolder(place);
+      case JournalWord::kRelease:
+        return halfMoves_.NoteReleaseOfPlaceHolder(place);
+      default:
+        return halfMoves_.NoteOtherChange();
+    }
   }
 
   /// The first format tells the steps alone, the first of several with the item's identity. The
   /// last is the one that names the item in its new folder; a link can be first and last in one.
-  void FindOutWhatIsMeant(const JournalPlace &from, const JournalPlace &to,
-                          const std::optional<ItemIdentity> &item) {
+  void FindOutWhatIsMeant(const JournalChange &change) {
+    const JournalPlace &from = change.place;
+    const JournalPlace &to = change.to;
     ItemInHand *inHand = halfMoves_.InHand();
     const bool isContinued = inHand != nullptr && from == inHand->Place();
     if (!isContinued) {
-      if (!item) return;
-      halfMoves_.Begin(View(from), {}, *item);
+      if (!change.item) return;
+      halfMoves_.Begin(View(from), {}, *change.item);
       inHand = halfMoves_.InHand();
       if (inHand == nullptr) return;  // It had been left on its way.
     }
@@ -173,7 +206,7 @@ class CReader {
 
   Journal &journal_;
   CHalfMoves halfMoves_;
-  bool isDone_ = false;  ///< the last line says that a file comes to the dropped folder
+  CPastChanges past_;
 };
 
 }  // namespace
@@ -187,12 +220,71 @@ std::optional<Journal> ParseJournal(std::string_view text) {
   std::string_view rest = text;
   (void)TakeJournalLine(&rest);
   (void)TakeJournalLine(&rest);
-  while (!journal.isEnded) {
+  for (;;) {
+    journal.size = text.size() - rest.size();
     const auto line = TakeJournalLine(&rest);
-    if (!line) break;
-    if (!reader.ReadLine(*line)) return std::nullopt;
+    // An end is one unless it is gone on from.
+    if (!line || (journal.isEnded && !line->starts_with("continued\t"))) break;
+    if (!reader.ReadLine(journal.size, *line)) return std::nullopt;
   }
-  journal.size = text.size() - rest.size();
   reader.Finish();
   return journal;
+}
+
+JournalChange ChangeInLine(std::string_view text, std::uint64_t line, const Journal &journal) {
+  std::string_view rest = text.substr(line);
+  CJournalFields fields(TakeJournalLine(&rest).value_or(""));
+  const auto word = fields.Raw();
+  return *ParseJournalChange(*word, fields, journal.folders.size(), journal.header.format);
+}
+
+std::vector<JournalPlace> PlacesOfSteps(std::string_view text, std::uint64_t line,
+                                        const Journal &journal) {
+  std::vector<JournalPlace> places;
+  std::string_view rest = text.substr(line);
+  (void)TakeJournalLine(&rest);
+  for (;;) {
+    const auto next = TakeJournalLine(&rest);
+    if (!next) return places;
+    CJournalFields fields(*next);
+    const auto word = fields.Raw();
+    if (word == "failed" || word == "folder") continue;
+    const auto change = ParseJournalChange(word.value_or(""), fields, journal.folders.size(),
+                                           journal.header.format);
+    if (!change) return places;
+    switch (change->word) {
+      case JournalWord::kRename:
+      case JournalWord::kLink:
+        places.push_back(change->to);
+        break;
+      case JournalWord::kUnlink:
+      case JournalWord::kHold:
+      case JournalWord::kRelease:
+        break;
+      default:
+        return places;
+    }
+  }
+}
+
+CMappedJournal::CMappedJournal(const CDescriptor &file) : size_(SizeOf(file)) {
+  if (size_ == 0 || size_ > kLargestJournal) return;
+  void *const memory = mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, file.Get(), 0);
+  if (memory != MAP_FAILED) memory_ = static_cast<char *>(memory);
+}
+
+CMappedJournal::~CMappedJournal() {
+  if (memory_ != nullptr) (void)munmap(memory_, size_);
+}
+
+std::optional<Journal> ReadJournal(const CDescriptor &file) {
+  return ParseJournal(CMappedJournal(file).Text());
+}
+
+std::optional<JournalHeader> ReadJournalHeader(const CDescriptor &journal) {
+  constexpr std::size_t kMostRead = std::size_t{1} << 20;
+  std::string text(std::min(kMostRead, SizeOf(journal)), '\0');
+  const ssize_t count = pread(journal.Get(), text.data(), text.size(), 0);
+  if (count <= 0) return std::nullopt;
+  return ParseJournalHeader(std::string_view(text).substr(0, static_cast<std::size_t>(count)));
 }

@@ -1,5 +1,4 @@
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,44 +9,18 @@
 #include <utility>
 
 #include "platform/journal.h"
-#include "platform/linux/history/journal_file.h"
+#include "platform/linux/history/dropped_folder.h"
 #include "platform/linux/history/journal_folder.h"
 #include "platform/linux/history/journal_reader.h"
 #include "platform/linux/history/journal_writer.h"
 #include "platform/linux/history/run_journal.h"
+#include "platform/linux/history/taking_back.h"
 #include "platform/linux/tree/folder_table.h"
 #include "platform/linux/tree/item_location.h"
 #include "platform/linux/tree/tree_changes.h"
 #include "platform/linux/tree/tree_memory.h"
 
 namespace {
-
-/// A file's content in memory. The file must not be cut meanwhile.
-class CMappedText {
- public:
-  explicit CMappedText(const CDescriptor &file) : size_(SizeOf(file)) {
-    if (size_ == 0 || size_ > kLargestJournal) return;
-    void *const memory = mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, file.Get(), 0);
-    if (memory != MAP_FAILED) memory_ = static_cast<char *>(memory);
-  }
-  ~CMappedText() {
-    if (memory_ != nullptr) (void)munmap(memory_, size_);
-  }
-  CMappedText(const CMappedText &) = delete;
-  CMappedText &operator=(const CMappedText &) = delete;
-
-  std::string_view View() const {
-    return memory_ != nullptr ? std::string_view(memory_, size_) : std::string_view();
-  }
-
- private:
-  std::size_t size_;
-  char *memory_ = nullptr;
-};
-
-bool IsSameBirth(const ItemIdentity &a, const ItemIdentity &b) {
-  return a.birth == b.birth || a.birth == 0 || b.birth == 0;
-}
 
 /// Puts right what one run has left. Every folder is entered from the one above it, from the
 /// dropped folder down, and has to be the one that the journal knows.
@@ -61,7 +34,7 @@ class CRecovery {
   bool PutAllRight();
 
  private:
-  bool FindDroppedFolder();
+  bool EnterDroppedFolder();
   FolderIndex FindFolder(std::uint32_t number);
   bool IsAt(const ItemIdentity &item, const JournalPlace &place);
   int Rename(const JournalPlace &from, const JournalPlace &to);
@@ -80,22 +53,12 @@ class CRecovery {
   std::uint64_t device_ = 0;          ///< the dropped folder's device today
 };
 
-/// A device can have another number after a restart. The folder is the same then if it has the
-/// inode and was made at the same moment.
-bool CRecovery::FindDroppedFolder() {
-  FSRef folder;
-  bool isFolder = false;
-  int descriptor = -1;
-  const JournalHeader &header = journal_.header;
-  if (FSPathMakeRef(header.path.c_str(), &folder, &isFolder) != noErr || !isFolder) return false;
-  if (FindTableFolder(folder, &indexes_[0], &descriptor) != noErr) return false;
-  ItemStatus found;
-  if (Tree().Look(descriptor, "", &found) != 0) return false;
-  device_ = found.device;
+bool CRecovery::EnterDroppedFolder() {
+  indexes_[0] = FindDroppedFolder(journal_.header);
+  if (indexes_[0] == 0) return false;
+  device_ = EntryOf(indexes_[0]).device;
   writer_.Know(indexes_[0], 0);
-  return found.identity.inode == header.identity.inode &&
-         IsSameBirth(found.identity, header.identity) &&
-         (found.device == header.device || found.identity.birth != 0);
+  return true;
 }
 
 /// Enters a folder of the journal; 0 when another stands in its place, or none.
@@ -234,7 +197,7 @@ bool CRecovery::RemoveOldPlaceHolder(const PlaceHolder &holder) {
 
 bool CRecovery::PutAllRight() {
   if (journal_.halfMoves.empty() && journal_.placeHolders.empty()) return true;
-  if (!FindDroppedFolder()) {
+  if (!EnterDroppedFolder()) {
     TellOfProblem(
         journal_.header.path +
         ": is not the folder that it was; what an interrupted run was moving in it is left "
@@ -276,24 +239,51 @@ std::string LineOfInterruption(const Journal &journal) {
          (journal.filesDone == 1 ? " file was" : " files were") + " done, the rest not reached";
 }
 
-std::optional<Journal> ReadJournal(const CDescriptor &file) {
-  return ParseJournal(CMappedText(file).View());
+/// Takes an undo that was killed to its end, in its own journal. Answers what there is to tell;
+/// nothing when it has to wait.
+std::string EndTakingBack(const CJournalFolder &journals, const std::string &name,
+                          const Journal &own, CJournalWriter *writer) {
+  if (FindOverlappingRun(journals, own.header, name)) return {};
+  const FolderIndex folder = FindDroppedFolder(own.header);
+  if (folder == 0) return {};
+  const std::string line = own.header.path + ": an undo was interrupted here";
+  const CMappedJournal mapped(journals.OpenJournal(own.takesBack.name));
+  auto run = ParseJournal(mapped.Text());
+  if (!run) return line + "; the journal of the run that it takes back is gone";
+  Memory().BeginRun();
+  writer->GoOn();
+  CTakingBack takingBack(*std::move(run), mapped.Text(), folder, &own, writer);
+  std::size_t left = 0;
+  for (TakenBack taken; takingBack.Next(&taken);) {
+    left += taken.kind == TakenBackKind::kNotPutBack || taken.kind == TakenBackKind::kLost ? 1 : 0;
+  }
+  if (left == 0) return line + "; it has been taken to its end";
+  return line + "; it has been taken to its end, save " + std::to_string(left) +
+         (left == 1 ? " item" : " items") + " that could not be put back";
 }
 
 /// Puts right what the run of a journal has left, and answers what there is to tell.
-std::vector<std::string> Recover(const CDescriptor &file) {
+std::vector<std::string> Recover(const CJournalFolder &journals, const std::string &name,
+                                 const CDescriptor &file) {
   std::vector<std::string> lines;
   const std::optional<Journal> journal = ReadJournal(file);
   if (!journal || journal->isEnded) return lines;
   CJournalWriter writer;
   // Should it fail, the next start comes to the same end. The lock is that of both descriptors.
   (void)writer.Continue(fcntl(file.Get(), F_DUPFD_CLOEXEC, 0), *journal);
-  const bool isAllRight = CRecovery(*journal, &writer, &lines).PutAllRight();
+  bool isAllRight = CRecovery(*journal, &writer, &lines).PutAllRight();
+  const bool takesBack = !journal->takesBack.name.empty();
   for (const std::string &line : lines) writer.Write("recovered", {line});
-  if (lines.empty() && !journal->isToldOf) lines.push_back(LineOfInterruption(*journal));
+  if (takesBack && isAllRight) {
+    const std::string line = EndTakingBack(journals, name, *journal, &writer);
+    isAllRight = !line.empty();
+    if (isAllRight) lines.push_back(line);
+  } else if (lines.empty() && !journal->isToldOf) {
+    lines.push_back(LineOfInterruption(*journal));
+  }
   if (isAllRight) {
-    writer.Write("end", {"interrupted", TimeForJournal()});
-  } else if (!journal->isToldOf) {
+    writer.Write("end", {takesBack ? "done" : "interrupted", TimeForJournal()});
+  } else if (!journal->isToldOf && !lines.empty()) {
     writer.Write("told", {TimeForJournal()});
   }
   return lines;
@@ -309,7 +299,7 @@ std::vector<std::string> RecoverInterruptedRuns() {
     for (const std::string &name : journals.Names()) {
       const CDescriptor file = journals.OpenJournal(name);
       if (!file.IsOpen() || IsJournalEnded(file) || IsJournalInUse(file) != false) continue;
-      for (std::string &line : Recover(file)) lines.push_back(std::move(line));
+      for (std::string &line : Recover(journals, name, file)) lines.push_back(std::move(line));
     }
   } catch (const std::bad_alloc &) {
     // The journals stay as they are for the next start.

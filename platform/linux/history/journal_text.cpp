@@ -184,6 +184,12 @@ std::string TimeForJournal() {
   return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts)};
 }
 
+std::int64_t SecondsOfJournalTime(const std::string &time) {
+  std::tm parts{};
+  const char *const end = strptime(time.c_str(), "%Y-%m-%dT%H:%M:%SZ", &parts);
+  return end != nullptr && *end == '\0' ? timegm(&parts) : 0;
+}
+
 void CJournalLine::Word(std::string_view word) {
   at_ = std::copy_n(word.data(), word.size(), at_);
 }
@@ -214,10 +220,14 @@ void CJournalLine::Identity(const FolderIdentity &identity) {
   Digits(identity.inode);
 }
 
+void CJournalLine::Mode(std::uint32_t permissions) {
+  *at_++ = '\t';
+  Digits(permissions, 8);
+}
+
 /// A time before 1970 is told as 1970.
 void CJournalLine::State(const FolderState &state) {
-  *at_++ = '\t';
-  Digits(state.mode, 8);
+  Mode(state.mode);
   Number(state.owner);
   *at_++ = ':';
   Digits(state.group);
@@ -293,14 +303,20 @@ std::optional<FolderIdentity> CJournalFields::Folder() {
   return identity;
 }
 
+std::optional<std::uint32_t> CJournalFields::Mode() {
+  const auto field = Raw();
+  const auto bits = field ? ParseNumber(*field, 8) : std::nullopt;
+  if (!bits || *bits > 07777) return std::nullopt;
+  return static_cast<std::uint32_t>(*bits);
+}
+
 std::optional<FolderState> CJournalFields::State() {
-  const auto mode = Raw();
+  const auto mode = Mode();
   FolderState state;
   const bool hasOwner = ParsePair(Raw(), &state.owner, &state.group);
   const auto modified = Number();
-  const auto bits = mode ? ParseNumber(*mode, 8) : std::nullopt;
-  if (!bits || *bits > 07777 || !hasOwner || !modified) return std::nullopt;
-  state.mode = static_cast<std::uint32_t>(*bits);
+  if (!mode || !hasOwner || !modified) return std::nullopt;
+  state.mode = *mode;
   state.modified = static_cast<std::int64_t>(*modified);
   return state;
 }

@@ -47,6 +47,9 @@ std::optional<JournalHeader> ParseJournalHeader(std::string_view text);
 /// Now, in UTC: "2026-11-21T18:22:05Z".
 std::string TimeForJournal();
 
+/// The same, read: in seconds since 1970; 0 for what is no such time.
+std::int64_t SecondsOfJournalTime(const std::string &time);
+
 /// Writes one line into memory: a word, then fields with a tab before each.
 class CJournalLine {
  public:
@@ -58,6 +61,7 @@ class CJournalLine {
   void Text(std::string_view bytes);  ///< escaped, so that any bytes stay one field of plain text
   void Identity(const ItemIdentity &identity);
   void Identity(const FolderIdentity &identity);
+  void Mode(std::uint32_t permissions);
   void State(const FolderState &state);
   /// Ends the line and answers where the next one begins.
   char *End();
@@ -90,6 +94,8 @@ class CJournalFields {
   std::optional<ItemIdentity> Identity();
   std::optional<FolderIdentity> Folder();
   std::optional<FolderState> State();
+  /// Permission bits.
+  std::optional<std::uint32_t> Mode();
 
  private:
   std::string_view rest_;

@@ -29,6 +29,11 @@ bool IsStep(ChangeKind kind) {
   }
 }
 
+bool IsOfPermissions(ChangeKind kind) {
+  return kind == ChangeKind::kAllowWriting || kind == ChangeKind::kSetMode ||
+         kind == ChangeKind::kClearImmutable || kind == ChangeKind::kSetImmutable;
+}
+
 }  // namespace
 
 CJournalWriter::CJournalWriter() {
@@ -53,6 +58,11 @@ int CJournalWriter::Continue(int descriptor, const Journal &journal) {
   folder_ = {journal.header.device, journal.header.identity.inode};
   folderCount_ = static_cast<std::uint32_t>(journal.folders.size());
   return error;
+}
+
+void CJournalWriter::GoOn() {
+  isRecovering_ = false;
+  Write("continued", {TimeForJournal()});
 }
 
 /// The number of a folder, which is given one and is recorded, with those above it, when it has
@@ -171,6 +181,9 @@ ItemIdentity CJournalWriter::IdentityOfMoved(bool isBirthAsked) const {
 }
 
 int CJournalWriter::RecordChange(const TreeChange &change) {
+  if (change.kind == ChangeKind::kSetState || change.kind == ChangeKind::kSetAttributes) {
+    return RecordState(change);
+  }
   const bool isStep = change.newFolder.descriptor >= 0;
   JournalPlaceView from{0, change.name};
   const bool isNewName = change.newName != nullptr && change.newName != change.name;
@@ -182,6 +195,7 @@ int CJournalWriter::RecordChange(const TreeChange &change) {
   if (change.kind == ChangeKind::kRemoveFolder && error == 0) {
     const FolderIndex index = FindFolder(change.folder.index, change.name);
     if (index != 0) error = NumberOf(index, &removed.emplace());
+    if (removed && error == 0) error = RecordAttributes(change, *removed);
   }
   if (error == 0) error = file_.MakeRoom(CJournalLine::RoomFor(from.name.size() + to.name.size()));
   if (error != 0) return error;
@@ -191,8 +205,9 @@ int CJournalWriter::RecordChange(const TreeChange &change) {
   line.Number(from.folder);
   line.Text(from.name);
   if (isStep) line.Number(to.folder);
-  if (isNewName && to.name != from.name) line.Text(to.name);
+  if (isNewName && (!isStep || to.name != from.name)) line.Text(to.name);
   if (removed) line.Number(*removed);
+  if (IsOfPermissions(change.kind)) RecordPermissions(change, line);
   file_.Advance(line.End());
 
   switch (change.kind) {
@@ -216,6 +231,45 @@ int CJournalWriter::RecordChange(const TreeChange &change) {
     default:
       halfMoves_.NoteOtherChange();
   }
+  return 0;
+}
+
+/// What is other than it was, and of which item.
+void CJournalWriter::RecordPermissions(const TreeChange &change, CJournalLine &line) {
+  ItemStatus found;
+  if (Tree().Look(change.folder.descriptor, change.name, &found) != 0) return;
+  line.Identity(found.identity);
+  const bool isMode =
+      change.kind == ChangeKind::kAllowWriting || change.kind == ChangeKind::kSetMode;
+  line.Mode(isMode ? found.mode & 07777 : found.isImmutable ? 1U : 0U);
+}
+
+int CJournalWriter::RecordAttributes(const TreeChange &change, std::uint32_t number) {
+  for (const auto &[name, value] : Tree().ReadAttributes(change.folder, change.name)) {
+    if (int error = file_.MakeRoom(CJournalLine::RoomFor(name.size() + value.size())); error != 0) {
+      return error;
+    }
+    CJournalLine line(file_.Next());
+    line.Word("attribute");
+    line.Number(number);
+    line.Text(name);
+    line.Text(value);
+    file_.Advance(line.End());
+  }
+  return 0;
+}
+
+int CJournalWriter::RecordState(const TreeChange &change) {
+  std::uint32_t number = 0;
+  int error = NumberOf(change.folder.index, &number);
+  if (error == 0) error = file_.MakeRoom(CJournalLine::RoomFor(0));
+  if (error != 0) return error;
+  CJournalLine line(file_.Next());
+  line.Word(change.Word());
+  line.Number(number);
+  if (change.state != nullptr) line.State(*change.state);
+  file_.Advance(line.End());
+  halfMoves_.NoteOtherChange();
   return 0;
 }
 

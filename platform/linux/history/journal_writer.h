@@ -28,6 +28,9 @@ class CJournalWriter final : public CTreeLayer {
   /// line. On failure, with an `errno` value, nothing is written from then on.
   int Continue(int descriptor, const Journal &journal);
 
+  /// What comes is no recovery any more but what the journal was begun for.
+  void GoOn();
+
   /// Tells which number the journal has for a folder.
   void Know(FolderIndex folder, std::uint32_t number) { numbers_[folder] = number; }
 
@@ -53,6 +56,9 @@ class CJournalWriter final : public CTreeLayer {
   int RecordStep(const TreeChange &change);
   int RecordMove(bool isInSteps);
   int RecordChange(const TreeChange &change);
+  void RecordPermissions(const TreeChange &change, CJournalLine &line);
+  int RecordAttributes(const TreeChange &change, std::uint32_t number);
+  int RecordState(const TreeChange &change);
   ItemIdentity IdentityOfMoved(bool isBirthAsked) const;
   void RecordFailure(int error);
   void Stop(int error);

@@ -75,28 +75,38 @@ bool DoOverlap(const JournalHeader &a, const JournalHeader &b) {
          IsAmong(b, a.above);
 }
 
-std::optional<JournalHeader> ReadHeader(const CDescriptor &journal) {
-  constexpr std::size_t kMostRead = std::size_t{1} << 20;
-  std::string text(std::min(kMostRead, SizeOf(journal)), '\0');
-  const ssize_t count = pread(journal.Get(), text.data(), text.size(), 0);
-  if (count <= 0) return std::nullopt;
-  return ParseJournalHeader(std::string_view(text).substr(0, static_cast<std::size_t>(count)));
+int BeginNew(const CJournalFolder &journals, const JournalHeader &header, const RunOrder &order) {
+  journals.DeleteOldest(order.takesBack.name);
+  std::string name;
+  const int descriptor = journals.MakeJournal(&name);
+  if (descriptor < 0) return errno;
+  auto begun = std::make_unique<CJournalWriter>();
+  if (int error = begun->Begin(descriptor, header); error != 0) {
+    journals.DeleteJournal(name);
+    return error;
+  }
+  run = std::move(begun);
+  const auto &[takenBack, isRedo] = order.takesBack;
+  if (!takenBack.empty()) run->Write(isRedo ? "redoes" : "undoes", {takenBack});
+  return 0;
 }
 
-/// Another process's run in the same folder, above or below it.
-std::optional<JournalHeader> FindOverlappingRun(const CJournalFolder &journals,
-                                                const JournalHeader &own) {
-  for (const std::string &name : journals.Names()) {
-    const CDescriptor journal = journals.OpenJournal(name);
-    if (!journal.IsOpen() || IsJournalInUse(journal) != true) continue;
-    auto other = ReadHeader(journal);
-    if (other && DoOverlap(own, *other)) return other;
-  }
-  return std::nullopt;
+int GoOn(const CJournalFolder &journals, const std::string &name) {
+  CDescriptor file = journals.OpenJournal(name);
+  if (!file.IsOpen() || IsJournalInUse(file) == true) return ENOENT;
+  const auto journal = ReadJournal(file);
+  if (!journal) return ENOENT;
+  auto begun = std::make_unique<CJournalWriter>();
+  // The lock is that of both descriptors.
+  const int error = begun->Continue(fcntl(file.Get(), F_DUPFD_CLOEXEC, 0), *journal);
+  if (error != 0) return error;
+  begun->GoOn();
+  run = std::move(begun);
+  return 0;
 }
 
 /// 0, an `errno` value, or EBUSY with the reason.
-int Begin(const FSRef &folder, std::string *reason) {
+int Begin(const RunOrder &order, const FSRef &folder, std::string *reason) {
   JournalHeader header;
   if (int error = DescribeRun(folder, &header); error != 0) {
     TellThatFolderHasNone(folder, error);
@@ -110,33 +120,39 @@ int Begin(const FSRef &folder, std::string *reason) {
     error = EBUSY;
   }
   if (error != 0) return error;
-  if (const auto other = FindOverlappingRun(journals, header)) {
+  if (const auto other = FindOverlappingRun(journals, header, order.goesOn)) {
     *reason = "another Vannerly (process " + std::to_string(other->process) + ") is at work in " +
               (other->path == header.path ? "it" : other->path);
     return EBUSY;
   }
-  journals.DeleteOldest();
-  std::string name;
-  const int descriptor = journals.MakeJournal(&name);
-  if (descriptor < 0) return errno;
-  auto begun = std::make_unique<CJournalWriter>();
-  error = begun->Begin(descriptor, header);
-  if (error != 0) {
-    journals.DeleteJournal(name);
-    return error;
-  }
-  run = std::move(begun);
-  return 0;
+  return order.goesOn.empty() ? BeginNew(journals, header, order) : GoOn(journals, order.goesOn);
 }
 
 }  // namespace
 
+std::optional<JournalHeader> FindOverlappingRun(const CJournalFolder &journals,
+                                                const JournalHeader &own,
+                                                const std::string &ownName) {
+  for (const std::string &name : journals.Names()) {
+    if (name == ownName) continue;
+    const CDescriptor journal = journals.OpenJournal(name);
+    if (!journal.IsOpen() || IsJournalInUse(journal) != true) continue;
+    auto other = ReadJournalHeader(journal);
+    if (other && DoOverlap(own, *other)) return other;
+  }
+  return std::nullopt;
+}
+
 OSErr BeginRunJournal(const FSRef &folder, std::string *reason) {
+  return BeginRunJournalFor({}, folder, reason);
+}
+
+OSErr BeginRunJournalFor(const RunOrder &order, const FSRef &folder, std::string *reason) {
   run.reset();
   Memory().BeginRun();
   int error = 0;
   try {
-    error = Begin(folder, reason);
+    error = Begin(order, folder, reason);
   } catch (const std::bad_alloc &) {
     error = ENOMEM;
   }
@@ -144,6 +160,10 @@ OSErr BeginRunJournal(const FSRef &folder, std::string *reason) {
   if (error != 0) TellThatNoneIsKept(error);
   NoteFolderTaken();
   return noErr;
+}
+
+CJournalWriter *JournalInHand() {
+  return run.get();
 }
 
 void EndRunMoves() {

@@ -11,9 +11,12 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
+#include <optional>
+#include <utility>
 
 #include "platform/linux/system/descriptor.h"
 #include "platform/linux/system/directory_listing.h"
@@ -107,27 +110,109 @@ int Release(const TreeChange &change) {
   return ErrorOf(unlinkat(folder, change.name, 0));
 }
 
+/// Leads to the item behind a descriptor that is good for no more than that (O_PATH), for the calls
+/// that take none of those (proc(5)).
+class CPathOfDescriptor {
+ public:
+  explicit CPathOfDescriptor(int descriptor) {
+    (void)std::snprintf(path_, sizeof path_, "/proc/self/fd/%d", descriptor);
+  }
+  const char *Get() const { return path_; }
+
+ private:
+  char path_[32];
+};
+
 /// What is changed is the item that was looked at, whatever is put in its place meanwhile: a second
 /// name of a file elsewhere must not lose its protection.
-int AllowWriting(const TreeChange &change) {
+int ChangeMode(const TreeChange &change) {
   const CDescriptor item(
       openat(change.folder.descriptor, change.name, O_PATH | O_NOFOLLOW | O_CLOEXEC));
   struct stat found;
   if (!item.IsOpen() || fstat(item.Get(), &found) != 0) return errno;
   if (!S_ISDIR(found.st_mode) && (S_ISLNK(found.st_mode) || found.st_nlink > 1)) return EPERM;
-  // fchmod(2) takes no descriptor opened with O_PATH; its entry under /proc leads to the item.
-  char path[32];
-  (void)std::snprintf(path, sizeof path, "/proc/self/fd/%d", item.Get());
-  return ErrorOf(chmod(path, (found.st_mode & 07777) | S_IWUSR));
+  const mode_t mode =
+      change.kind == ChangeKind::kSetMode ? change.state->mode : found.st_mode | S_IWUSR;
+  return ErrorOf(chmod(CPathOfDescriptor(item.Get()).Get(), mode & 07777));
 }
 
-int ClearImmutable(const TreeChange &change) {
+int ChangeImmutable(const TreeChange &change) {
   const CDescriptor item(openat(change.folder.descriptor, change.name,
                                 O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
   int flags = 0;
   if (!item.IsOpen() || ioctl(item.Get(), FS_IOC_GETFLAGS, &flags) != 0) return errno;
-  flags &= ~FS_IMMUTABLE_FL;
+  if (change.kind == ChangeKind::kSetImmutable) {
+    flags |= FS_IMMUTABLE_FL;
+  } else {
+    flags &= ~FS_IMMUTABLE_FL;
+  }
   return ErrorOf(ioctl(item.Get(), FS_IOC_SETFLAGS, &flags));
+}
+
+/// The owner first: giving a folder away takes bits off its mode.
+int SetState(int folder, const FolderState &state) {
+  struct stat found;
+  if (fstat(folder, &found) != 0) return errno;
+  const CPathOfDescriptor path(folder);
+  if (found.st_uid != state.owner || found.st_gid != state.group) {
+    if (chown(path.Get(), state.owner, state.group) != 0 &&
+        chown(path.Get(), static_cast<uid_t>(-1), state.group) != 0 && errno != EPERM) {
+      return errno;
+    }
+    if (fstat(folder, &found) != 0) return errno;
+  }
+  if ((found.st_mode & 07777) != state.mode && chmod(path.Get(), state.mode) != 0) return errno;
+  constexpr std::int64_t kSecond = 1'000'000'000;
+  const timespec times[] = {{0, UTIME_OMIT}, {state.modified / kSecond, state.modified % kSecond}};
+  return ErrorOf(utimensat(AT_FDCWD, path.Get(), times, 0));
+}
+
+/// An answer of two calls, of which the first tells how long it is, with a null buffer.
+template <typename Read>
+std::optional<std::string> ReadOfUnknownSize(Read read) {
+  const ssize_t size = read(nullptr, 0);
+  if (size < 0) return std::nullopt;
+  std::string bytes(static_cast<std::size_t>(size), '\0');
+  const ssize_t count = read(bytes.data(), bytes.size());
+  if (count < 0) return std::nullopt;
+  bytes.resize(static_cast<std::size_t>(count));
+  return bytes;
+}
+
+ItemAttributes ReadAttributesAt(const char *path) {
+  ItemAttributes attributes;
+  const auto names = ReadOfUnknownSize(
+      [&](char *buffer, std::size_t size) { return llistxattr(path, buffer, size); });
+  if (!names) return attributes;
+  for (std::size_t start = 0; start < names->size();) {
+    std::string name = names->c_str() + start;
+    start += name.size() + 1;
+    auto value = ReadOfUnknownSize([&](char *buffer, std::size_t size) {
+      return lgetxattr(path, name.c_str(), buffer, size);
+    });
+    if (value) attributes.emplace_back(std::move(name), *std::move(value));
+  }
+  return attributes;
+}
+
+/// What the system keeps for itself, as a label of its security, cannot be set by everybody.
+int SetAttributes(int folder, const ItemAttributes &attributes) {
+  // With something behind it, the path leads through the descriptor to the folder.
+  const std::string path = std::string(CPathOfDescriptor(folder).Get()) + "/.";
+  for (const auto &[name, value] : ReadAttributesAt(path.c_str())) {
+    if (std::ranges::find(attributes, name, &std::pair<std::string, std::string>::first) ==
+        attributes.end()) {
+      (void)lremovexattr(path.c_str(), name.c_str());
+    }
+  }
+  int error = 0;
+  for (const auto &[name, value] : attributes) {
+    if (lsetxattr(path.c_str(), name.c_str(), value.data(), value.size(), 0) != 0 &&
+        name.starts_with("user.")) {
+      error = errno;
+    }
+  }
+  return error;
 }
 
 class CDisk final : public CTreeLayer {
@@ -157,11 +242,17 @@ class CDisk final : public CTreeLayer {
       case ChangeKind::kMakeLink:
         return ErrorOf(symlinkat(change.newName, from, change.name));
       case ChangeKind::kAllowWriting:
-        return AllowWriting(change);
+      case ChangeKind::kSetMode:
+        return ChangeMode(change);
       case ChangeKind::kClearImmutable:
+      case ChangeKind::kSetImmutable:
+        return ChangeImmutable(change);
+      case ChangeKind::kSetState:
+        return SetState(from, *change.state);
+      case ChangeKind::kSetAttributes:
         break;
     }
-    return ClearImmutable(change);
+    return SetAttributes(from, *change.attributes);
   }
 
   void BeginMove(const TreeMove & /*move*/) override {}
@@ -231,6 +322,11 @@ class CDisk final : public CTreeLayer {
     const std::string path = "/proc/self/fd/" + std::to_string(place.Get());
     if (ReadWholeFile(path, most, content, &status) != 0) content->clear();
     return 0;
+  }
+
+  ItemAttributes ReadAttributes(const OpenedFolder &folder, const char *name) override {
+    return ReadAttributesAt(
+        std::string(CPathOfDescriptor(folder.descriptor).Get()).append("/").append(name).c_str());
   }
 
   int VolumeKind(int folder, long *kind) override {

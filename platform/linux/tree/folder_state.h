@@ -2,6 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
 
 struct FolderState {
   std::uint32_t mode = 0;  ///< the permission bits of inode(7)
@@ -11,3 +14,6 @@ struct FolderState {
 
   bool operator==(const FolderState &) const = default;
 };
+
+/// The extended attributes of an item (xattr(7)), by name; a value is any bytes.
+using ItemAttributes = std::vector<std::pair<std::string, std::string>>;

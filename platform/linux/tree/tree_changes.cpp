@@ -62,6 +62,12 @@ bool IsUnchanged(const Place &place, const ItemStatus &then) {
          now.modified == then.modified && now.changed == then.changed;
 }
 
+/// Whether a file or folder is the one of this identity.
+bool IsStill(const Place &place, const ItemIdentity &item) {
+  ItemStatus found;
+  return LookAt(place, &found) && (found.IsFile() || found.IsFolder()) && found.identity == item;
+}
+
 /// Removes a name of an item that has another name too, while `isStillIt` says so, and nothing
 /// else: a program that saves by renaming may have put a new file there.
 template <typename IsStillIt>
@@ -166,9 +172,15 @@ int MakeSymbolicLink(const OpenedFolder &folder, const char *name, const char *t
 }
 
 int RemoveSymbolicLink(const OpenedFolder &folder, const char *name, std::string_view target) {
-  return Change({.kind = ChangeKind::kRemoveFile, .name = name, .folder = folder, .onlyIf = [&] {
+  const std::string expected(target);
+  return Change({.kind = ChangeKind::kRemoveFile,
+                 .name = name,
+                 .folder = folder,
+                 .newName = expected.c_str(),
+                 .onlyIf = [&] {
                    std::string found;
-                   return Tree().ReadLink(folder.descriptor, name, &found) == 0 && found == target;
+                   return Tree().ReadLink(folder.descriptor, name, &found) == 0 &&
+                          found == expected;
                  }});
 }
 
@@ -182,4 +194,33 @@ int ClearImmutableAttribute(const OpenedFolder &folder, const char *name) {
   // Opening a pipe or a device can have effects of its own; neither has the attribute.
   if (!item.IsFile() && !item.IsFolder()) return EPERM;
   return Change({ChangeKind::kClearImmutable, name, folder});
+}
+
+int SetPermissions(const OpenedFolder &folder, const char *name, const ItemIdentity &item,
+                   std::uint32_t mode) {
+  const FolderState state{.mode = mode};
+  return Change({.kind = ChangeKind::kSetMode,
+                 .name = name,
+                 .folder = folder,
+                 .state = &state,
+                 .onlyIf = [&] {
+                   return IsStill({folder, name}, item);
+                 }});
+}
+
+int SetImmutableAttribute(const OpenedFolder &folder, const char *name, const ItemIdentity &item) {
+  return Change({.kind = ChangeKind::kSetImmutable, .name = name, .folder = folder, .onlyIf = [&] {
+                   return IsStill({folder, name}, item);
+                 }});
+}
+
+int SetFolderState(const OpenedFolder &folder, const FolderState &state) {
+  return Change({.kind = ChangeKind::kSetState, .name = "", .folder = folder, .state = &state});
+}
+
+int SetFolderAttributes(const OpenedFolder &folder, const ItemAttributes &attributes) {
+  return Change({.kind = ChangeKind::kSetAttributes,
+                 .name = "",
+                 .folder = folder,
+                 .attributes = &attributes});
 }

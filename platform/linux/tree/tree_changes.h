@@ -39,3 +39,14 @@ int RemoveSymbolicLink(const OpenedFolder &folder, const char *name, std::string
 int AddOwnerWritePermission(const OpenedFolder &folder, const char *name);
 /// Takes the immutable attribute off a regular file or a folder; never opens anything else.
 int ClearImmutableAttribute(const OpenedFolder &folder, const char *name);
+
+/// The opposites of the two. ESTALE when the item is not the one with this identity.
+int SetPermissions(const OpenedFolder &folder, const char *name, const ItemIdentity &item,
+                   std::uint32_t mode);
+int SetImmutableAttribute(const OpenedFolder &folder, const char *name, const ItemIdentity &item);
+
+/// Gives an open folder a state: EPERM when its mode or time could not be set. The owner is set as
+/// far as that is allowed.
+int SetFolderState(const OpenedFolder &folder, const FolderState &state);
+/// Gives an open folder the attributes, and takes all others off it, as far as that is allowed.
+int SetFolderAttributes(const OpenedFolder &folder, const ItemAttributes &attributes);

@@ -44,11 +44,17 @@ std::string_view TreeChange::Word() const {
     case ChangeKind::kMakeLink:
       return "symlink";
     case ChangeKind::kAllowWriting:
+    case ChangeKind::kSetMode:
       return "chmod";
     case ChangeKind::kClearImmutable:
+    case ChangeKind::kSetImmutable:
+      return "chattr";
+    case ChangeKind::kSetState:
+      return "state";
+    case ChangeKind::kSetAttributes:
       break;
   }
-  return "chattr";
+  return "attributes";
 }
 
 /// The layers, the disk first.

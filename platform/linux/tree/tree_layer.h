@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/linux/tree/folder_state.h"
 #include "platform/linux/tree/item_identity.h"
 
 /// The place of a folder in the process-wide table of folders; 0 stands for none.
@@ -67,19 +68,26 @@ enum class ChangeKind : std::uint8_t {
   kMakeLink,      ///< a symbolic one
   kAllowWriting,  ///< to the owner. EPERM for a file with several names, which may lie elsewhere
   kClearImmutable,
+  kSetMode,  ///< the permission bits, under the same rule
+  kSetImmutable,
+  kSetState,       ///< of the folder itself: mode, owner as far as allowed, time
+  kSetAttributes,  ///< of the folder itself: those given and no others, as far as allowed
 };
 
 /// What is to be changed.
 struct TreeChange {
   ChangeKind kind;
-  const char *name;                  ///< the item changed, or made
-  OpenedFolder folder;               ///< in which it lies
-  const char *newName = nullptr;     ///< of a rename or link; the target of a symbolic link
-  OpenedFolder newFolder = {-1, 0};  ///< of a rename or link
+  const char *name;                    ///< the item changed, or made
+  OpenedFolder folder;                 ///< in which it lies
+  const char *newName = nullptr;       ///< of a rename or link; the target of a symbolic link
+  OpenedFolder newFolder = {-1, 0};    ///< of a rename or link
+  const FolderState *state = nullptr;  ///< of kSetState; of kSetMode the mode alone counts
+  const ItemAttributes *attributes = nullptr;
   /// Asked in the last moment, if it is set: ESTALE when it says no.
   std::function<bool()> onlyIf = {};
 
-  /// "rename", "link", "hold", "release", "mkdir", "unlink", "rmdir", "symlink", "chmod", "chattr"
+  /// "rename", "link", "hold", "release", "mkdir", "unlink", "rmdir", "symlink", "chmod",
+  /// "chattr", "state", "attributes"
   std::string_view Word() const;
 };
 
@@ -140,6 +148,10 @@ class CTreeLayer {
   /// or is longer than `most` bytes.
   virtual int ReadFile(int folder, const char *name, std::size_t most, std::string *content) {
     return below_->ReadFile(folder, name, most, content);
+  }
+  /// The extended attributes of an item, as far as they can be read; none of a link is followed.
+  virtual ItemAttributes ReadAttributes(const OpenedFolder &folder, const char *name) {
+    return below_->ReadAttributes(folder, name);
   }
   /// The kind of its volume, as statfs(2) tells it.
   virtual int VolumeKind(int folder, long *kind) { return below_->VolumeKind(folder, kind); }

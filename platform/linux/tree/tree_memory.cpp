@@ -33,8 +33,7 @@ void NoteNames(CNameFilter &names, const TreeChange &change, int error) {
     case ChangeKind::kRemoveFile:
       if (isDone) names.NoteGone(change.folder.index, change.name);
       break;
-    case ChangeKind::kAllowWriting:
-    case ChangeKind::kClearImmutable:
+    default:
       break;
   }
 }

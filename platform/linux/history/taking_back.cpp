@@ -1,0 +1,356 @@
+#include "platform/linux/history/taking_back.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "platform/linux/system/errors.h"
+#include "platform/linux/tree/item_location.h"
+#include "platform/linux/tree/tree_changes.h"
+
+namespace {
+
+constexpr std::int64_t kSecond = 1'000'000'000;
+
+/// What went well is only counted.
+TakenBack Done(TakenBackKind kind) {
+  return {kind, {}, {}, noErr};
+}
+
+}  // namespace
+
+CTakingBack::CTakingBack(Journal run, std::string_view text, FolderIndex folder, const Journal *own,
+                         CJournalWriter *writer)
+    : run_(std::move(run)),
+      text_(text),
+      writer_(writer),
+      indexes_(run_.folders.size(), 0),
+      rootPath_(PathOnDisk(RefOfFolder(folder))),
+      device_(EntryOf(folder).device),
+      changesLeft_(run_.changes.size()),
+      foldersLeft_(run_.folders.size()) {
+  indexes_[0] = folder;
+  if (rootPath_ == "/") rootPath_.clear();
+  if (own != nullptr) {
+    isContinued_ = true;
+    madeLast_ = own->folderMadeLast;
+    modified_[own->header.identity.inode] = own->header.before.modified;
+    for (auto next = own->folders.begin() + 1; next != own->folders.end(); ++next) {
+      const JournalFolder &known = *next;
+      if (known.isMade) madeInodes_.insert(known.identity.inode);
+      modified_.try_emplace(known.identity.inode, known.before.modified);
+    }
+    return;
+  }
+  int descriptor = -1;
+  ItemStatus found;
+  if (OpenTableFolder(folder, &descriptor) == noErr && Tree().Look(descriptor, "", &found) == 0) {
+    modified_[found.identity.inode] = found.modified;
+  }
+}
+
+/// First the changes, the last one first; then, when all is in its place, what was changed of items
+/// that have stayed; at last the folders, from the lowest up, as what is done in them changes their
+/// times.
+bool CTakingBack::Next(TakenBack *result) {
+  if (changesLeft_ > 0) {
+    *result = TakeBackChange(run_.changes[--changesLeft_]);
+  } else if (!attributes_.empty()) {
+    *result = GiveAttributeBack(ChangeInLine(text_, attributes_.back(), run_));
+    attributes_.pop_back();
+  } else if (foldersLeft_ > 0) {
+    *result = GiveStateBack(static_cast<Number>(--foldersLeft_));
+  } else {
+    return false;
+  }
+  WriteDown(*result);
+  return true;
+}
+
+TakenBack CTakingBack::TakeBackChange(const PastChange &past) {
+  if (past.kind == PastChangeKind::kNone) return {};
+  const JournalChange change = ChangeInLine(text_, past.line, run_);
+  switch (past.kind) {
+    case PastChangeKind::kMove:
+      return PutBack(change.place, {change.to}, *change.item);
+    case PastChangeKind::kMoveInSteps: {
+      std::vector<JournalPlace> places = PlacesOfSteps(text_, past.line, run_);
+      for (const HalfMove &move : run_.halfMoves) {
+        if (move.item != *change.item || move.places.front() != change.place) continue;
+        places.insert(places.end(), move.places.begin(), move.places.end());
+      }
+      places.push_back(change.to);
+      return PutBack(change.place, places, *change.item);
+    }
+    case PastChangeKind::kMakeFolder:
+      return RemoveMadeFolder(change.place, past.made);
+    case PastChangeKind::kRemoveFolder:
+      return MakeRemovedFolder(change.place, change.folder);
+    case PastChangeKind::kMakeLink:
+      return RemoveMadeLink(change.place, *change.target);
+    case PastChangeKind::kMoveMadeLink:
+      return RemoveMadeLink(change.to, *ChangeInLine(text_, past.ofLink, run_).target);
+    case PastChangeKind::kRemoveLink:
+      return MakeRemovedLink(change.place, *change.target);
+    case PastChangeKind::kDelete:
+      return TellLost(change.place);
+    case PastChangeKind::kAttribute:
+      attributes_.push_back(past.line);
+      break;
+    case PastChangeKind::kTrash:
+    case PastChangeKind::kNone:
+      break;
+  }
+  return {};
+}
+
+/// Of an item whose birth is not in the journal, its number can be another's by now: then that one
+/// was made after the run.
+bool CTakingBack::IsTheItem(const ItemStatus &found, const ItemIdentity &item) const {
+  if (found.device != device_ || item.inode == 0 || found.identity.inode != item.inode)
+    return false;
+  if (found.identity.birth == 0) return true;
+  if (item.birth != 0) return found.identity.birth == item.birth;
+  return found.identity.birth < static_cast<std::uint64_t>((run_.endTime + 1) * kSecond);
+}
+
+bool CTakingBack::Find(const JournalPlace &place, const ItemIdentity &item) {
+  OpenedFolder folder{-1, 0};
+  ItemStatus found;
+  return Open(place.folder, Missing::kIsLeft, &folder) == noErr &&
+         Tree().Look(folder.descriptor, place.name.c_str(), &found) == 0 && IsTheItem(found, item);
+}
+
+TakenBack CTakingBack::PutBack(const JournalPlace &origin, const std::vector<JournalPlace> &places,
+                               const ItemIdentity &item) {
+  const auto found = std::ranges::find_if(
+      places.rbegin(), places.rend(),
+      [&](const JournalPlace &place) { return place != origin && Find(place, item); });
+  if (found == places.rend()) {
+    return Find(origin, item) ? TakenBack() : NotPutBack(places.back(), fnfErr);
+  }
+  OpenedFolder destination{-1, 0};
+  OpenedFolder source{-1, 0};
+  OSErr error = Open(origin.folder, Missing::kIsMade, &destination);
+  if (error == noErr) error = Open(found->folder, Missing::kIsLeft, &source);
+  if (error == noErr) error = OpenTableFolder(destination.index, &destination.descriptor);
+  if (error == noErr) {
+    error = OpenTableFolder(source.index, &source.descriptor, destination.index);
+  }
+  if (error == noErr) {
+    const CWholeMove move(
+        {source.index, found->name.c_str(), item.inode, destination.index, origin.name.c_str()});
+    error = ErrorFromErrno(
+        RenameWithoutReplacing(source, found->name.c_str(), destination, origin.name.c_str()));
+  }
+  if (error == noErr) return Done(TakenBackKind::kItem);
+  TakenBack result = NotPutBack(*found, error);
+  result.oldPath = PathOf(origin);
+  return result;
+}
+
+TakenBack CTakingBack::RemoveMadeFolder(const JournalPlace &place, Number number) {
+  OpenedFolder folder{-1, 0};
+  ItemStatus found;
+  if (Open(place.folder, Missing::kIsLeft, &folder) != noErr ||
+      Tree().Look(folder.descriptor, place.name.c_str(), &found) != 0 || !found.IsFolder() ||
+      (number != 0 && found.identity.inode != run_.folders[number].identity.inode)) {
+    return {};
+  }
+  // Entered first, so that the journal tells what it was, should this be taken back too.
+  ItemReference reference{};
+  reference.folder = folder.index;
+  reference.sight = Sight::kListed;
+  reference.SetName(place.name);
+  FolderIndex removed = 0;
+  int descriptor = -1;
+  OSErr error = EnterFolder(reference, &removed, &descriptor);
+  if (error == noErr) error = OpenTableFolder(folder.index, &folder.descriptor);
+  if (error == noErr) {
+    error = ErrorFromErrno(RemoveEmptyFolder(folder, place.name.c_str()));
+  }
+  return error == noErr ? Done(TakenBackKind::kFolderTakenAway) : NotPutBack(place, error);
+}
+
+TakenBack CTakingBack::MakeRemovedFolder(const JournalPlace &place, std::optional<Number> number) {
+  OpenedFolder folder{-1, 0};
+  OSErr error = Open(place.folder, Missing::kIsMade, &folder);
+  if (error != noErr) return NotPutBack(place, error);
+  // What a killed undo has made last it knows nothing of but the name.
+  if (!madeLast_.empty() && std::exchange(madeLast_, {}) == place.name) {
+    (void)RemoveEmptyFolder(folder, place.name.c_str());
+  }
+  ItemStatus found;
+  const bool isThere = Tree().Look(folder.descriptor, place.name.c_str(), &found) == 0;
+  if (isThere && found.IsFolder()) return {};
+  if (isThere) return NotPutBack(place, dupFNErr);
+  if (number) {
+    error = Open(*number, Missing::kIsMade, &folder);
+  } else {
+    error = ErrorFromErrno(MakeFolder(folder, place.name.c_str()));
+  }
+  return error == noErr ? Done(TakenBackKind::kFolderMade) : NotPutBack(place, error);
+}
+
+TakenBack CTakingBack::RemoveMadeLink(const JournalPlace &place, const std::string &target) {
+  OpenedFolder folder{-1, 0};
+  if (Open(place.folder, Missing::kIsLeft, &folder) != noErr) return {};
+  const int error = RemoveSymbolicLink(folder, place.name.c_str(), target);
+  // Another item under that name is somebody else's.
+  if (error == ENOENT || error == ESTALE) return {};
+  return error == 0 ? Done(TakenBackKind::kAlias) : NotPutBack(place, ErrorFromErrno(error));
+}
+
+TakenBack CTakingBack::MakeRemovedLink(const JournalPlace &place, const std::string &target) {
+  OpenedFolder folder{-1, 0};
+  OSErr error = Open(place.folder, Missing::kIsMade, &folder);
+  if (error != noErr) return NotPutBack(place, error);
+  std::string found;
+  const bool isThere =
+      Tree().ReadLink(folder.descriptor, place.name.c_str(), &found) == 0 && found == target;
+  if (isThere) return {};
+  error = ErrorFromErrno(MakeSymbolicLink(folder, place.name.c_str(), target.c_str()));
+  return error == noErr ? Done(TakenBackKind::kItem) : NotPutBack(place, error);
+}
+
+TakenBack CTakingBack::TellLost(const JournalPlace &place) {
+  OpenedFolder folder{-1, 0};
+  ItemStatus found;
+  const bool isThere = Open(place.folder, Missing::kIsLeft, &folder) == noErr &&
+                       Tree().Look(folder.descriptor, place.name.c_str(), &found) == 0;
+  return isThere ? TakenBack() : TakenBack{TakenBackKind::kLost, PathOf(place), {}, noErr};
+}
+
+/// Where the item is another by now, or gone, there is nothing to give back.
+TakenBack CTakingBack::GiveAttributeBack(const JournalChange &change) {
+  OpenedFolder folder{-1, 0};
+  if (!Find(change.place, *change.item) ||
+      Open(change.place.folder, Missing::kIsLeft, &folder) != noErr) {
+    return {};
+  }
+  const char *const name = change.place.name.c_str();
+  int error = 0;
+  if (change.word == JournalWord::kChmod) {
+    error = SetPermissions(folder, name, *change.item, *change.modeBefore);
+  } else if (*change.modeBefore != 0) {
+    error = SetImmutableAttribute(folder, name, *change.item);
+  } else {
+    error = ClearImmutableAttribute(folder, name);
+  }
+  if (error == 0 || error == ENOENT || error == ESTALE) return {};
+  return NotPutBack(change.place, ErrorFromErrno(error));
+}
+
+/// A folder in which somebody else has made a change since keeps the time of that.
+TakenBack CTakingBack::GiveStateBack(Number number) {
+  const JournalFolder &known = run_.folders[number];
+  const std::uint64_t inode = number == 0 ? run_.header.identity.inode : known.identity.inode;
+  FolderState state = number == 0 ? run_.header.before : known.before;
+  OpenedFolder folder{-1, 0};
+  ItemStatus found;
+  if (known.isMade || Open(number, Missing::kIsLeft, &folder) != noErr ||
+      Tree().Look(folder.descriptor, "", &found) != 0) {
+    return {};
+  }
+  if (!madeInodes_.contains(found.identity.inode)) {
+    const auto modified = ModifiedBeforeUndo(folder.index);
+    if (found.identity.inode != inode || found.modified == state.modified || !modified ||
+        *modified >= (run_.endTime + 1) * kSecond) {
+      return {};
+    }
+    state = {found.mode & 07777, found.owner, found.group, state.modified};
+  }
+  const OSErr error = ErrorFromErrno(SetFolderState(folder, state));
+  if (error == noErr) return {};
+  return number == 0 ? TakenBack{TakenBackKind::kNotPutBack, rootPath_, {}, error}
+                     : NotPutBack({known.parent, known.name}, error);
+}
+
+std::optional<std::int64_t> CTakingBack::ModifiedBeforeUndo(FolderIndex index) const {
+  const auto told = modified_.find(EntryOf(index).inode);
+  if (told != modified_.end()) return told->second;
+  const FolderState before = StateBeforeRun(index);
+  if (before == FolderState()) return std::nullopt;
+  return before.modified;
+}
+
+/// Opens a folder of the run at the place where it was. Another folder that has its name is taken
+/// in its stead; a link or a file is not.
+OSErr CTakingBack::Open(Number number, Missing missing, OpenedFolder *folder,
+                        FolderIndex keepOpen) {
+  std::vector<Number> toEnter;
+  while (indexes_[number] == 0 ||
+         OpenTableFolder(indexes_[number], &folder->descriptor, keepOpen) != noErr) {
+    if (number == 0) return fnfErr;
+    indexes_[number] = 0;
+    toEnter.push_back(number);
+    number = run_.folders[number].parent;
+  }
+  folder->index = indexes_[number];
+  if (toEnter.empty()) return noErr;
+  std::ranges::reverse(toEnter);
+  for (const Number next : toEnter) {
+    if (OSErr error = EnterFrom(folder->index, next, missing, &folder->index); error != noErr) {
+      return error;
+    }
+    indexes_[next] = folder->index;
+  }
+  return OpenTableFolder(folder->index, &folder->descriptor, keepOpen);
+}
+
+OSErr CTakingBack::EnterFrom(FolderIndex parent, Number number, Missing missing,
+                             FolderIndex *index) {
+  ItemReference place{};
+  place.folder = parent;
+  place.sight = Sight::kListed;
+  place.SetName(run_.folders[number].name);
+  int descriptor = -1;
+  const OSErr error = EnterFolder(place, index, &descriptor);
+  if (error == fnfErr && missing == Missing::kIsMade) return MakeFolderOf(number, place, index);
+  if (error != noErr) return error;
+  return EntryOf(*index).device == device_ ? noErr : diffVolErr;
+}
+
+/// The folder's own mode could keep us from filling it.
+OSErr CTakingBack::MakeFolderOf(Number number, const ItemReference &place, FolderIndex *index) {
+  const JournalFolder &known = run_.folders[number];
+  int descriptor = -1;
+  if (OSErr error = OpenTableFolder(place.folder, &descriptor); error != noErr) return error;
+  if (int error = MakeFolder({descriptor, place.folder}, known.name.c_str()); error != 0) {
+    return ErrorFromErrno(error);
+  }
+  if (OSErr error = EnterFolder(place, index, &descriptor); error != noErr) return error;
+  madeInodes_.insert(EntryOf(*index).inode);
+  FolderState state = known.before;
+  state.mode |= S_IRWXU;
+  // Whether it could be set shows at the end.
+  (void)SetFolderState({descriptor, *index}, state);
+  const bool hasAny = !Tree().ReadAttributes({descriptor, *index}, ".").empty();
+  if (!hasAny && known.attributes.empty()) return noErr;
+  return ErrorFromErrno(SetFolderAttributes({descriptor, *index}, known.attributes));
+}
+
+std::string CTakingBack::PathOf(const JournalPlace &place) const {
+  std::vector<std::string_view> names = {place.name};
+  for (Number number = place.folder; number != 0; number = run_.folders[number].parent) {
+    names.push_back(run_.folders[number].name);
+  }
+  std::string path = rootPath_;
+  std::ranges::reverse(names);
+  for (const std::string_view name : names) path.append("/").append(name);
+  return path;
+}
+
+TakenBack CTakingBack::NotPutBack(const JournalPlace &place, OSErr error) const {
+  return {TakenBackKind::kNotPutBack, PathOf(place), {}, error};
+}
+
+void CTakingBack::WriteDown(const TakenBack &result) const {
+  if (writer_ == nullptr) return;
+  if (result.kind == TakenBackKind::kLost) writer_->Write("lost", {result.path});
+  if (result.kind == TakenBackKind::kNotPutBack) {
+    writer_->Write("left", {result.path, std::to_string(result.error)});
+  }
+}
