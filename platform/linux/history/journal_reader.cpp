@@ -45,7 +45,8 @@ class CReader {
     Settle(true);
     if (word == "folder") return ReadFolder(fields);
     if (word == "attribute") return ReadAttribute(fields);
-    if (word == "state" || word == "attributes") return ReadFolderNumber(fields).has_value();
+    if (word == "state") return ReadState(fields);
+    if (word == "attributes") return ReadFolderNumber(fields).has_value();
     if (word == "undoes" || word == "redoes") return ReadTakingBack(fields, word == "redoes");
     if (word == "end") {
       ReadEnd(fields);
@@ -91,7 +92,7 @@ class CReader {
     const auto identity = fields.Folder();
     auto name = fields.Name();
     if (number != journal_.folders.size() || !parent || !identity || !name) return false;
-    JournalFolder folder{*parent, *identity, *std::move(name), {}, {}};
+    JournalFolder folder{*parent, *identity, *std::move(name), {}, {}, {}};
     if (!IsFirstFormat()) {
       const auto state = fields.State();
       if (!state) return false;
@@ -108,6 +109,14 @@ class CReader {
     auto value = fields.Text();
     if (!folder || !name || !value || name->find('\0') != std::string::npos) return false;
     journal_.folders[*folder].attributes.emplace_back(*std::move(name), *std::move(value));
+    return true;
+  }
+
+  bool ReadState(CJournalFields &fields) {
+    const auto folder = ReadFolderNumber(fields);
+    const auto state = fields.State();
+    if (!folder || !state) return false;
+    journal_.folders[*folder].timeGiven = state->modified;
     return true;
   }
 

@@ -17,10 +17,11 @@
 struct JournalFolder {
   std::uint32_t parent = 0;  ///< less than the folder's own number
   FolderIdentity identity;
-  std::string name;           ///< in its parent
-  FolderState before;         ///< as the run has found it
-  ItemAttributes attributes;  ///< of a folder that the run has removed
-  bool isMade = false;        ///< by the run itself
+  std::string name;    ///< in its parent
+  FolderState before;  ///< as the run has found it; of number 0 the header has it
+  std::optional<std::int64_t> timeGiven;  ///< what the run has set its time of modification to
+  ItemAttributes attributes;              ///< of a folder that the run has removed
+  bool isMade = false;                    ///< by the run itself
 };
 
 /// Which run is taken back by another, which is an undo, or the redo of one.

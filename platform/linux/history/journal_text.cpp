@@ -89,8 +89,9 @@ std::optional<char> TakeEscape(std::string_view *text) {
   return static_cast<char>(value);
 }
 
-std::optional<std::uint64_t> ParseNumber(std::string_view text, int base = 10) {
-  std::uint64_t number = 0;
+template <typename Integer = std::uint64_t>
+std::optional<Integer> ParseNumber(std::string_view text, int base = 10) {
+  Integer number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
   if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
   return number;
@@ -194,7 +195,8 @@ void CJournalLine::Word(std::string_view word) {
   at_ = std::copy_n(word.data(), word.size(), at_);
 }
 
-void CJournalLine::Digits(std::uint64_t number, int base) {
+template <typename Integer>
+void CJournalLine::Digits(Integer number, int base) {
   at_ = std::to_chars(at_, at_ + 22, number, base).ptr;
 }
 
@@ -225,13 +227,13 @@ void CJournalLine::Mode(std::uint32_t permissions) {
   Digits(permissions, 8);
 }
 
-/// A time before 1970 is told as 1970.
 void CJournalLine::State(const FolderState &state) {
   Mode(state.mode);
   Number(state.owner);
   *at_++ = ':';
   Digits(state.group);
-  Number(static_cast<std::uint64_t>(std::max<std::int64_t>(state.modified, 0)));
+  *at_++ = '\t';
+  Digits(state.modified);
 }
 
 char *CJournalLine::End() {
@@ -314,10 +316,11 @@ std::optional<FolderState> CJournalFields::State() {
   const auto mode = Mode();
   FolderState state;
   const bool hasOwner = ParsePair(Raw(), &state.owner, &state.group);
-  const auto modified = Number();
+  const auto time = Raw();
+  const auto modified = time ? ParseNumber<std::int64_t>(*time) : std::nullopt;
   if (!mode || !hasOwner || !modified) return std::nullopt;
   state.mode = *mode;
-  state.modified = static_cast<std::int64_t>(*modified);
+  state.modified = *modified;
   return state;
 }
 

@@ -70,7 +70,8 @@ class CJournalLine {
   static constexpr std::size_t RoomFor(std::size_t textSize) { return 256 + 4 * textSize; }
 
  private:
-  void Digits(std::uint64_t number, int base = 10);
+  template <typename Integer>
+  void Digits(Integer number, int base = 10);
 
   char *at_;
 };

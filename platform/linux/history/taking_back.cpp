@@ -256,8 +256,8 @@ TakenBack CTakingBack::GiveStateBack(Number number) {
   }
   if (!madeInodes_.contains(found.identity.inode)) {
     const auto modified = ModifiedBeforeUndo(folder.index);
-    if (found.identity.inode != inode || found.modified == state.modified || !modified ||
-        *modified >= (run_.endTime + 1) * kSecond) {
+    const bool isSince = modified >= (run_.endTime + 1) * kSecond && modified != known.timeGiven;
+    if (found.identity.inode != inode || found.modified == state.modified || !modified || isSince) {
       return {};
     }
     state = {found.mode & 07777, found.owner, found.group, state.modified};

@@ -163,7 +163,9 @@ int SetState(int folder, const FolderState &state) {
   }
   if ((found.st_mode & 07777) != state.mode && chmod(path.Get(), state.mode) != 0) return errno;
   constexpr std::int64_t kSecond = 1'000'000'000;
-  const timespec times[] = {{0, UTIME_OMIT}, {state.modified / kSecond, state.modified % kSecond}};
+  // Before 1970 the nanoseconds count forward too.
+  const std::int64_t rest = (state.modified % kSecond + kSecond) % kSecond;
+  const timespec times[] = {{0, UTIME_OMIT}, {(state.modified - rest) / kSecond, rest}};
   return ErrorOf(utimensat(AT_FDCWD, path.Get(), times, 0));
 }
 
