@@ -11,6 +11,7 @@ import resource
 import stat
 import subprocess
 import tempfile
+import time
 import unittest
 
 PROGRAM = os.path.abspath(os.environ["VANNERLY_CLI"])
@@ -116,6 +117,14 @@ class CliCase(unittest.TestCase):
         anything when `output` is None) and answers (standard output, standard error)."""
         process = self.start(*arguments, **options)
         return self.finish(process, status, output)
+
+    def wait_until(self, condition, process):
+        """Until it is so, while the process is at work."""
+        deadline = time.monotonic() + 60
+        while not condition():
+            self.assertIsNone(process.poll(), "ended too early")
+            self.assertLess(time.monotonic(), deadline)
+            time.sleep(0.002)
 
     def finish(self, process, status=0, output=""):
         try:

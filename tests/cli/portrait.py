@@ -7,7 +7,7 @@ from dataclasses import dataclass, replace
 
 @dataclass(frozen=True)
 class Item:
-    """Folders have no inode here: one that is made again has another, and is the same to everybody."""
+    """Folders have no inode here: one that is made again has another, which nobody minds."""
 
     kind: int
     mode: int

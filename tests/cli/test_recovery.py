@@ -7,7 +7,6 @@ import os
 import re
 import signal
 import subprocess
-import time
 import unittest
 
 from cli_case import CliCase, slow_disk
@@ -17,13 +16,6 @@ TEMPORARY = "517A7274"
 
 
 class Recovery(CliCase):
-    def wait_until(self, condition, process):
-        deadline = time.monotonic() + 60
-        while not condition():
-            self.assertIsNone(process.poll(), "ended too early")
-            self.assertLess(time.monotonic(), deadline)
-            time.sleep(0.002)
-
     def test_the_next_start_puts_back_what_a_killed_one_was_moving(self):
         for step, place, end in ((1, f"one/two/{TEMPORARY}", "is back in its place"),
                                  (2, TEMPORARY, "has its new name now")):

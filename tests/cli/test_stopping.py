@@ -28,12 +28,7 @@ class Stopping(CliCase):
         """Sends the signals one by one when `when` says so: a few files of `first` were moved."""
         process = self.start("first", "second", *arguments, environment=disk or slow_disk(SLOW),
                              **options)
-        when = when or (lambda: self.moved("first") >= 12)
-        deadline = time.monotonic() + 60
-        while not when():
-            self.assertIsNone(process.poll(), "ended before it could be told to")
-            self.assertLess(time.monotonic(), deadline)
-            time.sleep(0.01)
+        self.wait_until(when or (lambda: self.moved("first") >= 12), process)
         for number in signals:
             process.send_signal(number)
             time.sleep(0.005)
