@@ -55,8 +55,9 @@ struct RunToTakeBack {
 };
 
 /// Finds the newest run that is not taken back yet, or for a redo the newest undo that no run has
-/// come after: in the folder, or anywhere when it is null. fnfErr when there is none.
-OSErr FindRunToTakeBack(TakeBack how, const FSRef *folder, RunToTakeBack *run);
+/// come after: in the folder, or anywhere when it is null. fnfErr when there is none; `reason` then
+/// says why, in words for the user.
+OSErr FindRunToTakeBack(TakeBack how, const FSRef *folder, RunToTakeBack *run, std::string *reason);
 
 /// Whether the folder is the one that the run was in, wherever it lies now.
 bool IsFolderOfRun(const FSRef &folder, const RunToTakeBack &run);

@@ -28,10 +28,9 @@ void Order(TakeBack how, const std::string &operand) {
   const std::optional<FSRef> folder = operand.empty() ? std::nullopt : FolderOf(operand);
   if (!operand.empty() && !folder) return;
   TakeBackOrder order{};
-  if (FindRunToTakeBack(how, folder ? &*folder : nullptr, &order.run) != noErr) {
-    const char *const what =
-        how == TakeBack::kUndo ? "there is nothing to take back" : "there is nothing to do again";
-    return ReportProblemOf(operand.empty() ? "history" : operand, what);
+  std::string reason;
+  if (FindRunToTakeBack(how, folder ? &*folder : nullptr, &order.run, &reason) != noErr) {
+    return ReportProblemOf(operand.empty() ? "history" : operand, reason);
   }
   const std::optional<FSRef> found = folder ? folder : AdmitFolder(order.run.folder, true).folder;
   if (!found || !IsFolderOfRun(*found, order.run)) {

@@ -46,6 +46,7 @@ class CReader {
     if (word == "folder") return ReadFolder(fields);
     if (word == "attribute") return ReadAttribute(fields);
     if (word == "state") return ReadState(fields);
+    if (word == "again") return ReadSuccessor(fields);
     if (word == "attributes") return ReadFolderNumber(fields).has_value();
     if (word == "undoes" || word == "redoes") return ReadTakingBack(fields, word == "redoes");
     if (word == "end") {
@@ -120,6 +121,15 @@ class CReader {
     return true;
   }
 
+  bool ReadSuccessor(CJournalFields &fields) {
+    const auto folder = ReadFolderNumber(fields);
+    const auto inode = fields.Number();
+    const auto birth = fields.Number();
+    if (!folder || !inode || !birth) return false;
+    journal_.successors[*inode] = {journal_.folders[*folder].identity.inode, *birth};
+    return true;
+  }
+
   bool ReadTakingBack(CJournalFields &fields, bool isRedo) {
     auto name = fields.Name();
     if (!name) return false;
@@ -133,7 +143,7 @@ class CReader {
     journal_.isEnded = true;
     journal_.isStopped = how == "stopped";
     journal_.isInterrupted = how == "interrupted";
-    journal_.endTime = SecondsOfJournalTime(time.value_or(""));
+    journal_.endTime = ReadJournalTime(time.value_or(""));
   }
 
   /// What was left is told anew.

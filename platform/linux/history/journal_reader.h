@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/linux/history/half_moves.h"
@@ -30,13 +31,17 @@ struct JournalOfTakingBack {
   bool isRedo = false;
 };
 
+/// The folders that undos have made anew, by the inode numbers of those that they stand for.
+using Successors = std::unordered_map<std::uint64_t, ItemIdentity>;
+
 struct Journal {
   JournalHeader header;
   JournalOfTakingBack takesBack;
   std::vector<JournalFolder> folders;     ///< by number
   std::vector<HalfMove> halfMoves;        ///< in folders of this journal
   std::vector<PlaceHolder> placeHolders;  ///< likewise
-  std::vector<PastChange> changes;        ///< in their order
+  Successors successors;
+  std::vector<PastChange> changes;  ///< in their order
   PastCounts counts;
   std::string folderMadeLast;  ///< see CPastChanges
   std::size_t filesDone = 0;   ///< moved up or given an alias, as far as is certain
@@ -47,7 +52,7 @@ struct Journal {
   bool isInterrupted = false;  ///< the program was killed, and a later start has ended it
   bool isToldOf = false;       ///< the user knows what could not be put right
   bool hasGap = false;         ///< it could not be written to its end
-  std::int64_t endTime = 0;    ///< in seconds since 1970; 0 while it is not ended
+  std::int64_t endTime = 0;    ///< in nanoseconds since 1970; 0 while it is not ended
   std::size_t size = 0;        ///< of what was understood: all complete lines
 };
 

@@ -13,6 +13,7 @@
 #include "platform/linux/history/journal_folder.h"
 #include "platform/linux/history/journal_reader.h"
 #include "platform/linux/history/journal_writer.h"
+#include "platform/linux/history/past_runs.h"
 #include "platform/linux/history/run_journal.h"
 #include "platform/linux/history/taking_back.h"
 #include "platform/linux/tree/folder_table.h"
@@ -252,7 +253,8 @@ std::string EndTakingBack(const CJournalFolder &journals, const std::string &nam
   if (!run) return line + "; the journal of the run that it takes back is gone";
   Memory().BeginRun();
   writer->GoOn();
-  CTakingBack takingBack(*std::move(run), mapped.Text(), folder, &own, writer);
+  CTakingBack takingBack(*std::move(run), mapped.Text(), folder,
+                         SuccessorsSince(journals, own.takesBack.name, own.header), &own, writer);
   std::size_t left = 0;
   for (TakenBack taken; takingBack.Next(&taken);) {
     left += taken.kind == TakenBackKind::kNotPutBack || taken.kind == TakenBackKind::kLost ? 1 : 0;
@@ -282,7 +284,7 @@ std::vector<std::string> Recover(const CJournalFolder &journals, const std::stri
     lines.push_back(LineOfInterruption(*journal));
   }
   if (isAllRight) {
-    writer.Write("end", {takesBack ? "done" : "interrupted", TimeForJournal()});
+    writer.Write("end", {takesBack ? "done" : "interrupted", ExactTimeForJournal()});
   } else if (!journal->isToldOf && !lines.empty()) {
     writer.Write("told", {TimeForJournal()});
   }

@@ -111,6 +111,15 @@ bool ParsePair(std::optional<std::string_view> field, Number *first, Number *sec
   return true;
 }
 
+constexpr std::int64_t kSecond = 1'000'000'000;
+
+std::string TimeOfSecond(std::time_t second) {
+  std::tm parts{};
+  (void)gmtime_r(&second, &parts);
+  char text[32];
+  return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts)};
+}
+
 std::size_t TextSize(const JournalHeader &header) {
   return header.program.size() + header.path.size() + header.time.size();
 }
@@ -178,17 +187,27 @@ std::optional<JournalHeader> ParseJournalHeader(std::string_view text) {
 }
 
 std::string TimeForJournal() {
-  const std::time_t now = std::time(nullptr);
-  std::tm parts{};
-  (void)gmtime_r(&now, &parts);
-  char text[32];
-  return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts)};
+  return TimeOfSecond(std::time(nullptr));
 }
 
-std::int64_t SecondsOfJournalTime(const std::string &time) {
+std::string ExactTimeForJournal() {
+  timespec now{};
+  (void)clock_gettime(CLOCK_REALTIME, &now);
+  std::string text = TimeOfSecond(now.tv_sec);
+  const std::string rest = std::to_string(kSecond + now.tv_nsec).substr(1);
+  return text.insert(text.size() - 1, "." + rest);
+}
+
+std::int64_t ReadJournalTime(const std::string &time) {
   std::tm parts{};
-  const char *const end = strptime(time.c_str(), "%Y-%m-%dT%H:%M:%SZ", &parts);
-  return end != nullptr && *end == '\0' ? timegm(&parts) : 0;
+  const char *const second = strptime(time.c_str(), "%Y-%m-%dT%H:%M:%S", &parts);
+  if (second == nullptr) return 0;
+  const std::string_view rest(second);
+  const std::int64_t start = std::int64_t{timegm(&parts)} * kSecond;
+  if (rest == "Z") return start + kSecond - 1;
+  constexpr std::size_t kDigits = 9;
+  if (rest.size() != kDigits + 2 || !rest.starts_with('.') || !rest.ends_with('Z')) return 0;
+  return start + ParseNumber<std::int64_t>(rest.substr(1, kDigits)).value_or(kSecond - 1);
 }
 
 void CJournalLine::Word(std::string_view word) {

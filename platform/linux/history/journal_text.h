@@ -47,8 +47,10 @@ std::optional<JournalHeader> ParseJournalHeader(std::string_view text);
 /// Now, in UTC: "2026-11-21T18:22:05Z".
 std::string TimeForJournal();
 
-/// The same, read: in seconds since 1970; 0 for what is no such time.
-std::int64_t SecondsOfJournalTime(const std::string &time);
+/// The same in nanoseconds: "2026-11-21T18:22:05.123456789Z".
+std::string ExactTimeForJournal();
+/// Either, read: in nanoseconds since 1970, the last one of a second; 0 for what is no such time.
+std::int64_t ReadJournalTime(const std::string &time);
 
 /// Writes one line into memory: a word, then fields with a tab before each.
 class CJournalLine {

@@ -65,6 +65,18 @@ void CJournalWriter::GoOn() {
   Write("continued", {TimeForJournal()});
 }
 
+void CJournalWriter::KnowAsSuccessor(FolderIndex folder, std::uint64_t inode, std::uint64_t birth) {
+  const auto known = numbers_.find(folder);
+  if (!isRecording_ || known == numbers_.end()) return;
+  if (file_.MakeRoom(CJournalLine::RoomFor(0)) != 0) return;
+  CJournalLine line(file_.Next());
+  line.Word("again");
+  line.Number(known->second);
+  line.Number(inode);
+  line.Number(birth);
+  file_.Advance(line.End());
+}
+
 /// The number of a folder, which is given one and is recorded, with those above it, when it has
 /// none.
 int CJournalWriter::NumberOf(FolderIndex index, std::uint32_t *number) {

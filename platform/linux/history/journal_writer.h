@@ -34,6 +34,10 @@ class CJournalWriter final : public CTreeLayer {
   /// Tells which number the journal has for a folder.
   void Know(FolderIndex folder, std::uint32_t number) { numbers_[folder] = number; }
 
+  /// Tells that a folder made by this run, in which something was recorded, stands for one that had
+  /// this inode number.
+  void KnowAsSuccessor(FolderIndex folder, std::uint64_t inode, std::uint64_t birth);
+
   /// Writes a line that is no change, if there is room for it.
   void Write(std::string_view word, std::initializer_list<std::string_view> texts);
 

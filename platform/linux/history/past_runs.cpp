@@ -78,13 +78,16 @@ PastRun Describe(const Journal &journal) {
   return run;
 }
 
-const char *WhyNotKnown(const Journal &journal, const CDescriptor &file) {
-  if (journal.header.format == kFirstJournalFormat) return "an older version has made it";
-  if (!journal.isEnded) {
-    return IsJournalInUse(file) == true ? "it is at work"
-                                        : "it was interrupted, and waits to be put right";
+/// Why a run can't be taken back; empty when it can.
+std::string WhyNotKnown(const KeptJournal &journal, const CDescriptor &file) {
+  if (journal.header.format == kFirstJournalFormat) {
+    return "an older version has made its journal, which does not tell enough";
   }
-  return nullptr;
+  if (journal.isEnded) return {};
+  return IsJournalInUse(file) == true
+             ? "another Vannerly (process " + std::to_string(journal.header.process) +
+                   ") is at work in it"
+             : "it was interrupted, and waits to be put right";
 }
 
 bool Look(const FSRef &folder, ItemStatus *found) {
@@ -92,6 +95,17 @@ bool Look(const FSRef &folder, ItemStatus *found) {
   int descriptor = -1;
   return FindTableFolder(folder, &index, &descriptor) == noErr &&
          Tree().Look(descriptor, "", found) == 0;
+}
+
+/// Goes on from the folders that have had successors to those that an undo has made anew. All of
+/// one undo count at once: one can have got the number of another that is gone.
+void Follow(const Successors &made, Successors *successors) {
+  Successors first = made;
+  for (auto &[inode, now] : *successors) {
+    first.erase(inode);
+    if (const auto next = made.find(now.inode); next != made.end()) now = next->second;
+  }
+  successors->merge(first);
 }
 
 /// The taking back in hand.
@@ -125,7 +139,9 @@ CPastRuns::CPastRuns(const CJournalFolder &journals) {
 /// One that was stopped can be gone on with.
 bool CPastRuns::CanBeTakenBack(std::size_t place, TakeBack how) const {
   const KeptJournal &kept = list_[place];
-  const bool isTaken = kept.takenBackBy && !list_[*kept.takenBackBy].isStopped;
+  const KeptJournal *const taking = kept.takenBackBy ? &list_[*kept.takenBackBy] : nullptr;
+  // One that has no end is at work, which shows when this one begins.
+  const bool isTaken = taking != nullptr && taking->isEnded && !taking->isStopped;
   return kept.IsUndo() == (how == TakeBack::kRedo) && kept.isEnded && !isTaken &&
          kept.header.format != kFirstJournalFormat;
 }
@@ -142,10 +158,25 @@ std::optional<RunToTakeBack> CPastRuns::Find(TakeBack how, const ItemStatus *fol
           return later->device == kept.header.device && later->identity == kept.header.identity;
         });
     if (isEnded || !CanBeTakenBack(place, how)) continue;
-    return RunToTakeBack{kept.name, kept.takenBackBy ? list_[*kept.takenBackBy].name : "",
+    const bool isStopped = kept.takenBackBy && list_[*kept.takenBackBy].isStopped;
+    return RunToTakeBack{kept.name, isStopped ? list_[*kept.takenBackBy].name : "",
                          kept.header.path, how};
   }
   return std::nullopt;
+}
+
+Successors SuccessorsSince(const CJournalFolder &journals, const std::string &name,
+                           const JournalHeader &header) {
+  Successors successors;
+  const CPastRuns past(journals);
+  for (const KeptJournal &kept : past.List()) {
+    const bool isOther =
+        kept.name <= name || kept.takesBack.name.empty() || kept.header.identity != header.identity;
+    const auto journal = isOther ? std::nullopt : ReadJournal(journals.OpenJournal(kept.name));
+    if (!journal) continue;
+    Follow(journal->successors, &successors);
+  }
+  return successors;
 }
 
 std::vector<PastRun> ListPastRuns(const std::vector<FSRef> &folders) {
@@ -172,23 +203,33 @@ std::vector<PastRun> ListPastRuns(const std::vector<FSRef> &folders) {
     run.id = kept.name;
     run.state =
         StateOf(kept.takenBackBy ? &past.List()[*kept.takenBackBy] : nullptr, journals, &run);
-    if (const char *const reason = WhyNotKnown(*journal, file); reason != nullptr) {
-      run.state = PastRunState::kNotKnown;
-      run.reason = reason;
-    }
+    run.reason = WhyNotKnown(kept, file);
+    if (!run.reason.empty()) run.state = PastRunState::kNotKnown;
     runs.push_back(std::move(run));
   }
   return runs;
 }
 
-OSErr FindRunToTakeBack(TakeBack how, const FSRef *folder, RunToTakeBack *run) {
+OSErr FindRunToTakeBack(TakeBack how, const FSRef *folder, RunToTakeBack *run,
+                        std::string *reason) {
+  *reason =
+      how == TakeBack::kUndo ? "there is nothing to take back" : "there is nothing to do again";
   CJournalFolder journals;
   if (journals.Open(false) != 0) return fnfErr;
   ItemStatus found;
   if (folder != nullptr && !Look(*folder, &found)) return fnfErr;
-  auto to = CPastRuns(journals).Find(how, folder != nullptr ? &found : nullptr);
-  if (to) *run = *std::move(to);
-  return to ? noErr : fnfErr;
+  const CPastRuns past(journals);
+  auto to = past.Find(how, folder != nullptr ? &found : nullptr);
+  if (to) {
+    *run = *std::move(to);
+    return noErr;
+  }
+  for (const KeptJournal &kept : past.List()) {
+    if (folder != nullptr && !IsDroppedFolder(kept.header, found)) continue;
+    const std::string why = WhyNotKnown(kept, journals.OpenJournal(kept.name));
+    if (!why.empty()) *reason = why;
+  }
+  return fnfErr;
 }
 
 bool IsFolderOfRun(const FSRef &folder, const RunToTakeBack &run) {
@@ -203,14 +244,17 @@ bool IsFolderOfRun(const FSRef &folder, const RunToTakeBack &run) {
 OSErr BeginTakingBack(const RunToTakeBack &run, const FSRef &folder, std::int32_t *count,
                       std::string *reason) {
   std::optional<Journal> own;
+  std::optional<Journal> journal;
+  Successors successors;
   {
     // Given up before the run begins, which opens it too.
     CJournalFolder journals;
     if (int error = journals.Open(false); error != 0) return ErrorFromErrno(error);
     inHand = std::make_unique<InHand>(journals.OpenJournal(run.id));
     if (!run.goesOn.empty()) own = ReadJournal(journals.OpenJournal(run.goesOn));
+    journal = ParseJournal(inHand->mapped.Text());
+    if (journal) successors = SuccessorsSince(journals, run.id, journal->header);
   }
-  auto journal = ParseJournal(inHand->mapped.Text());
   if (!journal || (!run.goesOn.empty() && !own)) return fnfErr;
   const RunOrder order{{run.id, run.how == TakeBack::kRedo}, run.goesOn};
   if (OSErr error = BeginRunJournalFor(order, folder, reason); error != noErr) return error;
@@ -219,8 +263,8 @@ OSErr BeginTakingBack(const RunToTakeBack &run, const FSRef &folder, std::int32_
   int descriptor = -1;
   OSErr error = FindTableFolder(folder, &index, &descriptor);
   if (error == noErr) {
-    inHand->work.emplace(*std::move(journal), inHand->mapped.Text(), index, own ? &*own : nullptr,
-                         JournalInHand());
+    inHand->work.emplace(*std::move(journal), inHand->mapped.Text(), index, std::move(successors),
+                         own ? &*own : nullptr, JournalInHand());
     *count = static_cast<std::int32_t>(std::min<std::size_t>(inHand->work->StepCount(), INT32_MAX));
     return noErr;
   }

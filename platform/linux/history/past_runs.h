@@ -25,6 +25,10 @@ struct KeptJournal {
   bool IsUndo() const { return !takesBack.name.empty() && !takesBack.isRedo; }
 };
 
+/// From the undos that came after a run, in its folder.
+Successors SuccessorsSince(const CJournalFolder &journals, const std::string &name,
+                           const JournalHeader &header);
+
 class CPastRuns {
  public:
   /// Reads what is kept; nothing when it can't be read.

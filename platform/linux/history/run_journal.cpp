@@ -175,7 +175,7 @@ void EndRunJournal(RunEnd end) {
   if (run == nullptr) return;
   // Without its last line, the next start puts right what was left halfway.
   if (!run->IsAnythingHalfDone()) {
-    run->Write("end", {end == RunEnd::kDone ? "done" : "stopped", TimeForJournal()});
+    run->Write("end", {end == RunEnd::kDone ? "done" : "stopped", ExactTimeForJournal()});
   }
   run.reset();
 }

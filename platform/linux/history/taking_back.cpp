@@ -6,13 +6,12 @@
 #include <cerrno>
 #include <utility>
 
+#include "platform/linux/history/dropped_folder.h"
 #include "platform/linux/system/errors.h"
 #include "platform/linux/tree/item_location.h"
 #include "platform/linux/tree/tree_changes.h"
 
 namespace {
-
-constexpr std::int64_t kSecond = 1'000'000'000;
 
 /// What went well is only counted.
 TakenBack Done(TakenBackKind kind) {
@@ -21,14 +20,15 @@ TakenBack Done(TakenBackKind kind) {
 
 }  // namespace
 
-CTakingBack::CTakingBack(Journal run, std::string_view text, FolderIndex folder, const Journal *own,
-                         CJournalWriter *writer)
+CTakingBack::CTakingBack(Journal run, std::string_view text, FolderIndex folder,
+                         Successors successors, const Journal *own, CJournalWriter *writer)
     : run_(std::move(run)),
       text_(text),
       writer_(writer),
       indexes_(run_.folders.size(), 0),
       rootPath_(PathOnDisk(RefOfFolder(folder))),
       device_(EntryOf(folder).device),
+      successors_(std::move(successors)),
       changesLeft_(run_.changes.size()),
       foldersLeft_(run_.folders.size()) {
   indexes_[0] = folder;
@@ -51,12 +51,18 @@ CTakingBack::CTakingBack(Journal run, std::string_view text, FolderIndex folder,
   }
 }
 
-/// First the changes, the last one first; then, when all is in its place, what was changed of items
-/// that have stayed; at last the folders, from the lowest up, as what is done in them changes their
-/// times.
+/// First the changes, the last one first; then what could not be taken back in its turn; then, when
+/// all is in its place, what was changed of items that have stayed; at last the times of the
+/// folders, as what is done in them changes these.
 bool CTakingBack::Next(TakenBack *result) {
   if (changesLeft_ > 0) {
     *result = TakeBackChange(run_.changes[--changesLeft_]);
+  } else if (!leftFolders_.empty()) {
+    const auto [place, number] = leftFolders_.back();
+    leftFolders_.pop_back();
+    *result = RemoveMadeFolder(place, number);
+  } else if (!leftItems_.empty()) {
+    *result = TellLeft();
   } else if (!attributes_.empty()) {
     *result = GiveAttributeBack(ChangeInLine(text_, attributes_.back(), run_));
     attributes_.pop_back();
@@ -106,14 +112,21 @@ TakenBack CTakingBack::TakeBackChange(const PastChange &past) {
   return {};
 }
 
+/// A folder that the run knew can have been removed and made again since.
+const ItemIdentity *CTakingBack::SuccessorOf(std::uint64_t inode) const {
+  const auto successor = successors_.find(inode);
+  return successor != successors_.end() ? &successor->second : nullptr;
+}
+
 /// Of an item whose birth is not in the journal, its number can be another's by now: then that one
 /// was made after the run.
 bool CTakingBack::IsTheItem(const ItemStatus &found, const ItemIdentity &item) const {
-  if (found.device != device_ || item.inode == 0 || found.identity.inode != item.inode)
+  const ItemIdentity *const successor = SuccessorOf(item.inode);
+  const ItemIdentity &expected = successor != nullptr ? *successor : item;
+  if (found.device != device_ || expected.inode == 0 || found.identity.inode != expected.inode)
     return false;
-  if (found.identity.birth == 0) return true;
-  if (item.birth != 0) return found.identity.birth == item.birth;
-  return found.identity.birth < static_cast<std::uint64_t>((run_.endTime + 1) * kSecond);
+  if (expected.birth != 0 || successor != nullptr) return IsSameBirth(found.identity, expected);
+  return found.identity.birth <= static_cast<std::uint64_t>(run_.endTime);
 }
 
 bool CTakingBack::Find(const JournalPlace &place, const ItemIdentity &item) {
@@ -123,30 +136,52 @@ bool CTakingBack::Find(const JournalPlace &place, const ItemIdentity &item) {
          Tree().Look(folder.descriptor, place.name.c_str(), &found) == 0 && IsTheItem(found, item);
 }
 
-TakenBack CTakingBack::PutBack(const JournalPlace &origin, const std::vector<JournalPlace> &places,
+TakenBack CTakingBack::PutBack(const JournalPlace &origin, std::vector<JournalPlace> places,
                                const ItemIdentity &item) {
-  const auto found = std::ranges::find_if(
-      places.rbegin(), places.rend(),
-      [&](const JournalPlace &place) { return place != origin && Find(place, item); });
-  if (found == places.rend()) {
-    return Find(origin, item) ? TakenBack() : NotPutBack(places.back(), fnfErr);
+  LeftItem left{places.back(), origin, fnfErr};
+  // Where the run has moved it on from, it can't have come back to.
+  const auto before = leftItems_.find({left.place.folder, left.place.name});
+  if (before != leftItems_.end()) {
+    left.place = before->second.place;
+    places.insert(places.begin(), left.place);
+    leftItems_.erase(before);
   }
+  const auto found = std::find_if(places.rbegin(), places.rend(), [&](const JournalPlace &place) {
+    return place != origin && Find(place, item);
+  });
+  if (found != places.rend()) {
+    left.place = *found;
+    left.error = MoveBack(*found, origin, item.inode);
+    if (left.error == noErr) return Done(TakenBackKind::kItem);
+  } else if (Find(origin, item)) {
+    return {};
+  }
+  leftItems_.insert_or_assign({origin.folder, origin.name}, std::move(left));
+  return {};
+}
+
+OSErr CTakingBack::MoveBack(const JournalPlace &from, const JournalPlace &to, std::uint64_t inode) {
   OpenedFolder destination{-1, 0};
   OpenedFolder source{-1, 0};
-  OSErr error = Open(origin.folder, Missing::kIsMade, &destination);
-  if (error == noErr) error = Open(found->folder, Missing::kIsLeft, &source);
+  OSErr error = Open(to.folder, Missing::kIsMade, &destination);
+  if (error == noErr) error = Open(from.folder, Missing::kIsLeft, &source);
   if (error == noErr) error = OpenTableFolder(destination.index, &destination.descriptor);
   if (error == noErr) {
     error = OpenTableFolder(source.index, &source.descriptor, destination.index);
   }
-  if (error == noErr) {
-    const CWholeMove move(
-        {source.index, found->name.c_str(), item.inode, destination.index, origin.name.c_str()});
-    error = ErrorFromErrno(
-        RenameWithoutReplacing(source, found->name.c_str(), destination, origin.name.c_str()));
-  }
-  if (error == noErr) return Done(TakenBackKind::kItem);
-  TakenBack result = NotPutBack(*found, error);
+  if (error != noErr) return error;
+  const ItemIdentity *const successor = SuccessorOf(inode);
+  const CWholeMove move({source.index, from.name.c_str(),
+                         successor != nullptr ? successor->inode : inode, destination.index,
+                         to.name.c_str()});
+  return ErrorFromErrno(
+      RenameWithoutReplacing(source, from.name.c_str(), destination, to.name.c_str()));
+}
+
+TakenBack CTakingBack::TellLeft() {
+  const auto [place, origin, error] = leftItems_.begin()->second;
+  leftItems_.erase(leftItems_.begin());
+  TakenBack result = NotPutBack(place, error);
   result.oldPath = PathOf(origin);
   return result;
 }
@@ -156,7 +191,7 @@ TakenBack CTakingBack::RemoveMadeFolder(const JournalPlace &place, Number number
   ItemStatus found;
   if (Open(place.folder, Missing::kIsLeft, &folder) != noErr ||
       Tree().Look(folder.descriptor, place.name.c_str(), &found) != 0 || !found.IsFolder() ||
-      (number != 0 && found.identity.inode != run_.folders[number].identity.inode)) {
+      (number != 0 && !IsFolderOf(found, run_.folders[number].identity.inode))) {
     return {};
   }
   // Entered first, so that the journal tells what it was, should this be taken back too.
@@ -171,7 +206,11 @@ TakenBack CTakingBack::RemoveMadeFolder(const JournalPlace &place, Number number
   if (error == noErr) {
     error = ErrorFromErrno(RemoveEmptyFolder(folder, place.name.c_str()));
   }
-  return error == noErr ? Done(TakenBackKind::kFolderTakenAway) : NotPutBack(place, error);
+  if (error == noErr) return Done(TakenBackKind::kFolderTakenAway);
+  // An item that is to go out of it can have had to wait.
+  if (error != fBsyErr || changesLeft_ == 0) return NotPutBack(place, error);
+  leftFolders_.emplace_back(place, number);
+  return {};
 }
 
 TakenBack CTakingBack::MakeRemovedFolder(const JournalPlace &place, std::optional<Number> number) {
@@ -243,6 +282,11 @@ TakenBack CTakingBack::GiveAttributeBack(const JournalChange &change) {
   return NotPutBack(change.place, ErrorFromErrno(error));
 }
 
+bool CTakingBack::IsFolderOf(const ItemStatus &found, std::uint64_t inode) const {
+  const ItemIdentity *const successor = SuccessorOf(inode);
+  return found.identity.inode == (successor != nullptr ? successor->inode : inode);
+}
+
 /// A folder in which somebody else has made a change since keeps the time of that.
 TakenBack CTakingBack::GiveStateBack(Number number) {
   const JournalFolder &known = run_.folders[number];
@@ -256,11 +300,10 @@ TakenBack CTakingBack::GiveStateBack(Number number) {
   }
   if (!madeInodes_.contains(found.identity.inode)) {
     const auto modified = ModifiedBeforeUndo(folder.index);
-    const bool isSince = modified >= (run_.endTime + 1) * kSecond && modified != known.timeGiven;
-    if (found.identity.inode != inode || found.modified == state.modified || !modified || isSince) {
-      return {};
-    }
-    state = {found.mode & 07777, found.owner, found.group, state.modified};
+    if (!IsFolderOf(found, inode) || !modified) return {};
+    const bool isSince = modified > run_.endTime && modified != known.timeGiven;
+    state = {found.mode & 07777, found.owner, found.group, isSince ? *modified : state.modified};
+    if (found.modified == state.modified) return {};
   }
   const OSErr error = ErrorFromErrno(SetFolderState(folder, state));
   if (error == noErr) return {};
@@ -327,6 +370,11 @@ OSErr CTakingBack::MakeFolderOf(Number number, const ItemReference &place, Folde
   state.mode |= S_IRWXU;
   // Whether it could be set shows at the end.
   (void)SetFolderState({descriptor, *index}, state);
+  ItemStatus made;
+  if (int error = Tree().Look(descriptor, "", &made); error != 0) return ErrorFromErrno(error);
+  if (writer_ != nullptr) {
+    writer_->KnowAsSuccessor(*index, known.identity.inode, made.identity.birth);
+  }
   const bool hasAny = !Tree().ReadAttributes({descriptor, *index}, ".").empty();
   if (!hasAny && known.attributes.empty()) return noErr;
   return ErrorFromErrno(SetFolderAttributes({descriptor, *index}, known.attributes));
