@@ -34,7 +34,6 @@ CTakingBack::CTakingBack(Journal run, std::string_view text, FolderIndex folder,
   indexes_[0] = folder;
   if (rootPath_ == "/") rootPath_.clear();
   if (own != nullptr) {
-    isContinued_ = true;
     madeLast_ = own->folderMadeLast;
     modified_[own->header.identity.inode] = own->header.before.modified;
     for (auto next = own->folders.begin() + 1; next != own->folders.end(); ++next) {
@@ -55,7 +54,10 @@ CTakingBack::CTakingBack(Journal run, std::string_view text, FolderIndex folder,
 /// all is in its place, what was changed of items that have stayed; at last the times of the
 /// folders, as what is done in them changes these.
 bool CTakingBack::Next(TakenBack *result) {
-  if (changesLeft_ > 0) {
+  if (!more_.empty()) {
+    *result = std::move(more_.back());
+    more_.pop_back();
+  } else if (changesLeft_ > 0) {
     *result = TakeBackChange(run_.changes[--changesLeft_]);
   } else if (!leftFolders_.empty()) {
     const auto [place, number] = leftFolders_.back();
@@ -132,8 +134,12 @@ bool CTakingBack::IsTheItem(const ItemStatus &found, const ItemIdentity &item) c
 bool CTakingBack::Find(const JournalPlace &place, const ItemIdentity &item) {
   OpenedFolder folder{-1, 0};
   ItemStatus found;
-  return Open(place.folder, Missing::kIsLeft, &folder) == noErr &&
-         Tree().Look(folder.descriptor, place.name.c_str(), &found) == 0 && IsTheItem(found, item);
+  if (Open(place.folder, Missing::kIsLeft, &folder) != noErr ||
+      Tree().Look(folder.descriptor, place.name.c_str(), &found) != 0) {
+    return false;
+  }
+  wasFolderFound_ = found.IsFolder();
+  return IsTheItem(found, item);
 }
 
 TakenBack CTakingBack::PutBack(const JournalPlace &origin, std::vector<JournalPlace> places,
@@ -151,6 +157,7 @@ TakenBack CTakingBack::PutBack(const JournalPlace &origin, std::vector<JournalPl
   });
   if (found != places.rend()) {
     left.place = *found;
+    if (wasFolderFound_) GiveStatesBackBelow(*found);
     left.error = MoveBack(*found, origin, item.inode);
     if (left.error == noErr) return Done(TakenBackKind::kItem);
   } else if (Find(origin, item)) {
@@ -158,6 +165,30 @@ TakenBack CTakingBack::PutBack(const JournalPlace &origin, std::vector<JournalPl
   }
   leftItems_.insert_or_assign({origin.folder, origin.name}, std::move(left));
   return {};
+}
+
+/// A folder that goes back as an item can hold some that the run has worked in: all is in its place
+/// there by then, and at the end they can't be found where the run knew them.
+void CTakingBack::GiveStatesBackBelow(const JournalPlace &place) {
+  if (numbers_.empty()) {
+    for (Number number = 1; number < run_.folders.size(); ++number) {
+      const JournalFolder &folder = run_.folders[number];
+      numbers_.emplace(std::pair(folder.parent, std::string_view(folder.name)), number);
+    }
+  }
+  std::vector<Number> below;
+  const auto add = [&](auto first, auto last) {
+    for (; first != last; ++first) below.push_back(first->second);
+  };
+  const auto [first, last] = numbers_.equal_range({place.folder, place.name});
+  add(first, last);
+  for (std::size_t done = 0; done < below.size(); ++done) {
+    add(numbers_.lower_bound({below[done], {}}), numbers_.lower_bound({below[done] + 1, {}}));
+  }
+  for (auto next = below.rbegin(); next != below.rend(); ++next) {
+    TakenBack result = GiveStateBack(*next);
+    if (result.kind != TakenBackKind::kNothing) more_.push_back(std::move(result));
+  }
 }
 
 OSErr CTakingBack::MoveBack(const JournalPlace &from, const JournalPlace &to, std::uint64_t inode) {

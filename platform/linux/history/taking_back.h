@@ -43,6 +43,7 @@ class CTakingBack {
   TakenBack TellLost(const JournalPlace &place);
   TakenBack GiveAttributeBack(const JournalChange &change);
   TakenBack GiveStateBack(Number number);
+  void GiveStatesBackBelow(const JournalPlace &place);
 
   enum class Missing : std::uint8_t { kIsLeft, kIsMade };
   OSErr Open(Number number, Missing missing, OpenedFolder *folder, FolderIndex keepOpen = 0);
@@ -75,9 +76,12 @@ class CTakingBack {
   };
   std::map<std::pair<Number, std::string>, LeftItem> leftItems_;  ///< by `origin`
   std::vector<std::pair<JournalPlace, Number>> leftFolders_;  ///< made by the run, and not empty
+  std::multimap<std::pair<Number, std::string_view>, Number>
+      numbers_;                                     ///< by place; made when used
+  std::vector<TakenBack> more_;                     ///< to be told
   std::vector<std::uint64_t> attributes_;           ///< lines, given back when all is in its place
   std::unordered_set<std::uint64_t> madeInodes_;    ///< of folders that this undo has made
   std::map<std::uint64_t, std::int64_t> modified_;  ///< of folders by inode, before this undo
-  std::string madeLast_;  ///< by an undo that was killed right then; not entered yet
-  bool isContinued_ = false;
+  std::string madeLast_;         ///< by an undo that was killed right then; not entered yet
+  bool wasFolderFound_ = false;  ///< by Find
 };
