@@ -65,8 +65,9 @@ class CChangeReader {
 
   bool ReadName(std::string *text) {
     auto name = fields_.Name();
-    if (name) *text = *std::move(name);
-    return name.has_value();
+    if (!name) return false;
+    *text = *std::move(name);
+    return true;
   }
 
   bool ReadItem(JournalChange *change) {
