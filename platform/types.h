@@ -37,6 +37,7 @@ inline constexpr OSErr userCanceledErr = -128;
 inline constexpr OSErr diffVolErr = -1303;
 inline constexpr OSErr errFSNoMoreItems = -1417;
 inline constexpr OSErr errFSRefsDifferent = -1420;
+inline constexpr OSErr errFSOperationNotSupported = -1426;
 inline constexpr OSErr errAECoercionFail = -1700;
 inline constexpr OSErr errAEDescNotFound = -1701;
 inline constexpr OSErr errAEEventNotHandled = -1708;

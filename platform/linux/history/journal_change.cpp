@@ -17,7 +17,8 @@ constexpr KnownWord kWords[] = {
     {"link", JournalWord::kLink},       {"hold", JournalWord::kHold},
     {"release", JournalWord::kRelease}, {"unlink", JournalWord::kUnlink},
     {"rmdir", JournalWord::kRmdir},     {"mkdir", JournalWord::kMkdir},
-    {"symlink", JournalWord::kSymlink}, {"chmod", JournalWord::kChmod},
+    {"symlink", JournalWord::kSymlink}, {"create", JournalWord::kCreate},
+    {"replace", JournalWord::kReplace}, {"chmod", JournalWord::kChmod},
     {"chattr", JournalWord::kChattr},   {"trash", JournalWord::kTrash},
 };
 
@@ -49,7 +50,7 @@ class CChangeReader {
         return fields_.IsAtEnd() || (ReadItem(change) && ReadMode(change));
       case JournalWord::kTrash:
         return ReadItem(change) && (change->target = fields_.Text()).has_value() &&
-               ReadName(&change->nameInTrash);
+               change->target->starts_with('/') && ReadName(&change->nameInTrash);
       default:
         return true;
     }

@@ -22,6 +22,8 @@ enum class JournalWord : std::uint8_t {
   kRmdir,
   kMkdir,
   kSymlink,
+  kCreate,
+  kReplace,
   kChmod,
   kChattr,
   kTrash,

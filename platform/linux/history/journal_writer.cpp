@@ -113,15 +113,23 @@ int CJournalWriter::RecordFolder(FolderIndex index) {
   return 0;
 }
 
-/// A change is written down before it is made, and when it has failed, so is that.
-int CJournalWriter::Change(const TreeChange &change) {
+/// Writes something down; where that fails, nothing more is. kIsOutside for what belongs to no run.
+template <typename Recording>
+int CJournalWriter::TryTo(Recording record) {
   int full = 0;
   try {
-    full = Record(change);
+    full = record();
   } catch (const std::bad_alloc &) {
     full = ENOMEM;
   }
   if (full != 0 && full != kIsOutside) Stop(full);
+  return full;
+}
+
+/// A change is written down before it is made, and when it has failed, so is that.
+int CJournalWriter::Change(const TreeChange &change) {
+  if (move_ && move_->meant.trash != nullptr) return ChangeForTrash(change);
+  const int full = TryTo([&] { return Record(change); });
   const int error = CTreeLayer::Change(change);
   // Of a change that is not in the journal its failure must not be either: it would be taken for
   // that of the one before.
@@ -129,9 +137,54 @@ int CJournalWriter::Change(const TreeChange &change) {
   return error;
 }
 
+/// A move into the trash is made by its rename, whatever is done in the trash before and after it:
+/// that is not the run's folder.
+int CJournalWriter::ChangeForTrash(const TreeChange &change) {
+  if (!move_->isWritten) {
+    move_->isWritten = TryTo([this] { return RecordTrashing(); }) == 0 && isRecording_;
+  }
+  const int error = CTreeLayer::Change(change);
+  const bool isRename = change.kind == ChangeKind::kRename || change.kind == ChangeKind::kReplace;
+  const bool isClearingUp =
+      change.kind == ChangeKind::kRemoveFile || change.kind == ChangeKind::kRelease;
+  if (isRename || (error != 0 && !isClearingUp)) move_->trashError = error;
+  return error;
+}
+
+int CJournalWriter::RecordTrashing() {
+  if (!isRecording_) return 0;
+  BeginRecording();
+  const TreeMove &meant = move_->meant;
+  const std::string_view name = meant.name;
+  const std::string_view trash = meant.trash;
+  const std::string_view newName = meant.newName;
+  std::uint32_t folder = 0;
+  int error = NumberOf(meant.folder, &folder);
+  if (error == 0) {
+    error = file_.MakeRoom(CJournalLine::RoomFor(name.size() + trash.size() + newName.size()));
+  }
+  if (error != 0) return error;
+  const ItemIdentity item = IdentityOfMoved(true);
+  CJournalLine line(file_.Next());
+  line.Word("trash");
+  line.Number(folder);
+  line.Text(name);
+  line.Identity(item);
+  line.Text(trash);
+  line.Text(newName);
+  file_.Advance(line.End());
+  halfMoves_.NoteOtherChange();
+  return 0;
+}
+
+/// Before the first line that is written for a change.
+void CJournalWriter::BeginRecording() {
+  if (std::exchange(isRecovering_, false)) Write("recovering", {TimeForJournal()});
+}
+
 int CJournalWriter::Record(const TreeChange &change) {
   if (!isRecording_) return 0;
-  if (std::exchange(isRecovering_, false)) Write("recovering", {TimeForJournal()});
+  BeginRecording();
   return move_ && IsStep(change.kind) ? RecordStep(change) : RecordChange(change);
 }
 
@@ -286,14 +339,17 @@ int CJournalWriter::RecordState(const TreeChange &change) {
 }
 
 void CJournalWriter::BeginMove(const TreeMove &move) {
-  move_ = {move, false};
+  move_ = Move{move, false};
   CTreeLayer::BeginMove(move);
 }
 
 void CJournalWriter::EndMove() {
   CTreeLayer::EndMove();
   const bool isInSteps = move_ && move_->isInSteps;
+  const bool isTrashing = move_ && move_->isWritten;
+  const int trashError = isTrashing ? move_->trashError : 0;
   move_.reset();
+  if (trashError != 0) RecordFailure(trashError);
   if (!isInSteps || !isRecording_) return;
   if (int error = file_.MakeRoom(CJournalLine::RoomFor(0)); error != 0) return Stop(error);
   CJournalLine line(file_.Next());

@@ -1,6 +1,7 @@
 /// The layer of the tree that writes a journal: what passes it is written down before it is done.
 #pragma once
 
+#include <cerrno>
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
@@ -53,12 +54,20 @@ class CJournalWriter final : public CTreeLayer {
   struct Move {
     TreeMove meant;
     bool isInSteps;  ///< that have begun
+    /// Of one into the trash, which is one line: whether that is written, and what came of it.
+    bool isWritten = false;
+    int trashError = ECANCELED;
   };
 
   /// Answers kIsOutside for a change that belongs to no run.
+  template <typename Recording>
+  int TryTo(Recording record);
+  void BeginRecording();
   int Record(const TreeChange &change);
   int RecordStep(const TreeChange &change);
   int RecordMove(bool isInSteps);
+  int ChangeForTrash(const TreeChange &change);
+  int RecordTrashing();
   int RecordChange(const TreeChange &change);
   void RecordPermissions(const TreeChange &change, CJournalLine &line);
   int RecordAttributes(const TreeChange &change, std::uint32_t number);

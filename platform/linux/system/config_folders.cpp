@@ -16,10 +16,10 @@ std::string_view Environment(const char *name) {
   return value != nullptr ? value : std::string_view();
 }
 
-/// The path of the program's folder in `folder`, which is absolute.
-std::string ProgramFolderIn(std::string_view folder) {
+/// The path of what is called `name`, with a slash before it, in `folder`, which is absolute.
+std::string PathIn(std::string_view folder, std::string_view name) {
   while (folder.ends_with('/')) folder.remove_suffix(1);
-  return std::string(folder).append(kProgramFolder);
+  return std::string(folder).append(name);
 }
 
 std::string_view HomeFolder() {
@@ -28,13 +28,14 @@ std::string_view HomeFolder() {
   return user != nullptr && user->pw_dir[0] == '/' ? user->pw_dir : std::string_view();
 }
 
-/// The program's folder in the one that `variable` names, or in `fallback` of the user's home.
-std::string UserFolder(const char *variable, std::string_view fallback) {
+/// The folder `name` in the one that `variable` names, or in `fallback` of the user's home.
+std::string UserFolder(const char *variable, std::string_view fallback,
+                       std::string_view name = kProgramFolder) {
   if (const std::string_view folder = Environment(variable); folder.starts_with('/')) {
-    return ProgramFolderIn(folder);
+    return PathIn(folder, name);
   }
   const std::string_view home = HomeFolder();
-  return home.empty() ? std::string() : ProgramFolderIn(std::string(home).append(fallback));
+  return home.empty() ? std::string() : PathIn(std::string(home).append(fallback), name);
 }
 
 }  // namespace
@@ -47,6 +48,10 @@ std::string UserStateFolder() {
   return UserFolder("XDG_STATE_HOME", "/.local/state");
 }
 
+std::string UserTrashFolder() {
+  return UserFolder("XDG_DATA_HOME", "/.local/share", "/Trash");
+}
+
 std::vector<std::string> SystemConfigFolders() {
   std::string_view list = Environment("XDG_CONFIG_DIRS");
   if (list.empty()) list = "/etc/xdg";
@@ -54,7 +59,7 @@ std::vector<std::string> SystemConfigFolders() {
   while (!list.empty()) {
     const std::size_t length = std::min(list.find(':'), list.size());
     const std::string_view folder = list.substr(0, length);
-    if (folder.starts_with('/')) folders.push_back(ProgramFolderIn(folder));
+    if (folder.starts_with('/')) folders.push_back(PathIn(folder, kProgramFolder));
     list.remove_prefix(std::min(length + 1, list.size()));
   }
   return folders;

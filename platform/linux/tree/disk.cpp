@@ -37,7 +37,8 @@ std::int64_t Nanoseconds(const Time &time) {
 
 int LookAt(int folder, const char *name, int flags, ItemStatus *status) {
   constexpr unsigned kWanted = STATX_TYPE | STATX_MODE | STATX_UID | STATX_GID | STATX_NLINK |
-                               STATX_INO | STATX_SIZE | STATX_MTIME | STATX_CTIME | STATX_BTIME;
+                               STATX_INO | STATX_SIZE | STATX_BLOCKS | STATX_MTIME | STATX_CTIME |
+                               STATX_BTIME;
   struct statx found;
   if (statx(folder, name, flags | AT_NO_AUTOMOUNT, kWanted, &found) != 0) return errno;
   status->device = makedev(found.stx_dev_major, found.stx_dev_minor);
@@ -49,6 +50,7 @@ int LookAt(int folder, const char *name, int flags, ItemStatus *status) {
   status->group = found.stx_gid;
   status->linkCount = found.stx_nlink;
   status->size = found.stx_size;
+  status->diskUse = found.stx_blocks * 512;
   status->modified = Nanoseconds(found.stx_mtime);
   status->changed = Nanoseconds(found.stx_ctime);
   status->isImmutable = (found.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
@@ -79,6 +81,19 @@ FinderInfo ReadFinderInfoOf(int descriptor) {
   return ReadFinderInfoWith([descriptor](const char *attribute, void *value, std::size_t size) {
     return fgetxattr(descriptor, attribute, value, size);
   });
+}
+
+/// The path of an item by the descriptor of its folder, for calls that take no descriptor
+/// (proc(5)).
+std::string PathByDescriptor(const OpenedFolder &folder, const char *name) {
+  return "/proc/self/fd/" + std::to_string(folder.descriptor) + "/" + name;
+}
+
+int ReplaceSmallFile(const TreeChange &change) {
+  const std::string path = PathByDescriptor(change.folder, change.name);
+  struct stat old;
+  if (fstatat(change.folder.descriptor, change.name, &old, AT_SYMLINK_NOFOLLOW) != 0) return errno;
+  return S_ISREG(old.st_mode) ? ReplaceFile(path, change.content, &old) : EINVAL;
 }
 
 int Hold(const TreeChange &change) {
@@ -237,12 +252,18 @@ class CDisk final : public CTreeLayer {
         return Release(change);
       case ChangeKind::kMakeFolder:
         return ErrorOf(mkdirat(from, change.name, 0777));
+      case ChangeKind::kMakePrivateFolder:
+        return ErrorOf(mkdirat(from, change.name, 0700));
       case ChangeKind::kRemoveFolder:
         return ErrorOf(unlinkat(from, change.name, AT_REMOVEDIR));
       case ChangeKind::kRemoveFile:
         return ErrorOf(unlinkat(from, change.name, 0));
       case ChangeKind::kMakeLink:
         return ErrorOf(symlinkat(change.newName, from, change.name));
+      case ChangeKind::kMakeFile:
+        return WriteNewFile(PathByDescriptor(change.folder, change.name), change.content, 0600);
+      case ChangeKind::kReplaceFile:
+        return ReplaceSmallFile(change);
       case ChangeKind::kAllowWriting:
       case ChangeKind::kSetMode:
         return ChangeMode(change);

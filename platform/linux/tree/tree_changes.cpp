@@ -159,6 +159,20 @@ int MakeFolder(const OpenedFolder &folder, const char *name) {
   return Change({ChangeKind::kMakeFolder, name, folder});
 }
 
+int MakePrivateFolder(const OpenedFolder &folder, const char *name) {
+  return Change({ChangeKind::kMakePrivateFolder, name, folder});
+}
+
+int MakeSmallFile(const OpenedFolder &folder, const char *name, std::string_view content) {
+  return Change(
+      {.kind = ChangeKind::kMakeFile, .name = name, .folder = folder, .content = content});
+}
+
+int ReplaceSmallFile(const OpenedFolder &folder, const char *name, std::string_view content) {
+  return Change(
+      {.kind = ChangeKind::kReplaceFile, .name = name, .folder = folder, .content = content});
+}
+
 int RemoveFile(const OpenedFolder &folder, const char *name) {
   return Change({ChangeKind::kRemoveFile, name, folder});
 }

@@ -29,6 +29,12 @@ int RenameWithoutReplacing(const OpenedFolder &fromFolder, const char *from,
 int RemovePlaceHolder(const OpenedFolder &folder, const char *name);
 
 int MakeFolder(const OpenedFolder &folder, const char *name);
+/// One that nobody but the user may enter.
+int MakePrivateFolder(const OpenedFolder &folder, const char *name);
+/// Makes a small file for the user alone, with this content or not at all: EEXIST.
+int MakeSmallFile(const OpenedFolder &folder, const char *name, std::string_view content);
+/// Gives a small file that the trash keeps for itself a new content, whole or not at all.
+int ReplaceSmallFile(const OpenedFolder &folder, const char *name, std::string_view content);
 int RemoveFile(const OpenedFolder &folder, const char *name);
 int RemoveEmptyFolder(const OpenedFolder &folder, const char *name);
 int MakeSymbolicLink(const OpenedFolder &folder, const char *name, const char *target);

@@ -36,6 +36,7 @@ std::string_view TreeChange::Word() const {
     case ChangeKind::kRelease:
       return "release";
     case ChangeKind::kMakeFolder:
+    case ChangeKind::kMakePrivateFolder:
       return "mkdir";
     case ChangeKind::kRemoveFolder:
       return "rmdir";
@@ -43,6 +44,10 @@ std::string_view TreeChange::Word() const {
       return "unlink";
     case ChangeKind::kMakeLink:
       return "symlink";
+    case ChangeKind::kMakeFile:
+      return "create";
+    case ChangeKind::kReplaceFile:
+      return "replace";
     case ChangeKind::kAllowWriting:
     case ChangeKind::kSetMode:
       return "chmod";

@@ -28,6 +28,7 @@ struct ItemStatus {
   std::uint32_t group;
   std::uint32_t linkCount;
   std::uint64_t size;     ///< in bytes
+  std::uint64_t diskUse;  ///< in bytes
   std::int64_t modified;  ///< times are in nanoseconds since 1970
   std::int64_t changed;
   bool isImmutable;
@@ -63,9 +64,12 @@ enum class ChangeKind : std::uint8_t {
   kHoldFolder,  ///< the same for a folder that is to replace it
   kRelease,     ///< removes such an item if it is empty still: ENOTEMPTY
   kMakeFolder,
-  kRemoveFolder,  ///< an empty one
+  kMakePrivateFolder,  ///< for the user alone
+  kRemoveFolder,       ///< an empty one
   kRemoveFile,
   kMakeLink,      ///< a symbolic one
+  kMakeFile,      ///< a small one with a content, for the user alone: EEXIST
+  kReplaceFile,   ///< puts such a one in the place of a file of the trash's own, and of no other
   kAllowWriting,  ///< to the owner. EPERM for a file with several names, which may lie elsewhere
   kClearImmutable,
   kSetMode,  ///< the permission bits, under the same rule
@@ -85,9 +89,10 @@ struct TreeChange {
   const ItemAttributes *attributes = nullptr;
   /// Asked in the last moment, if it is set: ESTALE when it says no.
   std::function<bool()> onlyIf = {};
+  std::string_view content = {};  ///< of a small file
 
-  /// "rename", "link", "hold", "release", "mkdir", "unlink", "rmdir", "symlink", "chmod",
-  /// "chattr", "state", "attributes"
+  /// "rename", "link", "hold", "release", "mkdir", "unlink", "rmdir", "symlink", "create",
+  /// "replace", "chmod", "chattr", "state", "attributes"
   std::string_view Word() const;
 };
 
@@ -98,6 +103,8 @@ struct TreeMove {
   std::uint64_t inode;  ///< of the item, as a listing has told it; 0: not known
   FolderIndex newFolder;
   const char *newName;
+  /// Of one into the trash: the path of the folder that holds the trash's `files` and `info`.
+  const char *trash = nullptr;
 };
 
 /// Passes everything on to the layer below.

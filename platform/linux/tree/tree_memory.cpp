@@ -25,7 +25,9 @@ void NoteNames(CNameFilter &names, const TreeChange &change, int error) {
     case ChangeKind::kHoldFile:
     case ChangeKind::kHoldFolder:
     case ChangeKind::kMakeFolder:
+    case ChangeKind::kMakePrivateFolder:
     case ChangeKind::kMakeLink:
+    case ChangeKind::kMakeFile:
       if (isTaken) names.NoteTaken(change.folder.index, change.name);
       break;
     case ChangeKind::kRelease:

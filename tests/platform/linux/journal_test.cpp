@@ -18,7 +18,9 @@
 #include "platform/linux/history/run_journal.h"
 #include "platform/linux/system/disk_names.h"
 #include "platform/linux/tree/folder_table.h"
+#include "platform/trash.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/tree_change_fault.h"
 
 namespace {
 
@@ -44,10 +46,11 @@ std::string OldHeader(const std::string &folder = "7\t100:5\t/drop") {
 TEST(JournalReader, RefusesWhatIsNoJournal) {
   const std::string folder = "folder\t1\t0\t7:101\tone\t755\t0:0\t1\n";
   EXPECT_TRUE(ParseJournal(Header() + folder + "move\t1\ta\t5:6\t0\n"));
-  for (const char *line : {"folder\t2\t0\t7:101\ta gap\t755\t0:0\t1",
-                           "folder\t1\t0\t7\tx\t755\t0:0\t1", "folder\t1\t0\t7:101\tx\t788\t0:0\t1",
-                           "folder\t1\t0\t7:101\tx", "move\t1\ta\t5:6\t0", "move\t0\ta\t5\t0\tb",
-                           "steps\t0\ta\t5:6", "rename\t0\ta", "unlink\t0", "", "erase\t0\ta"}) {
+  for (const char *line :
+       {"folder\t2\t0\t7:101\ta gap\t755\t0:0\t1", "folder\t1\t0\t7\tx\t755\t0:0\t1",
+        "folder\t1\t0\t7:101\tx\t788\t0:0\t1", "folder\t1\t0\t7:101\tx", "move\t1\ta\t5:6\t0",
+        "move\t0\ta\t5\t0\tb", "steps\t0\ta\t5:6", "rename\t0\ta", "unlink\t0", "", "erase\t0\ta",
+        "trash\t0\ta\t5:6\t/t\tb/c", "trash\t0\ta\t5:6\tt\tb"}) {
     EXPECT_FALSE(ParseJournal(Header() + line + "\n")) << line;
   }
   EXPECT_FALSE(ParseJournal(Header("drop")));
@@ -250,6 +253,33 @@ TEST_F(RunJournal, TellsOfEveryItemAndFolderWhatItWas) {
         std::string("\nrmdir\t1\tdeep\t2\nrmdir\t0\tsub\t1\nend\tdone\t")}) {
     EXPECT_NE(text.find(line), std::string::npos) << line << " in " << text;
   }
+}
+
+TEST_F(RunJournal, AMoveToTheTrashIsOneLine) {
+  setenv("XDG_DATA_HOME", home_.PathOf("data").c_str(), 1);
+  const auto identity = [this] {
+    struct statx item {};
+    EXPECT_EQ(statx(AT_FDCWD, files_.PathOf("drop/sub").c_str(), 0, STATX_BTIME, &item), 0);
+    return std::to_string(item.stx_ino) + ":" +
+           std::to_string(item.stx_btime.tv_sec * 1'000'000'000 + item.stx_btime.tv_nsec);
+  }();
+  ASSERT_EQ(Begin("drop"), noErr);
+  SetTreeChangeFault(
+      [](const TreeChange &change) { return change.kind == ChangeKind::kRename ? EACCES : 0; });
+  EXPECT_EQ(TrashMoveItem(Ref("drop/sub")), afpAccessDenied);
+  // Where the rename takes several steps it is one line still.
+  SetTreeChangeFault(
+      [](const TreeChange &change) { return change.kind == ChangeKind::kRename ? EINVAL : 0; });
+  EXPECT_EQ(TrashMoveItem(Ref("drop/sub")), noErr);
+  SetTreeChangeFault(nullptr);
+  EndRunJournal(RunEnd::kDone);
+  EXPECT_TRUE(home_.Exists("data/Trash/files/sub/deep"));
+  const std::string text = Text(Journals()[0]);
+  const std::string line =
+      "trash\t0\tsub\t" + identity + "\t" + home_.PathOf("data/Trash") + "\tsub\n";
+  EXPECT_NE(text.find("\n" + line + "failed\tEACCES\n" + line + "end\tdone\t"), std::string::npos)
+      << text;
+  EXPECT_TRUE(ParseJournal(text));
 }
 
 TEST_F(RunJournal, ThatCannotBeWrittenIsToldOnceAndStopsNothing) {
