@@ -8,6 +8,8 @@
 #include "engine/run_observers.h"
 #include "fsutil/folder_items.h"
 #include "fsutil/item_info.h"
+#include "platform/trash.h"
+#include "prefs/preferences.h"
 
 namespace {
 
@@ -68,6 +70,37 @@ void OpenLevel(const FSRef &folder, Levels &levels, DeleteWalkState &state) {
   if (state.result != noErr) (void)NotDeleted(folder, state.result);
 }
 
+// Goes through everything in `container`, contents before the folder that holds them, and calls
+// `treat(item, isFolder)` for each item until one answers with an error.
+template <typename Treat>
+void WalkContents(const FSRef &container, DeleteWalkState &state, Treat treat) {
+  Levels levels;
+  OpenLevel(container, levels, state);
+  while (state.result == noErr && !levels.empty()) {
+    FSRef item;
+    ReadNextItem(levels.back().iterator, &item, state);
+    if (state.result == errFSNoMoreItems) {
+      const FSRef emptied = levels.back().folder;
+      levels.pop_back();
+      state.result = levels.empty() ? noErr : treat(emptied, true);
+    } else if (state.result != noErr) {
+      (void)NotDeleted(levels.back().folder, state.result);
+    } else if ((state.catalogInfo.nodeFlags & kFSNodeIsDirectoryMask) != 0) {
+      OpenLevel(item, levels, state);
+    } else {
+      state.result = treat(item, false);
+    }
+  }
+}
+
+// Deletes a folder with what `treat` makes of its contents.
+template <typename Treat>
+OSErr DeleteTree(const FSRef &folder, Treat treat) {
+  DeleteWalkState state;
+  WalkContents(folder, state, treat);
+  return state.result != noErr ? state.result : DeleteItem(folder, true);
+}
+
 }  // namespace
 
 void RemoveEmptiedFolders(const FSRef &folder) {
@@ -89,7 +122,8 @@ void RemoveEmptiedFolders(const FSRef &folder) {
       continue;
     }
     if (!isFolder || IsPackage(item)) continue;
-    if (DeleteFolderTree(item) == userCanceledErr) isCalledOff = true;
+    const OSErr error = GetDeleteToTrash() ? TrashFolderTree(item) : DeleteFolderTree(item);
+    if (error == userCanceledErr) isCalledOff = true;
   }
   if (isCalledOff) TellObservers(&CRunObserver::CallOffDeletion);
 }
@@ -100,28 +134,28 @@ OSErr DeleteFolderTree(const FSRef &folder) {
       FSGetCatalogInfo(folder, kFSCatInfoNodeFlags, &info, nullptr, nullptr, nullptr);
   if (error != noErr) return NotDeleted(folder, error);
   if ((info.nodeFlags & kFSNodeIsDirectoryMask) == 0) return NotDeleted(folder, dirNFErr);
+  return DeleteTree(folder, DeleteItem);
+}
+
+OSErr TrashFolderTree(const FSRef &folder) {
+  // All of it is looked through, as a folder that may not be deleted may not go elsewhere either.
   DeleteWalkState state;
-  DeleteFolderContents(folder, state);
+  bool holdsFile = false;
+  WalkContents(folder, state, [&](const FSRef &, bool isFolder) {
+    holdsFile = holdsFile || !isFolder;
+    return noErr;
+  });
   if (state.result != noErr) return state.result;
-  return DeleteItem(folder, true);
+  if (!holdsFile) {
+    return DeleteTree(folder, [](const FSRef &item, bool isFolder) {
+      return isFolder ? DeleteItem(item, true) : NotDeleted(item, fBsyErr);
+    });
+  }
+  if (const OSErr error = TrashMoveItem(folder); error != noErr) return NotDeleted(folder, error);
+  NoteRunEvent({RunEvent::kTrashed, folder});
+  return noErr;
 }
 
 void DeleteFolderContents(const FSRef &container, DeleteWalkState &state) {
-  Levels levels;
-  OpenLevel(container, levels, state);
-  while (state.result == noErr && !levels.empty()) {
-    FSRef item;
-    ReadNextItem(levels.back().iterator, &item, state);
-    if (state.result == errFSNoMoreItems) {
-      const FSRef emptied = levels.back().folder;
-      levels.pop_back();
-      state.result = levels.empty() ? noErr : DeleteItem(emptied, true);
-    } else if (state.result != noErr) {
-      (void)NotDeleted(levels.back().folder, state.result);
-    } else if ((state.catalogInfo.nodeFlags & kFSNodeIsDirectoryMask) != 0) {
-      OpenLevel(item, levels, state);
-    } else {
-      state.result = DeleteItem(item, false);
-    }
-  }
+  WalkContents(container, state, DeleteItem);
 }

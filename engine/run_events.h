@@ -41,6 +41,7 @@ enum class RunEvent : std::uint8_t {
   kFolderNotRead,   ///< `item` could not be listed: what lies in it has not been found
   kFileDeleted,     ///< `item` was deleted with the folder that held it
   kFolderDeleted,   ///< so was the folder `item`, or it was empty
+  kTrashed,         ///< the folder `item` was moved to the trash with all that was in it
   kNotDeleted,      ///< `item` was to be deleted; it and the folders above it stay
   kFolderMade,      ///< `item` was made for collating
   kCollated,        ///< `count` items were moved into the folder `item`

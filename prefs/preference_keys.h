@@ -1,4 +1,4 @@
-/// The six preference keys with their types and defaults, written once.
+/// The seven preference keys with their types and defaults, written once.
 #pragma once
 
 #include <cstdint>
@@ -25,10 +25,16 @@ inline constexpr PreferenceKey kRenameDuplicates{"RenameDuplicates", PreferenceT
 /// Delete the sub-folders afterwards, with whatever is left in them.
 inline constexpr PreferenceKey kDeleteEmptiedFolders{"DeleteEmptiedFolders",
                                                      PreferenceType::kBoolean, false};
+/// Those that still hold a file are moved to the trash instead, each whole.
+inline constexpr PreferenceKey kDeleteToTrash{"DeleteToTrash", PreferenceType::kBoolean, false};
 /// Sort the items by extension into sub-folders afterwards.
 inline constexpr PreferenceKey kAggregateFilesWhenDone{"AggregateFilesWhenDone",
                                                        PreferenceType::kBoolean, false};
 
-inline constexpr PreferenceKey kPreferenceKeys[] = {
-    kOperation,        kQuitWhenDone,         kIgnoreApplications,
-    kRenameDuplicates, kDeleteEmptiedFolders, kAggregateFilesWhenDone};
+inline constexpr PreferenceKey kPreferenceKeys[] = {kOperation,
+                                                    kQuitWhenDone,
+                                                    kIgnoreApplications,
+                                                    kRenameDuplicates,
+                                                    kDeleteEmptiedFolders,
+                                                    kDeleteToTrash,
+                                                    kAggregateFilesWhenDone};

@@ -31,6 +31,10 @@ bool GetDeleteEmptiedFolders() {
   return GetBoolean(kDeleteEmptiedFolders);
 }
 
+bool GetDeleteToTrash() {
+  return GetBoolean(kDeleteToTrash);
+}
+
 bool GetAggregateFilesWhenDone() {
   return GetBoolean(kAggregateFilesWhenDone);
 }

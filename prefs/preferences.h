@@ -16,6 +16,7 @@ bool GetQuitWhenDone();
 bool GetIgnoreApplications();
 bool GetRenameDuplicates();
 bool GetDeleteEmptiedFolders();
+bool GetDeleteToTrash();
 bool GetAggregateFilesWhenDone();
 
 /// The stored value of a key, a Boolean as 0 or 1 and a number cut to 16 bits; none when it is

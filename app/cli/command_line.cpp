@@ -20,6 +20,7 @@ Moves every file below each FOLDER up into it, or takes that back.
   --[no-]ignore-applications          treat applications and packages as single items
   --[no-]delete-emptied-folders       afterwards delete the sub-folders of FOLDER, with
                                       everything that is still in them
+  --[no-]delete-to-trash              move those to the trash instead that still hold a file
   --[no-]aggregate-files-when-done    afterwards sort the items by extension into folders
 
 These hold for this run; without them the stored preferences do.
@@ -96,6 +97,7 @@ constexpr BooleanOption kBooleanOptions[] = {
     {"--rename-duplicates,!--no-rename-duplicates", kRenameDuplicates},
     {"--ignore-applications,!--no-ignore-applications", kIgnoreApplications},
     {"--delete-emptied-folders,!--no-delete-emptied-folders", kDeleteEmptiedFolders},
+    {"--delete-to-trash,!--no-delete-to-trash", kDeleteToTrash},
     {"--aggregate-files-when-done,!--no-aggregate-files-when-done", kAggregateFilesWhenDone},
 };
 

@@ -26,6 +26,8 @@ constexpr KnownResult kKnownResults[] = {
     {userCanceledErr, {"userCanceledErr", "the program was told to end"}},
     {diffVolErr, {"diffVolErr", "it lies on another volume"}},
     {afpAccessDenied, {"afpAccessDenied", "permission is denied"}},
+    {errFSOperationNotSupported,
+     {"errFSOperationNotSupported", "there is no trash for it that can be used"}},
     {errFSRefsDifferent,
      {"errFSRefsDifferent",
       "it is not, or was not all the time, the folder that was looked through"}},

@@ -43,6 +43,8 @@ inline constexpr std::array<EventWords, kRunEventCount> kEventWords{{
      "could not be looked into{reason}"},
     {RunEvent::kFileDeleted, "deletedFiles", "files deleted", "deleted with its folder"},
     {RunEvent::kFolderDeleted, "deletedFolders", "folders deleted", "deleted"},
+    {RunEvent::kTrashed, "trashed", "moved to the trash",
+     "moved to the trash with all that was in it"},
     {RunEvent::kNotDeleted, "notDeleted", "not deleted",
      "not deleted, nor the folders it lies in{reason}"},
     {RunEvent::kFolderMade, "foldersMade", "folders made", "made"},

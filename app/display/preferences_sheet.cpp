@@ -14,11 +14,13 @@ struct CheckBox {
   bool (*getter)();
 };
 
+constexpr std::int32_t kTrashControlID = 12;
 constexpr CheckBox kCheckBoxes[] = {
     {4, FourChars("Qwdo"), kQuitWhenDone, GetQuitWhenDone},
     {7, FourChars("TBAF"), kIgnoreApplications, GetIgnoreApplications},
     {8, FourChars("RNME"), kRenameDuplicates, GetRenameDuplicates},
     {9, FourChars("DLTE"), kDeleteEmptiedFolders, GetDeleteEmptiedFolders},
+    {kTrashControlID, FourChars("Trsh"), kDeleteToTrash, GetDeleteToTrash},
     {10, FourChars("CFWD"), kAggregateFilesWhenDone, GetAggregateFilesWhenDone},
 };
 constexpr std::size_t kCheckBoxCount = std::size(kCheckBoxes);
@@ -51,6 +53,13 @@ void CreateSheet() {
   SetControlValue(sheet.operation, static_cast<std::int16_t>(GetOperation()));
 }
 
+// Without deletion there is nothing that could go to the trash.
+void EnableTrashBox() {
+  ControlRef box = nullptr;
+  (void)GetControlByID(sheet.window, {kControlSignature, kTrashControlID}, &box);
+  (void)(GetDeleteEmptiedFolders() ? EnableControl(box) : DisableControl(box));
+}
+
 void CloseSheet() {
   (void)HideSheetWindow(sheet.window);
   DisposeWindow(sheet.window);
@@ -62,6 +71,7 @@ void SaveCheckBox(std::size_t index) {
   CFPreferencesSetAppValue(kCheckBoxes[index].key.name,
                            GetControlValue(sheet.checkBoxes[index]) != 0);
   (void)CFPreferencesAppSynchronize();
+  EnableTrashBox();
 }
 
 // Not synchronized, as the getter reads without that; the next synchronize writes it.
@@ -77,6 +87,7 @@ OSStatus ShowPreferencesSheet() {
   for (std::size_t i = 0; i < kCheckBoxCount; ++i) {
     SetControlValue(sheet.checkBoxes[i], kCheckBoxes[i].getter() ? 1 : 0);
   }
+  EnableTrashBox();
   BringToFront(sheet.window);
   SetPortWindowPort(sheet.window);
   return ShowSheetWindow(sheet.window, MainWindow.window);

@@ -17,18 +17,18 @@ _vannerly_cli() {
   --operation) words='move alias' ;;
   --set)
     words='Operation= RenameDuplicates= IgnoreApplications= DeleteEmptiedFolders=
-      AggregateFilesWhenDone= QuitWhenDone='
+      DeleteToTrash= AggregateFilesWhenDone= QuitWhenDone='
     compopt -o nospace
     ;;
   Operation) words='1 2' ;;
   RenameDuplicates | IgnoreApplications | DeleteEmptiedFolders) words='true false' ;;
-  AggregateFilesWhenDone | QuitWhenDone) words='true false' ;;
+  DeleteToTrash | AggregateFilesWhenDone | QuitWhenDone) words='true false' ;;
   *)
     if [[ $current != -* ]]; then return; fi
     words='--operation= --rename-duplicates --no-rename-duplicates --ignore-applications
       --no-ignore-applications --delete-emptied-folders --no-delete-emptied-folders
-      --aggregate-files-when-done --no-aggregate-files-when-done --preferences --set --quiet
-      --verbose --json --force --help --version --'
+      --delete-to-trash --no-delete-to-trash --aggregate-files-when-done
+      --no-aggregate-files-when-done --preferences --set --quiet --verbose --json --force --help --version --'
     ;;
   esac
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")

@@ -7,13 +7,15 @@ complete -c vannerly-cli -l ignore-applications -d 'Treat packages as single ite
 complete -c vannerly-cli -l no-ignore-applications -d 'Take packages apart'
 complete -c vannerly-cli -l delete-emptied-folders -d 'Delete the sub-folders with all that is in them'
 complete -c vannerly-cli -l no-delete-emptied-folders -d 'Keep the sub-folders'
+complete -c vannerly-cli -l delete-to-trash -d 'Move those that hold a file to the trash instead'
+complete -c vannerly-cli -l no-delete-to-trash -d 'Delete them for good'
 complete -c vannerly-cli -l aggregate-files-when-done -d 'Sort the items by extension'
 complete -c vannerly-cli -l no-aggregate-files-when-done -d 'Do not sort the items'
 complete -c vannerly-cli -l preferences -d 'Show the preferences'
 complete -c vannerly-cli -l set -x -d 'Store a preference' -a "
   Operation={1,2}
   {RenameDuplicates,IgnoreApplications,DeleteEmptiedFolders}={true,false}
-  {AggregateFilesWhenDone,QuitWhenDone}={true,false}"
+  {DeleteToTrash,AggregateFilesWhenDone,QuitWhenDone}={true,false}"
 complete -c vannerly-cli -l quiet -d 'Show nothing while working, except problems'
 complete -c vannerly-cli -l verbose -d 'Name each file left in place, renamed or deleted'
 complete -c vannerly-cli -l json -d 'Print the same as JSON when all is done'

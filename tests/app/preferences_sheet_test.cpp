@@ -39,11 +39,9 @@ TEST_F(CPreferencesSheetTest, EachClickIsSavedAtOnceAndPassedOn) {
     std::int32_t id;
     const char (&command)[5];
     bool (*getter)();
-  } kCheckBoxes[] = {{4, "Qwdo", GetQuitWhenDone},
-                     {7, "TBAF", GetIgnoreApplications},
-                     {8, "RNME", GetRenameDuplicates},
-                     {9, "DLTE", GetDeleteEmptiedFolders},
-                     {10, "CFWD", GetAggregateFilesWhenDone}};
+  } kCheckBoxes[] = {{4, "Qwdo", GetQuitWhenDone},     {7, "TBAF", GetIgnoreApplications},
+                     {8, "RNME", GetRenameDuplicates}, {9, "DLTE", GetDeleteEmptiedFolders},
+                     {12, "Trsh", GetDeleteToTrash},   {10, "CFWD", GetAggregateFilesWhenDone}};
   for (const auto &[id, command, getter] : kCheckBoxes) {
     for (const bool on : {!getter(), getter()}) {
       Choose(id, on ? 1 : 0);
@@ -51,6 +49,8 @@ TEST_F(CPreferencesSheetTest, EachClickIsSavedAtOnceAndPassedOn) {
       EXPECT_EQ(getter(), on) << command;
     }
   }
+  EXPECT_EQ(Recorder().CallsBeginningWith("EnableControl PreferencesWindow.12").size(), 1u)
+      << "once, while the sub-folders are deleted";
   Choose(11, 2);
   EXPECT_EQ(Click("Oper"), eventNotHandledErr);
   EXPECT_EQ(GetOperation(), 2);

@@ -43,6 +43,7 @@ class CliCase(unittest.TestCase):
         self.environment = {**os.environ, "HOME": self.home,
                             "XDG_CONFIG_HOME": self.path("config"),
                             "XDG_STATE_HOME": self.path("state"),
+                            "XDG_DATA_HOME": self.path("data"),
                             "XDG_CONFIG_DIRS": self.path("system")}
 
     # Files -------------------------------------------------------------------------------------

@@ -129,8 +129,8 @@ class Usage(CliCase):
         before = self.tree(drop)
         out, err = self.run_cli("--help", "drop", output=None)
         for option in ("--operation", "--rename-duplicates", "--ignore-applications",
-                       "--delete-emptied-folders", "--aggregate-files-when-done", "--preferences",
-                       "--set", "--quiet", "--force", "--version", "FOLDER"):
+                       "--delete-emptied-folders", "--delete-to-trash", "--aggregate-files-when-done",
+                       "--preferences", "--set", "--quiet", "--force", "--version", "FOLDER"):
             self.assertIn(option, out.replace("[no-]", ""))
         self.assertEqual(err, "")
         out, err = self.run_cli("--version", "drop", output=None)
@@ -167,8 +167,8 @@ class Stored(CliCase):
         self.assertEqual(listed, {
             "Operation": "1 (default)", "QuitWhenDone": "false (default)",
             "IgnoreApplications": "true (default)", "RenameDuplicates": "true (default)",
-            "DeleteEmptiedFolders": "false (default)", "AggregateFilesWhenDone": "false (default)",
-            **expected})
+            "DeleteEmptiedFolders": "false (default)", "DeleteToTrash": "false (default)",
+            "AggregateFilesWhenDone": "false (default)", **expected})
 
     def test_precedence(self):
         self.assertPreferences({})

@@ -9,8 +9,8 @@ import unittest
 
 from cli_case import IDLE, CliCase, exact, powerless
 
-LISTS = ("leftInPlace", "renamed", "unreadFolders", "deletedFiles", "deletedFolders", "notDeleted",
-         "foldersMade", "collated", "notCollated")
+LISTS = ("leftInPlace", "renamed", "unreadFolders", "deletedFiles", "deletedFolders", "trashed",
+         "notDeleted", "foldersMade", "collated", "notCollated")
 LONG = "n" * 240 + ".txt"
 STRANGE = "x\n\x1b[2J\udcff.txt"
 
@@ -159,12 +159,15 @@ class Reports(CliCase):
         """Both tell what a user has to know, together, and nothing when there is nothing."""
         ending = "; --verbose tells more.\n"
         delete, collate = "--delete-emptied-folders", "--aggregate-files-when-done"
+        trash = "--delete-to-trash"
         for options, line in (
                 ((), ""), ((delete, collate), ""), (("--operation=3",), ""),
                 (("--operation=alias", collate), ""),
                 (("--no-rename-duplicates",), "2 files were left in place"),
                 (("--no-rename-duplicates", delete),
                  "2 files were left in place, 2 files were deleted with their folders"),
+                (("--no-rename-duplicates", delete, trash), "2 files were left in place"),
+                (("--operation=alias", delete, trash), ""),
                 (("--operation=alias", delete), "6 files were deleted with their folders"),
                 (("--operation=3", delete), "6 files were deleted with their folders"),
                 ((collate,), "6 items could not be collated")):

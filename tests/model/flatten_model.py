@@ -47,6 +47,7 @@ class Preferences:
     renameDuplicates: bool = True
     ignoreApplications: bool = True
     deleteEmptiedFolders: bool = False
+    deleteToTrash: bool = False
     aggregateFilesWhenDone: bool = False
 
 
@@ -79,10 +80,11 @@ class Flattening:
         self.root, self.path, self.preferences = root, path, preferences
         self.uuids = 0
         self.aliases = {}
+        self.trash = {}  # path -> what has gone to the trash from there
         # How often each rule had something to do: a test that never meets a rule proves nothing.
         self.seen = dict.fromkeys(
             ("moved", "renamed", "left for a taken name", "left for a long name", "aliases",
-             "no alias", "packages kept whole", "deleted folders", "deleted files",
+             "no alias", "packages kept whole", "deleted folders", "deleted files", "trashed folders",
              "kept packages", "collated", "not collated"), 0)
 
     def run(self):
@@ -184,8 +186,12 @@ class Flattening:
             if is_package(name, item):
                 self.seen["kept packages"] += 1
                 continue
-            self.seen["deleted folders"] += 1
-            self.seen["deleted files"] += self.holds_files(item)
+            if self.preferences.deleteToTrash and self.holds_files(item):
+                self.seen["trashed folders"] += 1
+                self.trash[self.path + b"/" + name] = item
+            else:
+                self.seen["deleted folders"] += 1
+                self.seen["deleted files"] += self.holds_files(item)
             del self.root.items[name]
 
     def holds_files(self, folder):

@@ -14,6 +14,7 @@ import stat
 import subprocess
 import sys
 import tempfile
+import urllib.parse
 from dataclasses import dataclass
 from pprint import pformat
 
@@ -25,7 +26,7 @@ BATCH = 16
 REFUSALS = "renames refused by the disk"
 FINDER_INFO = "user.com.apple.FinderInfo"
 KEYS = {"renameDuplicates": "rename-duplicates", "ignoreApplications": "ignore-applications",
-        "deleteEmptiedFolders": "delete-emptied-folders",
+        "deleteEmptiedFolders": "delete-emptied-folders", "deleteToTrash": "delete-to-trash",
         "aggregateFilesWhenDone": "aggregate-files-when-done"}
 
 
@@ -141,7 +142,7 @@ def make_case(seed, place, disk):
 
 
 def preferences_of(batch):
-    """Every combination in turn: 3 operations by 16; every third batch has an odd number. Also the
+    """Every combination in turn: 3 operations by 32; every third batch has an odd number. Also the
     options that say so; what is at its default need not be said."""
     rnd = random.Random(f"preferences {batch}")
     preferences, defaults = Preferences(operation=batch % 3 + 1), Preferences()
@@ -177,13 +178,26 @@ def uuids_in(node):
     return found
 
 
-def differences(case, flattening, disk):
+def read_trash(place, disk):
+    """What is in the trash, by the path from where it has come."""
+    found = {}
+    trash = os.fsencode(place) + b"/data/Trash"
+    for name in os.listdir(trash + b"/files") if os.path.exists(trash) else ():
+        with open(trash + b"/info/" + name + b".trashinfo", "rb") as file:
+            path = urllib.parse.unquote_to_bytes(file.read().split(b"\n")[1].removeprefix(b"Path="))
+        found[path] = canonical(disk.read(trash + b"/files/" + name))
+    return found
+
+
+def differences(case, flattening, disk, trash):
     """What is not as the model says: what it is, what was expected and what is there."""
     onDisk, after = disk.read(case.path), flattening.root
     beside = set(os.listdir(os.path.dirname(case.path)))
     fresh = uuids_in(onDisk)
     for what, expected, actual in (
             ("the dropped folder", canonical(after), canonical(onDisk)),
+            ("the trash", {path: canonical(node) for path, node in flattening.trash.items()},
+             {path: node for path, node in trash.items() if path.startswith(case.path + b"/")}),
             ("OUTSIDE the dropped folder", case.outsideBefore, canonical(disk.read(case.outside))),
             ("beside the dropped folder", {b"outside", os.path.basename(case.path)},
              beside - {b"door"}),
@@ -199,7 +213,7 @@ def run_batch(program, preload, seeds, batch, place, totals):
     cases = [make_case(seed, os.fsencode(place), disk) for seed in seeds]
     state = os.path.join(place, "state")
     environment = {**os.environ, "HOME": state, "XDG_CONFIG_HOME": state, "XDG_STATE_HOME": state,
-                   "XDG_CONFIG_DIRS": state}
+                   "XDG_CONFIG_DIRS": state, "XDG_DATA_HOME": os.path.join(place, "data")}
     refusals = os.path.join(place, "refusals")
     if preload:
         environment |= {"LD_PRELOAD": os.path.abspath(preload), "OTHER_DISK_REFUSALS": refusals}
@@ -208,12 +222,12 @@ def run_batch(program, preload, seeds, batch, place, totals):
                           stdin=subprocess.DEVNULL, capture_output=True, timeout=300, check=False)
     if preload and os.path.exists(refusals):
         totals[REFUSALS] += os.path.getsize(refusals)
-    found, isAllInPlace = [], True
+    found, isAllInPlace, trash = [], True, read_trash(place, disk)
     for case in cases:
         flattening = Flattening(case.before.copy(), case.path, preferences)
         totals.update(flattening.run())
         isAllInPlace = isAllInPlace and flattening.isAllInPlace
-        found += [(case, *difference) for difference in differences(case, flattening, disk)]
+        found += [(case, *difference) for difference in differences(case, flattening, disk, trash)]
     totals.update({"trees": len(cases), "runs that left all in place": int(isAllInPlace)})
     for case, what, expected, actual in found:
         print(f"\nDIFFERENCE in case {case.seed} ({what}), {case.path!r} as {case.operand!r}; "

@@ -71,7 +71,8 @@ class Batch:
     def __init__(self, program, place, seeds, number):
         self.program, self.place, self.found = program, place, []
         self.number = number
-        self.options = preferences_of(number)[1]
+        # What has gone to the trash is not taken back from there.
+        self.options = [option for option in preferences_of(number)[1] if "to-trash" not in option]
         disk = Disk()
         self.cases = [make_case(seed, os.fsencode(place), disk) for seed in seeds]
         for case in self.cases:

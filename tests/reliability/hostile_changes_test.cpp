@@ -202,7 +202,7 @@ class HostileChanges : public CPreciousTreeTest {
 
   std::string WhatIsLost() const {
     std::map<std::string, int> found;
-    for (const auto &[path, content] : files.Tree()) {
+    for (const auto &[path, content] : EverythingIn("")) {
       if (!path.ends_with('/') && !path.starts_with("beside/")) ++found[content];
     }
     std::string lost;
@@ -213,7 +213,8 @@ class HostileChanges : public CPreciousTreeTest {
       if (found[content] > 1 && !GetParam().isLinking) lost += origin + " is there twice\n";
     }
     // What is put into a sub-folder while the deletion is at work there goes with it.
-    const bool mayBeMissing = wasDeleting || mayBeGone.contains(kTheirs);
+    const bool isDeleted = wasDeleting && !GetParam().isTrashing;
+    const bool mayBeMissing = isDeleted || mayBeGone.contains(kTheirs);
     if (!pathOfTheirs.empty() && found[kTheirs] != 1 && !mayBeMissing) {
       lost += "theirs, " + pathOfTheirs + ", is lost\n";
     }

@@ -36,6 +36,8 @@ const std::vector<Rules> &AllRules() {
       {"UsualByLinking", 1, true, true, false, false, true},
       {"EverythingOnByLinking", 1, true, false, true, true, true},
       {"EverythingOnByPlaceHolders", 1, true, true, true, true, false, true},
+      {"DuplicatesTrashed", 1, false, true, true, false, false, false, true},
+      {"EverythingTrashedByPlaceHolders", 3, true, true, true, true, false, true, true},
   };
   return rules;
 }
@@ -47,6 +49,8 @@ int RefusalOf(const TreeChange &change, const Rules &rules) {
   static unsigned links = 0;
   constexpr int kNoFlag[] = {EINVAL, EOPNOTSUPP, ENOSYS};
   constexpr int kNoLinks[] = {EPERM, EOPNOTSUPP, ENOSYS, EMLINK};
+  // The trash of a whole volume of this machine is none of a test's.
+  if (std::string_view(change.name).starts_with(".Trash-")) return EROFS;
   if (rules.isLinking || rules.isHolding) {
     if (change.kind == ChangeKind::kRename) return kNoFlag[++renames % std::size(kNoFlag)];
     return rules.isHolding && operation == "link" ? kNoLinks[++links % std::size(kNoLinks)] : 0;
@@ -71,6 +75,7 @@ CPreciousTreeTest::CPreciousTreeTest() {
   SetPreference("RenameDuplicates", GetParam().renamesDuplicates);
   SetPreference("IgnoreApplications", GetParam().ignoresApplications);
   SetPreference("DeleteEmptiedFolders", GetParam().deletesFolders);
+  SetPreference("DeleteToTrash", GetParam().isTrashing);
   SetPreference("AggregateFilesWhenDone", GetParam().collates);
   for (const char *path :
        {"a.txt", "Tool.app/Contents/Info.plist", "one/a.txt", "one/b", "one/517A7274",
@@ -94,6 +99,7 @@ void CPreciousTreeTest::MakeTree() {
   if (files.Exists("drop")) files.Remove("drop");
   // Journals of runs that were never put right would be tried again at every start.
   if (home.Exists("state")) home.Remove("state");
+  if (home.Exists("data")) home.Remove("data");
   for (const auto &[path, content] : items) {
     const std::string place = "drop/" + path;
     if (content == "special") {
@@ -132,6 +138,7 @@ void CPreciousTreeTest::Flatten() {
 
 /// The deletion takes the sub-folders that are no packages, with everything left in them.
 void CPreciousTreeTest::NoteWhatMayBeDeleted() {
+  if (GetParam().isTrashing) return;
   // The folder may have been moved away during the run; it is the dropped one all the same.
   const bool isAway = NumberOf("drop") != dropped_;
   const CTemporaryFolder::Contents tree = files.Tree(isAway ? "away" : "drop");
@@ -144,6 +151,15 @@ void CPreciousTreeTest::NoteWhatMayBeDeleted() {
   for (const auto &[path, content] : tree) {
     if (path.find('/') == std::string::npos) mayBeGone.erase(content);
   }
+}
+
+CTemporaryFolder::Contents CPreciousTreeTest::EverythingIn(std::string_view place) const {
+  CTemporaryFolder::Contents found = files.Tree(place);
+  if (!home.Exists("data/Trash/files")) return found;
+  for (const auto &[path, content] : home.Tree("data/Trash/files")) {
+    found.emplace("(in the trash) " + path, content);
+  }
+  return found;
 }
 
 std::string CPreciousTreeTest::PortraitOfBeside() const {
@@ -166,7 +182,7 @@ bool CPreciousTreeTest::IsNameRight(const std::string &path, const std::string &
 
 std::string CPreciousTreeTest::Damage(const Allowed &allowed) const {
   std::map<std::string, std::vector<std::string>> places;
-  for (const auto &[path, content] : files.Tree("drop")) {
+  for (const auto &[path, content] : EverythingIn("drop")) {
     const bool isAlias = content.starts_with("-> " + files.Path());
     if (!path.ends_with('/') && !isAlias) places[content].push_back(path);
   }

@@ -21,8 +21,9 @@ struct Rules {
   bool ignoresApplications = true;
   bool deletesFolders = false;
   bool collates = false;
-  bool isLinking = false;  ///< on a file system that cannot be told to rename without replacing
-  bool isHolding = false;  ///< on one that has no links either
+  bool isLinking = false;   ///< on a file system that cannot be told to rename without replacing
+  bool isHolding = false;   ///< on one that has no links either
+  bool isTrashing = false;  ///< what holds a file is not deleted but goes to the trash
 };
 const std::vector<Rules> &AllRules();
 std::string NameOfRules(const testing::TestParamInfo<Rules> &rules);
@@ -43,7 +44,8 @@ class CPreciousTreeTest : public CProgramTest, public testing::WithParamInterfac
   /// Makes the folder "drop" anew, with clashes, packages, what is locked, a link and a pipe.
   void MakeTree();
 
-  /// Flattens "drop". What lies in a sub-folder when the deletion begins may be gone afterwards.
+  /// Flattens "drop". What lies in a sub-folder when the deletion begins may be gone afterwards,
+  /// unless it goes to the trash.
   void Flatten();
 
   /// Kinds of damage that a run may have done by the faults it met.
@@ -53,6 +55,9 @@ class CPreciousTreeTest : public CProgramTest, public testing::WithParamInterfac
   };
   /// What is wrong with "drop" and with what lies beside it; empty when nothing is.
   std::string Damage(const Allowed &allowed) const;
+
+  /// Everything in "drop", or wherever that is now, and all that has gone to the trash.
+  CTemporaryFolder::Contents EverythingIn(std::string_view place) const;
 
   /// The folder "beside", of which nothing may change: contents, names, modes and times.
   std::string PortraitOfBeside() const;

@@ -24,9 +24,9 @@ QPointer<QMessageBox> questionBox;
 
 std::uint64_t foldersBeforeThisRun = 0;
 
-bool IsDeletionWanted() {
+bool IsWanted(const char *key) {
   (void)CFPreferencesAppSynchronize();
-  const auto value = ValueBeforeEnding("DeleteEmptiedFolders");
+  const auto value = ValueBeforeEnding(key);
   const bool *isWanted = value ? std::get_if<bool>(&*value) : nullptr;
   return isWanted != nullptr && *isWanted;
 }
@@ -40,7 +40,7 @@ bool AreFoldersLeft() {
 
 /// Whether the command, given now, would have files deleted that could still be moved.
 bool WouldDelete(OSType command) {
-  if (IsEnding() || !IsTimerFiring() || !IsDeletionWanted()) return false;
+  if (IsEnding() || !IsTimerFiring() || !IsWanted("DeleteEmptiedFolders")) return false;
   if (TheFolderInHand().hasFilesToMove && !TheFolderInHand().isKept) return true;
   return command == kHICommandQuit && AreFoldersLeft();
 }
@@ -75,8 +75,14 @@ QString Text(OSType command) {
 }
 
 QString Explanation(OSType command) {
-  const QString rule = QObject::tr(
-      "You have chosen to delete the sub-folders for good, with every file still in them. ");
+  const QString rule =
+      IsWanted("DeleteToTrash")
+          ? QObject::tr(
+                "You have chosen to move the sub-folders to the trash, with every file still "
+                "in them. ")
+          : QObject::tr(
+                "You have chosen to delete the sub-folders for good, with every file still in "
+                "them. ");
   const QString files =
       command == kHICommandQuit
           ? QObject::tr("Files that have not been moved when Vannerly quits would be among them.")
