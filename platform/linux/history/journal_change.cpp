@@ -20,6 +20,7 @@ constexpr KnownWord kWords[] = {
     {"symlink", JournalWord::kSymlink}, {"create", JournalWord::kCreate},
     {"replace", JournalWord::kReplace}, {"chmod", JournalWord::kChmod},
     {"chattr", JournalWord::kChattr},   {"trash", JournalWord::kTrash},
+    {"restore", JournalWord::kRestore},
 };
 
 /// The fields of a line behind its word.
@@ -48,6 +49,8 @@ class CChangeReader {
       case JournalWord::kChmod:
       case JournalWord::kChattr:
         return fields_.IsAtEnd() || (ReadItem(change) && ReadMode(change));
+      case JournalWord::kRestore:
+        return ReadItem(change);
       case JournalWord::kTrash:
         return ReadItem(change) && (change->target = fields_.Text()).has_value() &&
                change->target->starts_with('/') && ReadName(&change->nameInTrash);

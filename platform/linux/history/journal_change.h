@@ -27,6 +27,7 @@ enum class JournalWord : std::uint8_t {
   kChmod,
   kChattr,
   kTrash,
+  kRestore,
 };
 
 /// Only what the word has is set.

@@ -159,6 +159,7 @@ class CReader {
     const auto change =
         ParseJournalChange(word, fields, journal_.folders.size(), journal_.header.format);
     if (!change) return false;
+    if (change->word == JournalWord::kTrash) journal_.trashed.insert(change->item->inode);
     if (change->word == JournalWord::kOver) {
       const bool isThere = halfMoves_.End();
       past_.NoteEndOfSteps(isThere);

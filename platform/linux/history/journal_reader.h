@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "platform/linux/history/half_moves.h"
@@ -41,6 +42,8 @@ struct Journal {
   std::vector<HalfMove> halfMoves;        ///< in folders of this journal
   std::vector<PlaceHolder> placeHolders;  ///< likewise
   Successors successors;
+  std::unordered_set<std::uint64_t>
+      trashed;                      ///< inodes of items that were to be moved to the trash
   std::vector<PastChange> changes;  ///< in their order
   PastCounts counts;
   std::string folderMadeLast;  ///< see CPastChanges

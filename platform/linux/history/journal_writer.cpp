@@ -177,6 +177,26 @@ int CJournalWriter::RecordTrashing() {
   return 0;
 }
 
+void CJournalWriter::RecordRestoring(FolderIndex folder, std::string_view name,
+                                     const ItemIdentity &item) {
+  if (!isRecording_) return;
+  BeginRecording();
+  (void)TryTo([&] {
+    std::uint32_t number = 0;
+    int error = NumberOf(folder, &number);
+    if (error == 0) error = file_.MakeRoom(CJournalLine::RoomFor(name.size()));
+    if (error != 0) return error;
+    CJournalLine line(file_.Next());
+    line.Word("restore");
+    line.Number(number);
+    line.Text(name);
+    line.Identity(item);
+    file_.Advance(line.End());
+    halfMoves_.NoteOtherChange();
+    return 0;
+  });
+}
+
 /// Before the first line that is written for a change.
 void CJournalWriter::BeginRecording() {
   if (std::exchange(isRecovering_, false)) Write("recovering", {TimeForJournal()});

@@ -39,6 +39,11 @@ class CJournalWriter final : public CTreeLayer {
   /// this inode number.
   void KnowAsSuccessor(FolderIndex folder, std::uint64_t inode, std::uint64_t birth);
 
+  /// Tells that an item is about to be taken out of the trash; when that has failed it is to be
+  /// told by RecordFailure.
+  void RecordRestoring(FolderIndex folder, std::string_view name, const ItemIdentity &item);
+  void RecordFailure(int error);
+
   /// Writes a line that is no change, if there is room for it.
   void Write(std::string_view word, std::initializer_list<std::string_view> texts);
 
@@ -73,7 +78,6 @@ class CJournalWriter final : public CTreeLayer {
   int RecordAttributes(const TreeChange &change, std::uint32_t number);
   int RecordState(const TreeChange &change);
   ItemIdentity IdentityOfMoved(bool isBirthAsked) const;
-  void RecordFailure(int error);
   void Stop(int error);
   int NumberOf(FolderIndex index, std::uint32_t *number);
   int RecordFolder(FolderIndex index);

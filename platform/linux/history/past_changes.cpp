@@ -70,6 +70,9 @@ void CPastChanges::Settle() {
       ++counts.trashed;
       Add(PastChangeKind::kTrash, noted.line);
       break;
+    case JournalWord::kRestore:
+      Add(PastChangeKind::kRestore, noted.line);
+      break;
     default:
       break;
   }

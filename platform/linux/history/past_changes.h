@@ -24,6 +24,7 @@ enum class PastChangeKind : std::uint8_t {
   kDelete,  ///< for good
   kAttribute,
   kTrash,
+  kRestore,  ///< out of the trash
 };
 
 /// By where its line begins in the journal: a run of a million files has as many.

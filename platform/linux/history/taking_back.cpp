@@ -8,8 +8,11 @@
 
 #include "platform/linux/history/dropped_folder.h"
 #include "platform/linux/system/errors.h"
+#include "platform/linux/trash/trash_moves.h"
 #include "platform/linux/tree/item_location.h"
+#include "platform/linux/tree/item_status.h"
 #include "platform/linux/tree/tree_changes.h"
+#include "platform/trash.h"
 
 namespace {
 
@@ -35,6 +38,7 @@ CTakingBack::CTakingBack(Journal run, std::string_view text, FolderIndex folder,
   if (rootPath_ == "/") rootPath_.clear();
   if (own != nullptr) {
     madeLast_ = own->folderMadeLast;
+    trashed_ = own->trashed;
     modified_[own->header.identity.inode] = own->header.before.modified;
     for (auto next = own->folders.begin() + 1; next != own->folders.end(); ++next) {
       const JournalFolder &known = *next;
@@ -108,6 +112,9 @@ TakenBack CTakingBack::TakeBackChange(const PastChange &past) {
       attributes_.push_back(past.line);
       break;
     case PastChangeKind::kTrash:
+      return TakeOutOfTrash(change);
+    case PastChangeKind::kRestore:
+      return MoveToTrash(change);
     case PastChangeKind::kNone:
       break;
   }
@@ -291,6 +298,43 @@ TakenBack CTakingBack::TellLost(const JournalPlace &place) {
   const bool isThere = Open(place.folder, Missing::kIsLeft, &folder) == noErr &&
                        Tree().Look(folder.descriptor, place.name.c_str(), &found) == 0;
   return isThere ? TakenBack() : TakenBack{TakenBackKind::kLost, PathOf(place), {}, noErr};
+}
+
+/// The trash knows an item by the path that it had then.
+TakenBack CTakingBack::TakeOutOfTrash(const JournalChange &change) {
+  const JournalPlace &place = change.place;
+  if (Find(place, *change.item)) return {};
+  OpenedFolder folder{-1, 0};
+  if (OSErr error = Open(place.folder, Missing::kIsMade, &folder); error != noErr) {
+    return NotPutBack(place, error);
+  }
+  const std::string &root = run_.header.path;
+  const TrashedItem item{*change.target, change.nameInTrash, device_, *change.item,
+                         (root == "/" ? "" : root) + PathOf(place).substr(rootPath_.size())};
+  if (writer_ != nullptr) writer_->RecordRestoring(folder.index, place.name, *change.item);
+  const int error = ::TakeOutOfTrash(item, folder, place.name.c_str());
+  if (error == 0) return Done(TakenBackKind::kItem);
+  if (writer_ != nullptr) writer_->RecordFailure(error);
+  // Another one of that name is not what was trashed.
+  return NotPutBack(place, error == ESTALE ? fnfErr : ErrorFromErrno(error));
+}
+
+TakenBack CTakingBack::MoveToTrash(const JournalChange &change) {
+  const JournalPlace &place = change.place;
+  OpenedFolder folder{-1, 0};
+  ItemStatus found;
+  if (!Find(place, *change.item)) {
+    return trashed_.contains(change.item->inode) ? TakenBack() : NotPutBack(place, fnfErr);
+  }
+  OSErr error = Open(place.folder, Missing::kIsLeft, &folder);
+  if (error == noErr) {
+    error = ErrorFromErrno(Tree().Look(folder.descriptor, place.name.c_str(), &found));
+  }
+  if (error == noErr) {
+    GiveStatesBackBelow(place);
+    error = TrashMoveItem(RefHolding(ReferenceToSeenItem(folder.index, place.name, found)));
+  }
+  return error == noErr ? Done(TakenBackKind::kItem) : NotPutBack(place, error);
 }
 
 /// Where the item is another by now, or gone, there is nothing to give back.

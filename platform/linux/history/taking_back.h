@@ -41,6 +41,8 @@ class CTakingBack {
   TakenBack RemoveMadeLink(const JournalPlace &place, const std::string &target);
   TakenBack MakeRemovedLink(const JournalPlace &place, const std::string &target);
   TakenBack TellLost(const JournalPlace &place);
+  TakenBack TakeOutOfTrash(const JournalChange &change);
+  TakenBack MoveToTrash(const JournalChange &change);
   TakenBack GiveAttributeBack(const JournalChange &change);
   TakenBack GiveStateBack(Number number);
   void GiveStatesBackBelow(const JournalPlace &place);
@@ -82,6 +84,7 @@ class CTakingBack {
   std::vector<std::uint64_t> attributes_;           ///< lines, given back when all is in its place
   std::unordered_set<std::uint64_t> madeInodes_;    ///< of folders that this undo has made
   std::map<std::uint64_t, std::int64_t> modified_;  ///< of folders by inode, before this undo
+  std::unordered_set<std::uint64_t> trashed_;       ///< by a redo that this one goes on with
   std::string madeLast_;         ///< by an undo that was killed right then; not entered yet
   bool wasFolderFound_ = false;  ///< by Find
 };
