@@ -71,12 +71,16 @@ class Batch:
     def __init__(self, program, place, seeds, number):
         self.program, self.place, self.found = program, place, []
         self.number = number
-        # What has gone to the trash is not taken back from there.
-        self.options = [option for option in preferences_of(number)[1] if "to-trash" not in option]
+        self.options = preferences_of(number)[1]
         disk = Disk()
         self.cases = [make_case(seed, os.fsencode(place), disk) for seed in seeds]
         for case in self.cases:
             dress(os.fsdecode(case.path), random.Random(f"dress {case.seed}"))
+
+    def trash(self):
+        """The identities of what lies in the trash."""
+        files = os.path.join(self.place, "state/.local/share/Trash/files")
+        return identities(portrait(files)) if os.path.isdir(files) else collections.Counter()
 
     def look(self):
         """Of each case, what was dropped and what lies beside it."""
@@ -117,13 +121,14 @@ class Batch:
         told, _ = self.run(*self.options, statuses=(0, 3))
         after = self.look()
         changed = [case for case, old, new in zip(self.cases, before, after) if old != new]
+        trashed = self.trash()
         known, left, lost = [identities(items) for items in before], [], {}
         for case, old, new, ids in zip(self.cases, before, after, known):
             # The run tells the names of what it has deleted; what they were tells whether it is so.
             path = os.fsdecode(case.path)
             names = {exact(entry) for entry in told.get(path, {}).get("deletedFiles", ())}
             within = {os.path.relpath(name, os.path.dirname(path)) for name in names}
-            gone = ids - identities(new)
+            gone = ids - identities(new) - trashed
             if gone != identities({name: old[name] for name in within if name in old}):
                 self.tell(f"the run in case {case.seed}", [f"told as deleted: {sorted(within)}"])
             left.append({name: item for name, item in old.items() if name not in within})
@@ -138,6 +143,8 @@ class Batch:
             return not self.found
         self.take_back("undo", changed, lost, [int(bool(lost))])
         self.check("undo", left, self.look())
+        if self.trash():
+            self.tell("undo", ["something is in the trash still"])
         self.run("--redo", cases=changed, statuses=[0])
         self.check("redo", *([with_new_alike(items, ids) for items, ids in zip(trees, known)]
                              for trees in (after, self.look())))
