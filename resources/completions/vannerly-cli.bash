@@ -27,8 +27,8 @@ _vannerly_cli() {
     if [[ $current != -* ]]; then return; fi
     words='--operation= --rename-duplicates --no-rename-duplicates --ignore-applications
       --no-ignore-applications --delete-emptied-folders --no-delete-emptied-folders
-      --aggregate-files-when-done --no-aggregate-files-when-done --preferences --set --quiet
-      --verbose --json --force --help --version --'
+      --aggregate-files-when-done --no-aggregate-files-when-done --undo --redo --history
+      --preferences --set --quiet --verbose --json --force --help --version --'
     ;;
   esac
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")

@@ -9,6 +9,9 @@ complete -c vannerly-cli -l delete-emptied-folders -d 'Delete the sub-folders wi
 complete -c vannerly-cli -l no-delete-emptied-folders -d 'Keep the sub-folders'
 complete -c vannerly-cli -l aggregate-files-when-done -d 'Sort the items by extension'
 complete -c vannerly-cli -l no-aggregate-files-when-done -d 'Do not sort the items'
+complete -c vannerly-cli -l undo -d 'Take back the newest run that is not taken back yet'
+complete -c vannerly-cli -l redo -d 'Do again what was taken back last'
+complete -c vannerly-cli -l history -d 'List the runs that are kept'
 complete -c vannerly-cli -l preferences -d 'Show the preferences'
 complete -c vannerly-cli -l set -x -d 'Store a preference' -a "
   Operation={1,2}
