@@ -4,7 +4,7 @@ import dataclasses
 import statistics
 
 import report
-from cases import WINDOWS, WITHOUT_JOURNAL
+from cases import UNDO, WINDOWS, WITHOUT_JOURNAL
 
 CLI = "vannerly-cli"
 BARE = "bare loop"
@@ -60,6 +60,10 @@ def list_aims(cases, requests, start, idle):
                 aims.append(Aim("peak bytes a file above the empty program", where, 120,
                                 cli.bytes_an_item))
         add("removal of emptied folders", 1.1, cli, results.get("rm -r"))
+        if UNDO in results:
+            add("undoing", 1.3, results[UNDO], cli)
+            aims.append(Aim("bytes of the journal a file, names of 20 bytes", where, 110,
+                            cli.journal_an_item))
         add("collating", 1.3, cli, results.get("rename loop"))
     if requests:
         bare, cli = requests

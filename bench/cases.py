@@ -8,6 +8,7 @@ from measuring import Case, Competitor
 
 WINDOWS = {"vannerly (offscreen)": "offscreen", "vannerly (Xvfb)": "xcb"}  # and Qt's platforms
 WITHOUT_JOURNAL = "vannerly-cli, no journal"
+UNDO = "vannerly-cli --undo"
 HERE = os.path.dirname(os.path.realpath(__file__))
 
 
@@ -54,3 +55,13 @@ def collate_cases(build, program):
     loop = Competitor("rename loop",
                       lambda folder: [os.path.join(build, "bin", "collate_loop"), folder])
     return [phase_case(trees.extensions, loop, program, "--aggregate-files-when-done")]
+
+
+def undo_cases(program):
+    """Flattening, and taking that back; with the emptied folders kept, and deleted."""
+    for name, options in (("undo", []), ("undo_deleted", ["--delete-emptied-folders"])):
+        def flatten(folder, options=options):
+            return [program, *options, folder]
+        yield Case(name, trees.twenty, [
+            Competitor("vannerly-cli", flatten),
+            Competitor(UNDO, lambda folder: [program, "--undo", folder], before=flatten)])

@@ -4,8 +4,9 @@ Every competitor gets a fresh tree of its own in every round, and the competitor
 that a machine that grows slower meanwhile is unfair to none. Figures are medians; "ratio" is to the
 first line. "last move" is the time from the start to the last change of the folder, and what
 "seconds" is for a window, which stays. "bytes/item" is peak memory above that of a run on an empty
-folder. "at top" counts the items lying in the folder afterwards: who leaves files behind has done
-less work. "requests" flattens a tenth of the tree "wide" on a volume that answers each request
+folder, and "journal" the bytes an item of the journals that the run leaves. "at top" counts the
+items lying in the folder afterwards: who leaves files behind has done less work. "undo" flattens
+before the clock starts, and takes that back. "requests" flattens a tenth of the tree "wide" on a volume that answers each request
 late, and counts them by kind.
 """
 
@@ -20,14 +21,14 @@ import sys
 
 import report
 from aims import aims_table, list_aims
-from cases import collate_cases, flatten_cases, flattening, removal_cases
+from cases import collate_cases, flatten_cases, flattening, removal_cases, undo_cases
 from late_volume import count_requests
 from measuring import compare
 from own_desktop import own_desktop
 from processes import measure_idle, measure_start
 from trees import FLATTENED
 
-WHAT = ("flatten", "removal", "collate", "requests", "start", "idle")
+WHAT = ("flatten", "removal", "collate", "undo", "requests", "start", "idle")
 MILLION = ("million", "million_clash")
 
 
@@ -72,6 +73,8 @@ def list_cases(arguments, desktop):
         yield from removal_cases(arguments.program)
     if "collate" in arguments.what:
         yield from collate_cases(arguments.build, arguments.program)
+    if "undo" in arguments.what:
+        yield from undo_cases(arguments.program)
 
 
 def main():

@@ -15,6 +15,7 @@ class Competitor:
     environment: dict[str, str] | None = None   # None for this process's own
     is_window: bool = False                     # ends a second after its work
     has_journal: bool = True                    # else none can be written
+    before: typing.Callable[[str], list[str]] | None = None  # makes its job of the tree
 
 
 @dataclasses.dataclass
@@ -36,6 +37,7 @@ class Sample:
     peak: int                # bytes
     status: int              # exit status
     at_top: int              # items lying in the folder afterwards
+    journal: int             # bytes of the journals that it has left
 
 
 class Result:
@@ -70,6 +72,10 @@ class Result:
         return (self.pick("peak") - empty) / self.items
 
     @property
+    def journal_an_item(self):
+        return self.pick("journal") / self.items
+
+    @property
     def status(self):
         return max(sample.status for sample in self.samples)
 
@@ -85,6 +91,11 @@ def own_folders(work):
             "XDG_STATE_HOME": work + "/state"}
 
 
+def bytes_of_journals(work):
+    return sum(os.path.getsize(os.path.join(folder, name))
+               for folder, _, names in os.walk(work + "/state") for name in names)
+
+
 def measure(build, competitor, work, folder):
     config, written = work + "/config", work + "/measured"
     environment = {**(competitor.environment or os.environ), **own_folders(work)}
@@ -94,6 +105,7 @@ def measure(build, competitor, work, folder):
         os.makedirs(config + "/vannerly")
         with open(config + "/vannerly/preferences.toml", "w", encoding="ascii") as file:
             file.write("QuitWhenDone = true\n")
+    journals = bytes_of_journals(work)
     subprocess.run([os.path.join(build, "bin", "measure"), written, *competitor.command(folder)],
                    env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                    stderr=subprocess.DEVNULL, check=True)
@@ -102,7 +114,8 @@ def measure(build, competitor, work, folder):
     # Every rename into the folder sets its time of change; nobody has to watch while it works.
     last_move = (os.stat(folder).st_mtime_ns - int(start)) / 1e9
     return Sample(float(seconds), last_move if last_move >= 0 else None, float(cpu),
-                  int(kilobytes) * 1024, int(status), len(os.listdir(folder)))
+                  int(kilobytes) * 1024, int(status), len(os.listdir(folder)),
+                  bytes_of_journals(work) - journals)
 
 
 def run_once(build, case, competitor, place, make):
@@ -110,6 +123,10 @@ def run_once(build, case, competitor, place, make):
     with tempfile.TemporaryDirectory(prefix="vannerly-bench-", dir=place) as work:
         folder = os.path.join(work, case.folder)
         items = make(folder)
+        if competitor.before:
+            subprocess.run(competitor.before(folder), env={**os.environ, **own_folders(work)},
+                           stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                           stderr=subprocess.DEVNULL, check=True)
         os.sync()
         sample = measure(build, competitor, work, folder)
         subprocess.run(["rm", "-rf", folder], check=True)

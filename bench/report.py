@@ -32,12 +32,13 @@ def case_table(place, case, results):
              number(r.pick("last_move"), ".4f"), number(r.time("seconds") / r.items * 1e6, ".2f"),
              number(r.pick("peak") / 1e6, ".1f"),
              number(r.bytes_an_item if r.items >= 1000 else None, ".0f"),  # of few it says nothing
+             number(r.journal_an_item if r.items >= 1000 else None, ".0f"),
              str(r.at_top), str(r.status)] for r in results]
     return (f"**{place} ({file_system(place)}), {case.name}: {case.tree.__doc__}**\n"
             f"{base.items:,} items, {len(base.samples)} rounds"
             f"{', less the same on an empty folder' if case.is_start_left_out else ''}\n\n"
             + table(["", "seconds", "ratio", "CPU s", "ratio", "last move", "µs/item", "peak MB",
-                     "bytes/item", "at top", "exit"], rows))
+                     "bytes/item", "journal", "at top", "exit"], rows))
 
 
 def requests_table(requests):
@@ -77,6 +78,7 @@ def case_data(place, case, results):
                 "seconds": r.time("seconds"), "cpu": r.time("cpu"),
                 "last move": r.pick("last_move"),
                 "peak": r.pick("peak"), "bytes an item": r.bytes_an_item,
+                "journal": r.pick("journal"),
                 "samples": [dataclasses.asdict(sample) for sample in r.samples],
                 "empty samples": [dataclasses.asdict(sample) for sample in r.empty_samples],
             } for r in results}}

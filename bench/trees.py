@@ -34,6 +34,11 @@ def wide(top, scale):
     return fill(top, round(2000 * scale), 50, lambda i, j: f"document {i} {j}.txt")
 
 
+def twenty(top, scale):
+    """100,000 files in 2,000 folders, every name its own and of 20 bytes."""
+    return fill(top, round(2000 * scale), 50, lambda i, j: f"document {i:04} {j:02}.txt")
+
+
 def clash(top, scale):
     """100,000 files in 2,000 folders, half the names taken by the time it is their turn."""
     return fill(top, round(2000 * scale), 50, lambda i, j: f"document {i // 2} {j}.txt")

@@ -28,7 +28,8 @@ _vannerly_cli() {
     words='--operation= --rename-duplicates --no-rename-duplicates --ignore-applications
       --no-ignore-applications --delete-emptied-folders --no-delete-emptied-folders
       --delete-to-trash --no-delete-to-trash --aggregate-files-when-done
-      --no-aggregate-files-when-done --preferences --set --quiet --verbose --json --force --help --version --'
+      --no-aggregate-files-when-done --undo --redo --history
+      --preferences --set --quiet --verbose --json --force --help --version --'
     ;;
   esac
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")

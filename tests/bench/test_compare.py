@@ -59,6 +59,18 @@ class Compare(unittest.TestCase):
                           "vannerly (offscreen) to the last move",
                           "vannerly (Xvfb) to the last move"})
 
+    def test_undo_of_the_whole_job(self):
+        measured = self.compare("--what", "undo")
+        self.assertEqual([case["case"] for case in measured["cases"]], ["undo", "undo_deleted"])
+        for case in measured["cases"]:
+            flattened, undone = (result["samples"][0] for result in case["results"].values())
+            at_top = 1000 + (case["case"] == "undo")
+            self.assertEqual((flattened["status"], flattened["at_top"]), (0, at_top))
+            self.assertEqual((undone["status"], undone["at_top"]), (0, 1))
+            # A line for every item holds its name, of 20 bytes, and its inode.
+            self.assertGreater(min(flattened["journal"], undone["journal"]), 1000 * 30)
+        self.assertEqual(len(measured["aims"]), 4)
+
     def test_requests(self):
         measured = self.compare("--what", "requests", "--scale", "0.02")
         self.assertEqual([row["name"] for row in measured["requests"]], list(MOVERS[:2]))
