@@ -29,7 +29,7 @@ struct PastRun {
   PastRunState state = PastRunState::kInForce;
   RunEnd end = RunEnd::kDone;
   bool wasInterrupted = false;  ///< the program was killed, and a later start has put things right
-  std::string reason;           ///< of kNotKnown
+  std::string reason;           ///< of kNotKnown, or why not all of it can be taken back
   std::uint64_t moved = 0;      ///< files moved up, those under a new name included
   std::uint64_t renamed = 0;
   std::uint64_t aliased = 0;

@@ -25,6 +25,7 @@ inline constexpr OSErr dskFulErr = -34;
 inline constexpr OSErr ioErr = -36;
 inline constexpr OSErr bdNamErr = -37;
 inline constexpr OSErr tmfoErr = -42;
+inline constexpr OSErr eofErr = -39;
 inline constexpr OSErr fnfErr = -43;
 inline constexpr OSErr wPrErr = -44;
 inline constexpr OSErr fBsyErr = -47;

@@ -15,6 +15,7 @@ constexpr KnownResult kKnownResults[] = {
     {ioErr, {"ioErr", "the disk reports an error"}},
     {bdNamErr, {"bdNamErr", "its new name or its path would be too long"}},
     {tmfoErr, {"tmfoErr", "too many files are open"}},
+    {eofErr, {"eofErr", "the journal of its run breaks off"}},
     {fnfErr, {"fnfErr", "it is no longer there"}},
     {wPrErr, {"wPrErr", "the disk is read-only"}},
     {fBsyErr, {"fBsyErr", "it is in use, has a volume mounted on it or is not empty"}},

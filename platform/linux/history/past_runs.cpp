@@ -204,7 +204,11 @@ std::vector<PastRun> ListPastRuns(const std::vector<FSRef> &folders) {
     run.state =
         StateOf(kept.takenBackBy ? &past.List()[*kept.takenBackBy] : nullptr, journals, &run);
     run.reason = WhyNotKnown(kept, file);
-    if (!run.reason.empty()) run.state = PastRunState::kNotKnown;
+    if (!run.reason.empty()) {
+      run.state = PastRunState::kNotKnown;
+    } else if (journal->hasGap) {
+      run.reason = "its journal breaks off, and what came after that can't";
+    }
     runs.push_back(std::move(run));
   }
   return runs;

@@ -36,6 +36,8 @@ CTakingBack::CTakingBack(Journal run, std::string_view text, FolderIndex folder,
       foldersLeft_(run_.folders.size()) {
   indexes_[0] = folder;
   if (rootPath_ == "/") rootPath_.clear();
+  // What the run has done after that is not known.
+  if (run_.hasGap) more_.push_back({TakenBackKind::kNotPutBack, rootPath_, {}, eofErr});
   if (own != nullptr) {
     madeLast_ = own->folderMadeLast;
     trashed_ = own->trashed;
@@ -450,7 +452,10 @@ OSErr CTakingBack::MakeFolderOf(Number number, const ItemReference &place, Folde
   if (writer_ != nullptr) {
     writer_->KnowAsSuccessor(*index, known.identity.inode, made.identity.birth);
   }
-  const bool hasAny = !Tree().ReadAttributes({descriptor, *index}, ".").empty();
+  // The folder above can have given it some.
+  int parent = -1;
+  if (OSErr error = OpenTableFolder(place.folder, &parent, *index); error != noErr) return error;
+  const bool hasAny = !Tree().ReadAttributes({parent, place.folder}, known.name.c_str()).empty();
   if (!hasAny && known.attributes.empty()) return noErr;
   return ErrorFromErrno(SetFolderAttributes({descriptor, *index}, known.attributes));
 }

@@ -232,6 +232,19 @@ int SetAttributes(int folder, const ItemAttributes &attributes) {
   return error;
 }
 
+/// For the calls that take no folder to start from. Good until it is asked for again. Where the
+/// folder cannot be made the current one, its entry under /proc stands for its descriptor
+/// (proc(5)).
+const char *PathOf(const OpenedFolder &folder, const char *name) {
+  static std::string path;  // asked for every item of a folder, it keeps its memory
+  path.clear();
+  if (!WorkInFolder(folder.index, folder.descriptor)) {
+    path.append("/proc/self/fd/").append(std::to_string(folder.descriptor)).append("/");
+  }
+  path += name;
+  return path.c_str();
+}
+
 class CDisk final : public CTreeLayer {
  public:
   int Change(const TreeChange &change) override {
@@ -320,17 +333,10 @@ class CDisk final : public CTreeLayer {
 
   FinderInfo ReadFinderInfo(const OpenedFolder &folder, const char *name) override {
     if (*name == '\0') return ReadFinderInfoOf(folder.descriptor);
-    // Where the folder cannot be made the current one, its entry under /proc stands for its
-    // descriptor (proc(5)).
-    static std::string path;  // asked for every item of a folder, it keeps its memory
-    path.clear();
-    if (!WorkInFolder(folder.index, folder.descriptor)) {
-      path.append("/proc/self/fd/").append(std::to_string(folder.descriptor)).append("/");
-    }
-    path += name;
-    if (HasNoAttributes(llistxattr(path.c_str(), nullptr, 0))) return {};
-    return ReadFinderInfoWith([](const char *attribute, void *value, std::size_t size) {
-      return lgetxattr(path.c_str(), attribute, value, size);
+    const char *const path = PathOf(folder, name);
+    if (HasNoAttributes(llistxattr(path, nullptr, 0))) return {};
+    return ReadFinderInfoWith([path](const char *attribute, void *value, std::size_t size) {
+      return lgetxattr(path, attribute, value, size);
     });
   }
 
@@ -348,8 +354,9 @@ class CDisk final : public CTreeLayer {
   }
 
   ItemAttributes ReadAttributes(const OpenedFolder &folder, const char *name) override {
-    return ReadAttributesAt(
-        std::string(CPathOfDescriptor(folder.descriptor).Get()).append("/").append(name).c_str());
+    const char *const path = PathOf(folder, name);
+    if (HasNoAttributes(llistxattr(path, nullptr, 0))) return {};
+    return ReadAttributesAt(path);
   }
 
   int VolumeKind(int folder, long *kind) override {
