@@ -1,10 +1,11 @@
-/// Every change that a run makes fails once, alone and together with those that would undo it, and
-/// every one is the last before the process dies, as is every one by which the next start puts that
-/// right.
+/// Every change that a run makes, or the undo of one, fails once, alone and together with those
+/// that would undo it, and every one is the last before the process dies, as is every one by which
+/// the next start puts that right.
 
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -24,6 +25,7 @@ struct Plan {
   int last = -1;
   int error = 0;
   bool isDeath = false;  ///< the process ends in place of the first
+  bool isUndo = false;   ///< nothing is unlocked then, as nothing is deleted
   const Rules *rules = nullptr;
 };
 Plan plan;
@@ -39,8 +41,17 @@ int Fault(const TreeChange &change) {
     const bool isPossible = plan.error != EEXIST || change.Word() != "unlink";
     return isPossible ? plan.error : EBUSY;
   }
-  return RefusalOf(change, *plan.rules);
+  return plan.isUndo ? LackOf(change, *plan.rules) : RefusalOf(change, *plan.rules);
 }
+
+const std::set<std::string> kNone;
+
+/// How changes fail: each error alone, or with so many changes after it, as those that would undo
+/// it.
+struct Failures {
+  std::vector<int> errors;
+  int following;
+};
 
 class FaultInjection : public CPreciousTreeTest {
  protected:
@@ -50,16 +61,80 @@ class FaultInjection : public CPreciousTreeTest {
     SetTreeChangeFault(Fault);
   }
 
-  /// Makes the tree and flattens it with these changes failing.
-  void FlattenWith(int first, int last, int error) {
-    MakeTree();
+  /// Does that with these changes failing.
+  static void DoWith(int first, int last, int error, const std::function<void()> &work) {
     plan.first = first;
     plan.last = last;
     plan.error = error;
     changesAsked = 0;
     changesFailed = 0;
-    Flatten();
+    work();
     plan.last = -1;
+  }
+
+  /// Makes the tree and flattens it.
+  void FlattenWith(int first, int last, int error) {
+    plan.isUndo = false;
+    MakeTree();
+    DoWith(first, last, error, [this] { Flatten(); });
+  }
+
+  /// Makes the tree, flattens it, and takes that back.
+  void UndoWith(int first, int last, int error) {
+    FlattenAll();
+    DoWith(first, last, error, [this] { TakeBackRun(TakeBack::kUndo); });
+  }
+
+  /// No journal knows of the empty folder that holds the name of what is to come out of the trash.
+  static bool CanPlaceHolderStay() { return GetParam().isTrashing && GetParam().isHolding; }
+
+  void TakeBackRun(TakeBack how) {
+    OrderTakingBack(how);
+    TakeBackOrdered();
+  }
+
+  /// Without a fault.
+  void FlattenAll() {
+    plan.isUndo = false;
+    MakeTree();
+    before = PortraitOfDrop();
+    Flatten();
+    flattened = PortraitOfDrop();
+    plan.isUndo = true;
+  }
+  Portrait before;
+  Portrait flattened;
+
+  /// What is other than it was before the run, and was not told: neither its path nor that of a
+  /// folder that holds it. A file that is not where it was is told by where it is.
+  std::set<std::string> DifferencesNotTold() const {
+    const Portrait now = PortraitOfDrop();
+    std::set<std::string> differing = Differences(before, now);
+    std::erase_if(differing, [&](const std::string &path) {
+      const bool isFolder = path.empty() || path.ends_with('/');
+      if (!isFolder && !now.contains(path)) return true;
+      const std::string root = files.PathOf("drop");
+      std::string told = root + (path.empty() ? "" : "/") + path;
+      if (isFolder && !path.empty()) told.pop_back();
+      while (!toldPaths.contains(told)) {
+        if (told.size() <= root.size()) return false;
+        told.resize(told.rfind('/'));
+      }
+      return path.empty() || told != root;
+    });
+    return differing;
+  }
+
+  /// The items that are not there exactly once.
+  std::set<std::string> NotThereOnce() const {
+    std::map<std::string, int> found;
+    for (const auto &[path, content] : EverythingIn("drop")) ++found[content];
+    std::set<std::string> damaged;
+    for (const auto &[path, content] : items) {
+      const int count = found[content];
+      if (count != 1 && !(count == 0 && mayBeGone.contains(content))) damaged.insert(path);
+    }
+    return damaged;
   }
 
   /// As the next start of the program does; twice, as it must have come to an end.
@@ -99,16 +174,41 @@ class FaultInjection : public CPreciousTreeTest {
     return status == 0;
   }
 
-  /// As if the process had died while it wrote the journal's last line.
+  /// As if the process had died while it wrote the last line of the newest journal.
   void TearLastLine() const {
-    const std::filesystem::directory_iterator journals(home.PathOf("state/vannerly/journal"));
-    const std::string path = journals->path();
+    std::string path;
+    for (const auto &journal :
+         std::filesystem::directory_iterator(home.PathOf("state/vannerly/journal"))) {
+      path = std::max(path, journal.path().string());
+    }
     std::ifstream file(path, std::ios::binary);
     std::string text(std::istreambuf_iterator<char>(file), {});
     text.resize(text.find('\0'));
     const std::size_t start = text.rfind('\n', text.size() - 2) + 1;
     text.resize(start + (text.size() - start) / 2);
     std::ofstream(path, std::ios::binary) << text << std::string(100, '\0');
+  }
+
+  /// Calls that for each of so many changes and each way to fail, until the test fails.
+  void FailEach(int changes, const std::vector<Failures> &kinds,
+                const std::function<void(int first, int following, int error,
+                                         const std::string &what)> &work) {
+    ASSERT_GT(changes, 5);
+    int runs = 0;
+    for (int first = 1; first <= changes; ++first) {
+      for (const auto &[errors, following] : kinds) {
+        for (const int error : errors) {
+          const std::string what = std::string(strerrorname_np(error)) + " at change " +
+                                   std::to_string(first) + " and " + std::to_string(following) +
+                                   " after it";
+          work(first, following, error, what);
+          ASSERT_GT(changesFailed, 0) << what;
+          ASSERT_FALSE(HasFailure()) << what;
+          ++runs;
+        }
+      }
+    }
+    std::printf("%d changes, %d runs\n", changes, runs);
   }
 
   /// What failing call by call has to go through; learned from a run in which none does.
@@ -120,37 +220,21 @@ class FaultInjection : public CPreciousTreeTest {
 };
 
 TEST_P(FaultInjection, LosesNothingWhicheverChangeFails) {
-  struct Failures {
-    std::vector<int> errors;
-    int following;  ///< how many changes after the first fail too, as those that would undo it
-  };
-  const Failures kinds[] = {
-      {{EIO, ENOSPC, EACCES, EPERM, EROFS, EXDEV, EBUSY, ENAMETOOLONG, EEXIST, ENOENT, EINTR}, 0},
-      {{EIO, EPERM, EEXIST, ENOENT, EINTR}, 1},
-      {{EIO, EPERM, EROFS}, INT_MAX / 2}};
   const int changes = CountChanges();
   const auto left = ReportOfFolder.CountOf(RunEvent::kLeftInPlace);
-  ASSERT_GT(changes, 5);
-  int runs = 0;
-  for (int first = 1; first <= changes; ++first) {
-    for (const auto &[errors, following] : kinds) {
-      for (const int error : errors) {
+  FailEach(
+      changes,
+      {{{EIO, ENOSPC, EACCES, EPERM, EROFS, EXDEV, EBUSY, ENAMETOOLONG, EEXIST, ENOENT, EINTR}, 0},
+       {{EIO, EPERM, EEXIST, ENOENT, EINTR}, 1},
+       {{EIO, EPERM, EROFS}, INT_MAX / 2}},
+      [&](int first, int following, int error, const std::string &what) {
         FlattenWith(first, first + following, error);
-        const std::string what = std::string(strerrorname_np(error)) + " at change " +
-                                 std::to_string(first) + " and " + std::to_string(following) +
-                                 " after it";
         const bool isOnce = following == 0;
         ExpectSound(what, {.temporaryNames = !isOnce, .twoNames = !isOnce && GetParam().isLinking});
-        ASSERT_GT(changesFailed, 0) << what;
         if (isOnce && error == EINTR) {
           EXPECT_EQ(ReportOfFolder.CountOf(RunEvent::kLeftInPlace), left) << what;
         }
-        ASSERT_FALSE(HasFailure()) << what;
-        ++runs;
-      }
-    }
-  }
-  std::printf("%d changes, %d runs\n", changes, runs);
+      });
 }
 
 TEST_P(FaultInjection, LosesNothingWhicheverChangeIsTheLast) {
@@ -173,6 +257,53 @@ TEST_P(FaultInjection, LosesNothingWhicheverChangeIsTheLast) {
         }
       }
       ExpectSound(what, {.temporaryNames = true, .twoNames = GetParam().isLinking});
+      ASSERT_FALSE(HasFailure()) << what;
+    }
+  }
+}
+
+TEST_P(FaultInjection, UndoLosesNothingWhicheverChangeFails) {
+  UndoWith(0, -1, 0);
+  ASSERT_EQ(Differences(before, PortraitOfDrop()), kNone);
+  std::vector<int> once = {EIO, EACCES, EEXIST};
+  // A removal that is asked for again leaves a linked file on its way, as far as the journal knows.
+  if (!GetParam().isLinking) once.push_back(EINTR);
+  FailEach(changesAsked, {{once, 0}, {{EPERM}, 1}, {{EIO, EROFS}, INT_MAX / 2}},
+           [&](int first, int following, int error, const std::string &what) {
+             UndoWith(first, first + following, error);
+             EXPECT_EQ(Recover(), "") << what;
+             EXPECT_EQ(NotThereOnce(), kNone) << what;
+             EXPECT_EQ(DifferencesNotTold(), kNone) << what;
+             if (following > 0 && CanPlaceHolderStay()) return;
+             const Portrait undone = PortraitOfDrop();
+             TakeBackRun(TakeBack::kRedo);
+             EXPECT_EQ(Differences(flattened, PortraitOfDrop()), kNone) << what;
+             TakeBackRun(TakeBack::kUndo);
+             EXPECT_EQ(Differences(undone, PortraitOfDrop()), kNone) << what;
+           });
+}
+
+TEST_P(FaultInjection, UndoIsEndedWhicheverChangeIsTheLast) {
+  UndoWith(0, -1, 0);
+  const int changes = changesAsked;
+  for (int last = 1; last <= changes; ++last) {
+    for (const bool isTorn : {false, true}) {
+      FlattenAll();
+      const std::string what =
+          "died before change " + std::to_string(last) + (isTorn ? ", in its line" : "");
+      ASSERT_TRUE(DiesBefore(last, [this] { TakeBackRun(TakeBack::kUndo); })) << what;
+      if (isTorn) {
+        TearLastLine();
+      } else {
+        for (int next = 1; DiesBefore(next, [] { (void)RecoverInterruptedRuns(); }); next *= 2) {
+          ASSERT_LT(next, 2 * changes) << what;
+        }
+      }
+      EXPECT_EQ(Recover(), "") << what;
+      EXPECT_EQ(NotThereOnce(), kNone) << what;
+      if (!CanPlaceHolderStay()) {
+        EXPECT_EQ(Differences(before, PortraitOfDrop()), kNone) << what;
+      }
       ASSERT_FALSE(HasFailure()) << what;
     }
   }

@@ -1,6 +1,6 @@
-/// Right before every change that a run makes, and before every folder that it opens or lists,
-/// another program does the worst thing it could do at that moment: what races hit upon by chance
-/// is gone through here call by call.
+/// Right before every change that a run or an undo makes, and before every folder that it opens or
+/// lists, another program does the worst thing it could do at that moment: what races hit upon by
+/// chance is gone through here call by call.
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -183,21 +183,48 @@ class HostileChanges : public CPreciousTreeTest {
     portraitBefore_ = PortraitOfBeside();
   }
 
-  /// Flattens a new tree with the deed done at the moment of that number; 0: never.
-  void FlattenWith(int moment) {
+  /// Flattens a new tree, or takes that back, with the deed done at the moment of that number; 0:
+  /// never.
+  void DoWith(bool isUndo, int moment) {
     if (files.Exists("away")) files.Remove("away");
     if (files.Exists("drop")) files.Remove("drop");
     MakeTree();
     pathOfTheirs.clear();
     replaced.clear();
-    isDeleting = false;
-    whenDeletionBegins = [] { isDeleting = true; };
-    moments = 0;
-    momentOfDeed = moment;
+    momentOfDeed = 0;
     CHostileLayer layer;
     PutLayerOnDisk(&layer);
-    Flatten();
+    whenDeletionBegins = [] { isDeleting = true; };
+    if (isUndo) {
+      Flatten();
+      OrderTakingBack(TakeBack::kUndo);
+    }
+    isDeleting = wasDeleting = false;
+    moments = 0;
+    momentOfDeed = moment;
+    haveGoal.clear();
+    if (isUndo) {
+      TakeBackOrdered();
+    } else {
+      Flatten();
+    }
     RemoveLayer(&layer);
+  }
+
+  void GoThrough(bool isUndo) {
+    DoWith(isUndo, 0);
+    const std::vector<bool> withGoal = haveGoal;
+    int runs = 0;
+    for (const Deed &next : kDeeds) {
+      deed = &next;
+      for (std::size_t moment = 1; moment <= withGoal.size(); ++moment) {
+        if (next.needsGoal && !withGoal[moment - 1]) continue;
+        DoWith(isUndo, static_cast<int>(moment));
+        ASSERT_EQ(WhatIsLost(), "") << next.name << " at moment " << moment;
+        ++runs;
+      }
+    }
+    std::printf("%zu moments, %d runs\n", withGoal.size(), runs);
   }
 
   std::string WhatIsLost() const {
@@ -227,20 +254,11 @@ class HostileChanges : public CPreciousTreeTest {
 };
 
 TEST_P(HostileChanges, CostNothing) {
-  haveGoal.clear();
-  FlattenWith(0);
-  const std::vector<bool> withGoal = haveGoal;
-  int runs = 0;
-  for (const Deed &next : kDeeds) {
-    deed = &next;
-    for (std::size_t moment = 1; moment <= withGoal.size(); ++moment) {
-      if (next.needsGoal && !withGoal[moment - 1]) continue;
-      FlattenWith(static_cast<int>(moment));
-      ASSERT_EQ(WhatIsLost(), "") << next.name << " at moment " << moment;
-      ++runs;
-    }
-  }
-  std::printf("%zu moments, %d runs\n", withGoal.size(), runs);
+  GoThrough(false);
+}
+
+TEST_P(HostileChanges, CostNothingWhileARunIsTakenBack) {
+  GoThrough(true);
 }
 
 INSTANTIATE_TEST_SUITE_P(Under, HostileChanges, testing::ValuesIn(AllRules()), NameOfRules);

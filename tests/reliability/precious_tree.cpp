@@ -7,7 +7,28 @@
 #include <iterator>
 #include <string_view>
 
+#include "engine/run_observers.h"
+#include "engine/take_back_run.h"
+
 namespace {
+
+/// Takes down what an undo has not put back.
+class CToldPaths final : public CRunObserver {
+ public:
+  void TakeNote(const RunNote &note) noexcept override {
+    if (note.event != RunEvent::kNotPutBack) return;
+    paths.insert(*note.path);
+    if (note.oldPath != nullptr) paths.insert(*note.oldPath);
+  }
+  std::set<std::string> paths;
+};
+
+CToldPaths &ToldPaths() {
+  static CToldPaths told;
+  static const bool isAdded = (AddRunObserver(&told), true);
+  (void)isAdded;
+  return told;
+}
 
 constexpr std::string_view kRemovalText = "Deleting emptied folders...";
 constexpr std::string_view kApplication = "Tool.app/Contents/Info.plist";
@@ -42,8 +63,7 @@ const std::vector<Rules> &AllRules() {
   return rules;
 }
 
-int RefusalOf(const TreeChange &change, const Rules &rules) {
-  const std::string_view operation(change.Word());
+int LackOf(const TreeChange &change, const Rules &rules) {
   // Volumes differ in how they say what they do not have.
   static unsigned renames = 0;
   static unsigned links = 0;
@@ -51,10 +71,16 @@ int RefusalOf(const TreeChange &change, const Rules &rules) {
   constexpr int kNoLinks[] = {EPERM, EOPNOTSUPP, ENOSYS, EMLINK};
   // The trash of a whole volume of this machine is none of a test's.
   if (std::string_view(change.name).starts_with(".Trash-")) return EROFS;
-  if (rules.isLinking || rules.isHolding) {
-    if (change.kind == ChangeKind::kRename) return kNoFlag[++renames % std::size(kNoFlag)];
-    return rules.isHolding && operation == "link" ? kNoLinks[++links % std::size(kNoLinks)] : 0;
-  }
+  if (!rules.isLinking && !rules.isHolding) return 0;
+  if (change.kind == ChangeKind::kRename) return kNoFlag[++renames % std::size(kNoFlag)];
+  const bool isLink = change.kind == ChangeKind::kLink;
+  return rules.isHolding && isLink ? kNoLinks[++links % std::size(kNoLinks)] : 0;
+}
+
+int RefusalOf(const TreeChange &change, const Rules &rules) {
+  if (const int error = LackOf(change, rules); error != 0) return error;
+  if (rules.isLinking || rules.isHolding) return 0;
+  const std::string_view operation(change.Word());
   if (operation != "unlink" && operation != "rmdir") return 0;
   struct stat item;
   const bool isThere =
@@ -134,6 +160,56 @@ void CPreciousTreeTest::Flatten() {
   });
   CProgramTest::Flatten({"drop"});
   Recorder().AtEachYield(nullptr);
+}
+
+void CPreciousTreeTest::OrderTakingBack(TakeBack how) {
+  TakeBackOrder order{};
+  order.folder = Ref("drop");
+  std::string reason;
+  ASSERT_EQ(FindRunToTakeBack(how, &order.folder, &order.run, &reason), noErr) << reason;
+  TakeBackOrders.push_back(order);
+}
+
+void CPreciousTreeTest::TakeBackOrdered() {
+  ToldPaths().paths.clear();
+  TakeBackTimerProc(nullptr, nullptr);
+  toldPaths = ToldPaths().paths;
+}
+
+CPreciousTreeTest::Portrait CPreciousTreeTest::PortraitOfDrop() const {
+  Portrait portrait;
+  const auto add = [&](const std::string &path, const std::string &content) {
+    struct stat item;
+    const bool isThere = lstat(files.PathOf("drop/" + path).c_str(), &item) == 0;
+    EXPECT_TRUE(isThere) << path;
+    std::string what = content + "; " + std::to_string(item.st_mode);
+    const bool isAlias = content.starts_with("-> " + files.Path());
+    if (!isAlias) {
+      what +=
+          " " + std::to_string(item.st_mtim.tv_sec) + "." + std::to_string(item.st_mtim.tv_nsec);
+      if (!S_ISDIR(item.st_mode)) what += " " + std::to_string(item.st_ino);
+    }
+    portrait[path] = what;
+  };
+  add("", "");
+  for (const auto &[path, content] : files.Tree("drop")) add(path, content);
+  return portrait;
+}
+
+std::set<std::string> CPreciousTreeTest::Differences(const Portrait &before,
+                                                     const Portrait &after) const {
+  std::set<std::string> differing;
+  for (const Portrait *one : {&before, &after}) {
+    const Portrait &other = one == &before ? after : before;
+    for (const auto &[path, what] : *one) {
+      const auto found = other.find(path);
+      if (found != other.end() && found->second == what) continue;
+      const bool isGone =
+          found == other.end() && mayBeGone.contains(what.substr(0, what.find("; ")));
+      if (!isGone) differing.insert(path);
+    }
+  }
+  return differing;
 }
 
 /// The deletion takes the sub-folders that are no packages, with everything left in them.

@@ -5,11 +5,13 @@
 #include <sys/types.h>
 
 #include <functional>
+#include <map>
 #include <ostream>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "platform/history.h"
 #include "tests/support/program_test.h"
 #include "tests/support/tree_change_fault.h"
 
@@ -31,8 +33,9 @@ std::string NameOfRules(const testing::TestParamInfo<Rules> &rules);
 void PrintTo(const Rules &rules, std::ostream *out);
 
 /// What the file system of these rules has to say before a change: the kernel's flag is refused by
-/// one that is linking or holding; any other refuses to remove what is locked, as if it were
-/// immutable.
+/// one that is linking or holding.
+int LackOf(const TreeChange &change, const Rules &rules);
+/// The same; any other file system refuses to remove what is locked, as if it were immutable.
 int RefusalOf(const TreeChange &change, const Rules &rules);
 
 /// Follows the rules that are its parameter.
@@ -47,6 +50,20 @@ class CPreciousTreeTest : public CProgramTest, public testing::WithParamInterfac
   /// Flattens "drop". What lies in a sub-folder when the deletion begins may be gone afterwards,
   /// unless it goes to the trash.
   void Flatten();
+
+  /// Finds the newest run of "drop", or the undo of it; fails the test when there is none.
+  void OrderTakingBack(TakeBack how);
+  /// Takes back what was found.
+  void TakeBackOrdered();
+  /// The paths of what the last of them could not put back: where it is, and where it belongs.
+  std::set<std::string> toldPaths;
+
+  /// All that an undo has to give back, by path: contents, modes, times of change, which items
+  /// they are. Of a folder, which may have been made again, all but the last.
+  using Portrait = std::map<std::string, std::string>;
+  Portrait PortraitOfDrop() const;
+  /// What differs, a path a line; not what the rules may have deleted.
+  std::set<std::string> Differences(const Portrait &before, const Portrait &after) const;
 
   /// Kinds of damage that a run may have done by the faults it met.
   struct Allowed {
