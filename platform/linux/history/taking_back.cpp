@@ -166,8 +166,10 @@ TakenBack CTakingBack::PutBack(const JournalPlace &origin, std::vector<JournalPl
   });
   if (found != places.rend()) {
     left.place = *found;
-    if (wasFolderFound_) GiveStatesBackBelow(*found);
+    std::vector<Number> within;
+    if (wasFolderFound_) within = GiveStatesBackBelow(*found);
     left.error = MoveBack(*found, origin, item.inode);
+    LeaveFolders(within);
     if (left.error == noErr) return Done(TakenBackKind::kItem);
   } else if (Find(origin, item)) {
     return {};
@@ -177,8 +179,8 @@ TakenBack CTakingBack::PutBack(const JournalPlace &origin, std::vector<JournalPl
 }
 
 /// A folder that goes back as an item can hold some that the run has worked in: all is in its place
-/// there by then, and at the end they can't be found where the run knew them.
-void CTakingBack::GiveStatesBackBelow(const JournalPlace &place) {
+/// there by then, and at the end they can't be found where the run knew them. Answers which.
+std::vector<CTakingBack::Number> CTakingBack::GiveStatesBackBelow(const JournalPlace &place) {
   if (numbers_.empty()) {
     for (Number number = 1; number < run_.folders.size(); ++number) {
       const JournalFolder &folder = run_.folders[number];
@@ -197,6 +199,16 @@ void CTakingBack::GiveStatesBackBelow(const JournalPlace &place) {
   for (auto next = below.rbegin(); next != below.rend(); ++next) {
     TakenBack result = GiveStateBack(*next);
     if (result.kind != TakenBackKind::kNothing) more_.push_back(std::move(result));
+  }
+  return below;
+}
+
+/// After the folder that they are in has been moved: what is open of them is not what stands at
+/// their places now.
+void CTakingBack::LeaveFolders(const std::vector<Number> &numbers) {
+  for (const Number number : numbers) {
+    CloseFolder(indexes_[number]);
+    indexes_[number] = 0;
   }
 }
 
@@ -333,8 +345,9 @@ TakenBack CTakingBack::MoveToTrash(const JournalChange &change) {
     error = ErrorFromErrno(Tree().Look(folder.descriptor, place.name.c_str(), &found));
   }
   if (error == noErr) {
-    GiveStatesBackBelow(place);
+    const std::vector<Number> within = GiveStatesBackBelow(place);
     error = TrashMoveItem(RefHolding(ReferenceToSeenItem(folder.index, place.name, found)));
+    LeaveFolders(within);
   }
   return error == noErr ? Done(TakenBackKind::kItem) : NotPutBack(place, error);
 }

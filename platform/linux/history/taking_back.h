@@ -45,7 +45,8 @@ class CTakingBack {
   TakenBack MoveToTrash(const JournalChange &change);
   TakenBack GiveAttributeBack(const JournalChange &change);
   TakenBack GiveStateBack(Number number);
-  void GiveStatesBackBelow(const JournalPlace &place);
+  std::vector<Number> GiveStatesBackBelow(const JournalPlace &place);
+  void LeaveFolders(const std::vector<Number> &numbers);
 
   enum class Missing : std::uint8_t { kIsLeft, kIsMade };
   OSErr Open(Number number, Missing missing, OpenedFolder *folder, FolderIndex keepOpen = 0);
