@@ -203,7 +203,10 @@ std::int64_t ReadJournalTime(const std::string &time) {
   const char *const second = strptime(time.c_str(), "%Y-%m-%dT%H:%M:%S", &parts);
   if (second == nullptr) return 0;
   const std::string_view rest(second);
-  const std::int64_t start = std::int64_t{timegm(&parts)} * kSecond;
+  const std::int64_t seconds = timegm(&parts);
+  // Which 64 bits of nanoseconds tell until the year 2262.
+  if (seconds < 0 || seconds >= INT64_MAX / kSecond) return 0;
+  const std::int64_t start = seconds * kSecond;
   if (rest == "Z") return start + kSecond - 1;
   constexpr std::size_t kDigits = 9;
   if (rest.size() != kDigits + 2 || !rest.starts_with('.') || !rest.ends_with('Z')) return 0;
