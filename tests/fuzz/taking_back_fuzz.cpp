@@ -146,6 +146,8 @@ void TakeBackRun(std::string_view lines, const CTemporaryFolder &place) {
 /// The input is a journal's lines behind its header. Whatever they say, nothing outside the folder
 /// changes, and every content is there as often as before.
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+  // The tree may have another working directory in between; libFuzzer's paths are from this one.
+  static const int start = open(".", O_PATH | O_DIRECTORY | O_CLOEXEC);
   const CTemporaryFolder &place = Place();
   MakeTree(place);
   const std::string outside = PortraitOfOutside(place);
@@ -153,5 +155,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   TakeBackRun(TextOfInput(data, size), place);
   Require(PortraitOfOutside(place) == outside, "nothing outside the folder is changed");
   Require(CountContents(place) == before, "no content is lost, replaced or doubled");
+  Require(fchdir(start) == 0, "the working directory is there");
   return 0;
 }
