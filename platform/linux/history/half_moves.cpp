@@ -122,8 +122,11 @@ void CHalfMoves::NoteRemoval(const JournalPlaceView &place) {
   EndHold();
   EndStep();
   if (!inHand_) return;
+  HalfMove &move = inHand_->move;
   if (inHand_->next && place == inHand_->Place()) {
     inHand_->step = MoveStep::kRemovalOfOld;
+    // One that has failed, as when a signal has interrupted it, can be asked for again.
+    if (move.places[*inHand_->next] == inHand_->destination) move.goal = *inHand_->next;
   } else if (inHand_->next && place == inHand_->move.places[*inHand_->next]) {
     inHand_->step = MoveStep::kRemovalOfNew;
   } else {
