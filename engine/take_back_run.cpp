@@ -1,5 +1,6 @@
 #include "engine/take_back_run.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -56,7 +57,7 @@ RunOutcome TakeBackSteps(const TakeBackOrder &order, std::int32_t count) {
     isLeft = TakeBackNext(&taken);
     if (!isLeft) break;
     Tell(order, taken);
-    TellObservers(&CRunObserver::Advance, done + 1, count);
+    TellObservers(&CRunObserver::Advance, std::min(done + 1, count), count);
   }
   TellObservers(&CRunObserver::EndPhase);
   EndTakingBack(isLeft ? RunEnd::kStopped : RunEnd::kDone);

@@ -62,18 +62,18 @@ OSErr FindRunToTakeBack(TakeBack how, const FSRef *folder, RunToTakeBack *run, s
 /// Whether the folder is the one that the run was in, wherever it lies now.
 bool IsFolderOfRun(const FSRef &folder, const RunToTakeBack &run);
 
-/// Begins to take a run back: like BeginRunJournal, with `count` set to the number of steps, each
-/// for TakeBackNext. fnfErr, and nothing has begun, when its journal is gone or can't be used.
+/// Begins to take a run back: like BeginRunJournal, with `count` set to about the number of steps,
+/// each for TakeBackNext. fnfErr, and nothing has begun, when its journal is gone or can't be used;
+/// memFullErr when there is no memory for it.
 OSErr BeginTakingBack(const RunToTakeBack &run, const FSRef &folder, std::int32_t *count,
                       std::string *reason);
 
 enum class TakenBackKind : std::uint8_t {
-  kNothing,  ///< it was as it should be already
-  kItem,
+  kNothing,          ///< it was as it should be already
+  kItem,             ///< one is where it was, or out of the trash, or for a redo in it again
   kAlias,            ///< one that the run had made is gone
   kFolderMade,       ///< one that was removed is there again
   kFolderTakenAway,  ///< one that the run had made is gone
-  kTrashed,          ///< a folder is out of the trash again
   kNotPutBack,       ///< `error` says why
   kLost,             ///< deleted for good by the run
 };
@@ -85,8 +85,7 @@ struct TakenBack {
   OSErr error = noErr;
 };
 
-/// Takes back the next step. False when there is none any more; what is told of the times and modes
-/// of folders comes last.
+/// Takes back the next step, and says what came of it. False when there is none any more.
 bool TakeBackNext(TakenBack *what);
 
 /// Ends it, for the journal; `end` is kStopped when there were steps left.

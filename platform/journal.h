@@ -31,8 +31,9 @@ bool WaitForBusyFolder(const FSRef &folder, const std::string &reason);
 
 /// Looks for runs that were killed and puts the item that each was moving back under its old name
 /// in its old folder, or ends the move when only its last step is missing. Never replaces anything,
-/// and leaves alone what is no longer as the journal says. Answers what there is to tell, one line
-/// an item, each told once; the user has been told.
+/// and leaves alone what is no longer as the journal says. An undo or redo that was killed is taken
+/// to its end. Answers what there is to tell, one line an item or undo, each told once; the user
+/// has been told.
 std::vector<std::string> RecoverInterruptedRuns();
 
 /// Tells the user a line, as bytes with names as they are on disk. With no handler set, lines go

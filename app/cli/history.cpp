@@ -1,5 +1,6 @@
 #include "app/cli/history.h"
 
+#include <algorithm>
 #include <ctime>
 #include <optional>
 
@@ -37,6 +38,9 @@ void Order(TakeBack how, const std::string &operand) {
     return ReportProblemOf(order.run.folder,
                            "is not there any more, or is another folder; name it where it is now");
   }
+  // A folder that is named twice is meant once.
+  const auto isSame = [&](const TakeBackOrder &other) { return other.run.id == order.run.id; };
+  if (std::ranges::any_of(TakeBackOrders, isSame)) return;
   order.folder = *found;
   TakeBackOrders.push_back(order);
 }

@@ -18,7 +18,7 @@ import sys
 import tempfile
 from dataclasses import replace
 
-from model_test import Disk, make_case, preferences_of, usual_place
+from model_test import Disk, conclude, make_case, preferences_of, usual_place
 from portrait import differences, portrait
 
 BATCH = 4  # with 4 journals each that is within the 20 that are kept
@@ -203,13 +203,7 @@ def main():
             remove(ofBatch)
     finally:
         remove(place)
-    for what, times in totals.items():
-        print(f"{times:8d} {what}")
-    untouched = [what for what, times in totals.items() if times == 0]
-    if untouched and arguments.trees >= 192 and good:
-        print(f"Of these there were none: {untouched}")
-        return 1
-    return 0 if good else 1
+    return conclude(good, totals, arguments.trees >= 192)
 
 
 if __name__ == "__main__":

@@ -153,48 +153,37 @@ int CJournalWriter::ChangeForTrash(const TreeChange &change) {
 
 int CJournalWriter::RecordTrashing() {
   if (!isRecording_) return 0;
-  BeginRecording();
   const TreeMove &meant = move_->meant;
-  const std::string_view name = meant.name;
-  const std::string_view trash = meant.trash;
-  const std::string_view newName = meant.newName;
-  std::uint32_t folder = 0;
-  int error = NumberOf(meant.folder, &folder);
-  if (error == 0) {
-    error = file_.MakeRoom(CJournalLine::RoomFor(name.size() + trash.size() + newName.size()));
-  }
-  if (error != 0) return error;
-  const ItemIdentity item = IdentityOfMoved(true);
-  CJournalLine line(file_.Next());
-  line.Word("trash");
-  line.Number(folder);
-  line.Text(name);
-  line.Identity(item);
-  line.Text(trash);
-  line.Text(newName);
-  file_.Advance(line.End());
-  halfMoves_.NoteOtherChange();
-  return 0;
+  return RecordItem("trash", meant.folder, meant.name, IdentityOfMoved(true),
+                    {meant.trash, meant.newName});
 }
 
 void CJournalWriter::RecordRestoring(FolderIndex folder, std::string_view name,
                                      const ItemIdentity &item) {
   if (!isRecording_) return;
+  (void)TryTo([&] { return RecordItem("restore", folder, name, item, {}); });
+}
+
+/// A line about an item that goes to where the journal has no folders, or comes from there.
+int CJournalWriter::RecordItem(std::string_view word, FolderIndex folder, std::string_view name,
+                               const ItemIdentity &item,
+                               std::initializer_list<std::string_view> where) {
   BeginRecording();
-  (void)TryTo([&] {
-    std::uint32_t number = 0;
-    int error = NumberOf(folder, &number);
-    if (error == 0) error = file_.MakeRoom(CJournalLine::RoomFor(name.size()));
-    if (error != 0) return error;
-    CJournalLine line(file_.Next());
-    line.Word("restore");
-    line.Number(number);
-    line.Text(name);
-    line.Identity(item);
-    file_.Advance(line.End());
-    halfMoves_.NoteOtherChange();
-    return 0;
-  });
+  std::size_t size = name.size();
+  for (const std::string_view text : where) size += text.size();
+  std::uint32_t number = 0;
+  int error = NumberOf(folder, &number);
+  if (error == 0) error = file_.MakeRoom(CJournalLine::RoomFor(size));
+  if (error != 0) return error;
+  CJournalLine line(file_.Next());
+  line.Word(word);
+  line.Number(number);
+  line.Text(name);
+  line.Identity(item);
+  for (const std::string_view text : where) line.Text(text);
+  file_.Advance(line.End());
+  halfMoves_.NoteOtherChange();
+  return 0;
 }
 
 /// Before the first line that is written for a change.

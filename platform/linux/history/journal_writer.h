@@ -73,6 +73,8 @@ class CJournalWriter final : public CTreeLayer {
   int RecordMove(bool isInSteps);
   int ChangeForTrash(const TreeChange &change);
   int RecordTrashing();
+  int RecordItem(std::string_view word, FolderIndex folder, std::string_view name,
+                 const ItemIdentity &item, std::initializer_list<std::string_view> where);
   int RecordChange(const TreeChange &change);
   void RecordPermissions(const TreeChange &change, CJournalLine &line);
   int RecordAttributes(const TreeChange &change, std::uint32_t number);

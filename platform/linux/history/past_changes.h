@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -54,8 +53,9 @@ class CPastChanges {
   void NoteFailure();
   /// The steps that were noted have come to an end, at their destination or not.
   void NoteEndOfSteps(bool isThere);
-  /// From here on what was left halfway is put right; that is over.
+  /// What comes is done by a later start to put right what was left halfway.
   void BeginRecovery();
+  /// What comes belongs to the run again.
   void EndRecovery() { isRecovering_ = false; }
   /// A folder has got a number. Answers whether the run itself has made it.
   bool NoteFolder(const JournalPlace &place, std::uint32_t number);

@@ -470,7 +470,12 @@ OSErr CTakingBack::MakeFolderOf(Number number, const ItemReference &place, Folde
   if (OSErr error = OpenTableFolder(place.folder, &parent, *index); error != noErr) return error;
   const bool hasAny = !Tree().ReadAttributes({parent, place.folder}, known.name.c_str()).empty();
   if (!hasAny && known.attributes.empty()) return noErr;
-  return ErrorFromErrno(SetFolderAttributes({descriptor, *index}, known.attributes));
+  // That is told, and no reason to leave what belongs into the folder.
+  const int failure = SetFolderAttributes({descriptor, *index}, known.attributes);
+  if (failure != 0) {
+    more_.push_back(NotPutBack({known.parent, known.name}, ErrorFromErrno(failure)));
+  }
+  return noErr;
 }
 
 std::string CTakingBack::PathOf(const JournalPlace &place) const {

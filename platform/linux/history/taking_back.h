@@ -14,19 +14,20 @@
 #include "platform/linux/history/journal_writer.h"
 #include "platform/linux/tree/folder_table.h"
 
+/// Each step looks whether it is still to be done, so it does no harm to begin anew after a part.
 class CTakingBack {
  public:
   /// `run` was read from `text`, which has to stay as long as the object. `folder` is the dropped
   /// folder's place in the table. `successors` are from the journals that came after the run's.
-  /// `own` is what the undo's own journal has told before, if this
-  /// goes on with it; null for a new one. What can't be put back is written down by `writer`, null
-  /// where no journal is kept.
+  /// `own` is what the undo's own journal has told before, if this goes on with it; null for a new
+  /// one. What can't be put back is written down by `writer`, null where no journal is kept.
   CTakingBack(Journal run, std::string_view text, FolderIndex folder, Successors successors,
               const Journal *own, CJournalWriter *writer);
 
+  /// About so many; what has to be told at the end comes on top.
   std::size_t StepCount() const { return run_.changes.size() + run_.folders.size(); }
 
-  /// False when there is no step any more.
+  /// Takes back one step, and says what came of it. False when there is none any more.
   bool Next(TakenBack *result);
 
  private:

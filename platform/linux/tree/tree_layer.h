@@ -156,7 +156,7 @@ class CTreeLayer {
   virtual int ReadFile(int folder, const char *name, std::size_t most, std::string *content) {
     return below_->ReadFile(folder, name, most, content);
   }
-  /// The extended attributes of an item, as far as they can be read; none of a link is followed.
+  /// The extended attributes of an item, as far as they can be read. A link is not followed.
   virtual ItemAttributes ReadAttributes(const OpenedFolder &folder, const char *name) {
     return below_->ReadAttributes(folder, name);
   }
