@@ -4,9 +4,11 @@
 #include "app/cli/history.h"
 #include "app/cli/json_report.h"
 #include "app/cli/line_report.h"
+#include "app/cli/plan_report.h"
 #include "app/display/run_display.h"
 #include "app/start_up_cli.h"
 #include "platform/journal.h"
+#include "platform/plan.h"
 #include "platform/terminal/terminal.h"
 
 namespace {
@@ -44,7 +46,11 @@ bool StorePreferences(const std::vector<PreferenceAssignment> &assignments) {
 void StartReports(const CommandLine &commandLine) {
   ShowRunsInWindow();
   if (commandLine.isJson) StartJsonReport(kProgram);
-  if (commandLine.isVerbose || !commandLine.isJson) StartLineReport(commandLine.isVerbose);
+  if (commandLine.isDryRun) {
+    StartPlanReport(!commandLine.isJson, commandLine.isQuiet, commandLine.folders.size() > 1);
+  } else if (commandLine.isVerbose || !commandLine.isJson) {
+    StartLineReport(commandLine.isVerbose);
+  }
   WatchRunsForExitStatus();
 }
 
@@ -57,6 +63,7 @@ void TakeBackRuns(const CommandLine &commandLine) {
 }
 
 void Flatten(const CommandLine &commandLine) {
+  if (commandLine.isDryRun) BeginPlan();
   StartReports(commandLine);
   const auto unusable = TakeOperands(commandLine.folders, commandLine.isForced);
   for (const auto &[operand, reason] : unusable) AddUnusableToJsonReport(operand, reason);
@@ -66,10 +73,12 @@ void Flatten(const CommandLine &commandLine) {
   }
   // There has been no run to end when nothing could be used, or when it was called off.
   PrintJsonReport();
+  EndPlan();
 }
 
 int Perform(const CommandLine &commandLine) {
-  StartTerminal(commandLine.isQuiet);
+  // What a preview is at would read as if it were done.
+  StartTerminal(commandLine.isQuiet || commandLine.isDryRun);
   PreferencesSetProblemHandler([](const std::string &problem) { ReportProblem(problem); });
   JournalSetLineHandler([](const std::string &line) { ReportProblem(line); });
   for (const auto &[key, value] : commandLine.forThisRun)

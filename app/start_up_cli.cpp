@@ -5,6 +5,7 @@
 #include "engine/flatten_run.h"
 #include "engine/take_back_run.h"
 #include "platform/journal.h"
+#include "platform/plan.h"
 #include "platform/terminal/terminal.h"
 
 namespace {
@@ -20,7 +21,8 @@ OSStatus HandleQuit(EventHandlerCallRef /*callRef*/, EventRef /*event*/, void * 
 void StartUpOnTerminal() {
   MainWindow.window = TerminalWindow();
   FetchMainWindowControls();
-  (void)RecoverInterruptedRuns();  // The platform tells what there is to tell.
+  // The platform tells what there is to tell.
+  if (!IsPlanning()) (void)RecoverInterruptedRuns();
   (void)AEInstallEventHandler(kCoreEventClass, kAEOpenDocuments, HandleOpenDocuments, 0, false);
   (void)InstallEventHandler(GetApplicationEventTarget(), HandleQuit,
                             {kEventClassCommand, kEventCommandProcess}, nullptr);

@@ -9,9 +9,10 @@ namespace {
 
 constexpr std::string_view kHelp =
     R"(vannerly-cli [options] FOLDER...
+vannerly-cli --dry-run [options] FOLDER...
 vannerly-cli --undo | --redo | --history [FOLDER...]
 
-Moves every file below each FOLDER up into it, or takes that back.
+Moves every file below each FOLDER up into it, shows what that would do, or takes it back.
 
   --operation=move|alias|N            what to do with each file: move it up, make an
                                       alias of it in FOLDER, or (any other number) nothing
@@ -24,6 +25,9 @@ Moves every file below each FOLDER up into it, or takes that back.
   --[no-]aggregate-files-when-done    afterwards sort the items by extension into folders
 
 These hold for this run; without them the stored preferences do.
+
+  -n, --dry-run                       change nothing: list on standard output what would be
+                                      done and what would be left, in that order
 
   --undo                              take back the newest run that is not taken back yet: of
                                       each FOLDER, or without one the newest of all
@@ -112,7 +116,7 @@ CLI::Option *AddFlag(CLI::App *parser, const char *names, Value &...value) {
 std::variant<CommandLine, RequestedText, UsageProblem> CheckJobBesideFlattening(
     const CommandLine &commandLine) {
   if (!commandLine.forThisRun.empty() || !commandLine.toStore.empty() ||
-      commandLine.showsPreferences || commandLine.isForced) {
+      commandLine.showsPreferences || commandLine.isForced || commandLine.isDryRun) {
     return UsageProblem{
         "--undo, --redo and --history take --quiet, --verbose and --json, and no other option"};
   }
@@ -146,6 +150,7 @@ std::variant<CommandLine, RequestedText, UsageProblem> ParseCommandLine(
       {{AddFlag(&parser, "--undo"), Job::kUndo},
        {AddFlag(&parser, "--redo"), Job::kRedo},
        {AddFlag(&parser, "--history"), Job::kListHistory}}};
+  AddFlag(&parser, "-n,--dry-run", commandLine.isDryRun);
   AddFlag(&parser, "--preferences", commandLine.showsPreferences);
   AddFlag(&parser, "--quiet", commandLine.isQuiet);
   AddFlag(&parser, "--verbose", commandLine.isVerbose);
@@ -191,6 +196,8 @@ std::variant<CommandLine, RequestedText, UsageProblem> ParseCommandLine(
   }
   if (commandLine.job != Job::kFlatten) return CheckJobBesideFlattening(commandLine);
 
+  if (commandLine.isDryRun && (!commandLine.toStore.empty() || commandLine.showsPreferences))
+    return UsageProblem{"--dry-run can't be combined with --set or --preferences"};
   const bool hasFolders = !commandLine.folders.empty();
   if (commandLine.showsPreferences && hasFolders)
     return UsageProblem{"--preferences takes no folder"};

@@ -1,6 +1,7 @@
 /// The command line of vannerly-cli.
 ///
 ///     vannerly-cli [options] FOLDER...
+///     vannerly-cli --dry-run [options] FOLDER...
 ///     vannerly-cli --undo | --redo | --history [FOLDER...]
 ///
 /// Options may stand anywhere before "--" and have no abbreviations; of several that contradict
@@ -26,6 +27,7 @@ struct CommandLine {
   bool isVerbose = false;
   bool isJson = false;
   bool isForced = false;
+  bool isDryRun = false;  ///< of flattening
 };
 
 /// A text that the user has asked for.

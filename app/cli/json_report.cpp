@@ -10,6 +10,7 @@
 #include "app/cli/json_writer.h"
 #include "app/cli/report_words.h"
 #include "platform/linux/tree/item_location.h"
+#include "platform/plan.h"
 #include "platform/terminal/terminal.h"
 
 namespace {
@@ -30,7 +31,8 @@ struct KeptNote {
 struct KeptFolder {
   FSRef folder;
   FolderReport report;
-  std::size_t end;  ///< the place behind its last note
+  std::size_t end;      ///< the place behind its last note
+  std::size_t planned;  ///< the same of its planned changes
 };
 
 /// Where no reference leads to an item.
@@ -58,6 +60,31 @@ Json Describe(const KeptNote &note, const FSRef *nowItem, const KeptPaths *paths
   } else if (now != path) {
     SetText(item, "now", now);
   }
+  return item;
+}
+
+const char *WordOf(PlannedKind kind) {
+  switch (kind) {
+    case PlannedKind::kMoved:
+      return "moved";
+    case PlannedKind::kAliased:
+      return "aliased";
+    case PlannedKind::kTrashed:
+      return "trashed";
+    case PlannedKind::kMade:
+      return "made";
+    case PlannedKind::kDeleted:
+      break;
+  }
+  return "deleted";
+}
+
+Json Describe(const PlannedChange &change) {
+  Json item;
+  item["change"] = WordOf(change.kind);
+  SetText(item, "path", change.path);
+  if (change.kind == PlannedKind::kMoved) SetText(item, "newPath", change.newPath);
+  if (change.kind == PlannedKind::kAliased) SetText(item, "target", change.newPath);
   return item;
 }
 
@@ -92,7 +119,7 @@ class CJsonReport final : public CRunObserver {
       if (report.outcome == RunOutcome::kInUse) {
         errors_.push_back({PathOnDisk(folder_), report.reason});
       } else {
-        folders_.push_back({folder_, report, notes_.size()});
+        folders_.push_back({folder_, report, notes_.size(), PlannedChangeCount()});
       }
     });
   }
@@ -132,13 +159,19 @@ class CJsonReport final : public CRunObserver {
     writer.Open('{');
     writer.Member("format", 1);
     writer.Member("program", program_);
+    if (IsPlanning()) writer.Member("preview", true);
     writer.Member("complete", isComplete_);
     writer.Key("folders");
     writer.Open('[');
     std::size_t firstNote = 0;
+    std::size_t firstChange = 0;
     for (const KeptFolder &folder : folders_) {
+      writer.Open('{');
       WriteFolder(writer, folder, firstNote);
+      if (IsPlanning()) WriteChanges(writer, firstChange, folder.planned);
+      writer.Close();
       firstNote = folder.end;
+      firstChange = folder.planned;
     }
     writer.Close();
     writer.Key("errors");
@@ -162,7 +195,6 @@ class CJsonReport final : public CRunObserver {
     Json &counts = head["counts"];
     for (std::size_t i = 0; i < kRunEventCount; ++i)
       counts[kEventWords[i].key] = folder.report.counts[i];
-    writer.Open('{');
     for (const auto &[key, value] : head.items()) writer.Member(key, value);
     for (const EventWords &words : kEventWords) {
       if (!IsToldOneByOne(words.event)) continue;
@@ -173,6 +205,13 @@ class CJsonReport final : public CRunObserver {
       }
       writer.Close();
     }
+  }
+
+  static void WriteChanges(CJsonWriter &writer, std::size_t begin, std::size_t end) {
+    writer.Key("changes");
+    writer.Open('[');
+    for (std::size_t number = begin; number < end && writer.IsTaken(); ++number)
+      writer.Value(Describe(PlannedChangeAt(number)));
     writer.Close();
   }
 

@@ -11,37 +11,9 @@
 
 namespace {
 
-std::string Reason(OSErr error) {
-  const ResultWords words = WordsOf(error);
-  std::string text = std::string(": ") + words.reason + " (";
-  if (*words.name != '\0') text.append(words.name).append(", ");
-  return text + std::to_string(error) + ")";
-}
-
-/// What a place in the words of an event stands for.
-std::string TextFor(std::string_view place, const RunNote &note, const std::string &path) {
-  if (place == "reason") return Reason(note.error);
-  if (place == "count") return std::to_string(note.count);
-  if (place == "old") return note.oldPath != nullptr ? " as " + *note.oldPath : "";
-  const std::string now = note.now != nullptr ? PathOnDisk(*note.now) : path;
-  if (place == "name") return now.substr(now.rfind('/') + 1);
-  return now != path ? "; its name is now " + now : "";
-}
-
 std::string LineOf(const RunNote &note) {
   const std::string path = note.path != nullptr ? *note.path : PathOnDisk(note.item);
-  std::string line = path + ": ";
-  std::string_view rest = kEventWords[static_cast<std::size_t>(note.event)].line;
-  while (!rest.empty()) {
-    const std::size_t begin = std::min(rest.find('{'), rest.size());
-    line += rest.substr(0, begin);
-    rest.remove_prefix(begin);
-    if (rest.empty()) break;
-    const std::size_t end = rest.find('}');
-    line += TextFor(rest.substr(1, end - 1), note, path);
-    rest.remove_prefix(end + 1);
-  }
-  return line;
+  return path + ": " + Expanded(kEventWords[static_cast<std::size_t>(note.event)].line, note, path);
 }
 
 std::string SummaryOf(const std::string &path, const FolderReport &report) {

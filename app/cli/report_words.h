@@ -2,6 +2,8 @@
 #pragma once
 
 #include <array>
+#include <string>
+#include <string_view>
 
 #include "engine/run_observers.h"
 
@@ -21,6 +23,8 @@ struct EventWords {
   /// {now} (if its name has changed), {old} (its place before, if there is one) and {count} stand
   /// for what the note says.
   const char *line;
+  /// The same in a preview; null for what is told there as a change, or only counted.
+  const char *planned = nullptr;
 };
 
 inline constexpr std::array<EventWords, kRunEventCount> kEventWords{{
@@ -37,19 +41,22 @@ inline constexpr std::array<EventWords, kRunEventCount> kEventWords{{
     {RunEvent::kAliasTakenAway, "aliasesTakenAway", "aliases taken away", nullptr},
     {RunEvent::kFolderPutBack, "foldersPutBack", "folders put back", nullptr},
     {RunEvent::kFolderTakenAway, "foldersTakenAway", "folders taken away", nullptr},
-    {RunEvent::kLeftInPlace, "leftInPlace", "left in place", "left in place{reason}{now}"},
+    {RunEvent::kLeftInPlace, "leftInPlace", "left in place", "left in place{reason}{now}",
+     "would be left in place{reason}"},
     {RunEvent::kRenamed, "renamed", "renamed", "moved as {name}"},
     {RunEvent::kFolderNotRead, "unreadFolders", "folders not looked into",
-     "could not be looked into{reason}"},
+     "could not be looked into{reason}", "could not be looked into{reason}"},
     {RunEvent::kFileDeleted, "deletedFiles", "files deleted", "deleted with its folder"},
     {RunEvent::kFolderDeleted, "deletedFolders", "folders deleted", "deleted"},
     {RunEvent::kTrashed, "trashed", "moved to the trash",
      "moved to the trash with all that was in it"},
     {RunEvent::kNotDeleted, "notDeleted", "not deleted",
-     "not deleted, nor the folders it lies in{reason}"},
+     "not deleted, nor the folders it lies in{reason}",
+     "would not be deleted, nor the folders it lies in{reason}"},
     {RunEvent::kFolderMade, "foldersMade", "folders made", "made"},
     {RunEvent::kCollated, "collated", "collated", "items moved into it: {count}"},
-    {RunEvent::kNotCollated, "notCollated", "not collated", "not collated{reason}"},
+    {RunEvent::kNotCollated, "notCollated", "not collated", "not collated{reason}",
+     "would not be collated{reason}"},
     {RunEvent::kNotPutBack, "notPutBack", "not put back", "not put back{old}{reason}"},
     {RunEvent::kLost, "lost", "lost", "can't be put back: it was deleted for good"},
 }};
@@ -66,6 +73,9 @@ consteval bool AreEventWordsComplete() {
   return true;
 }
 static_assert(AreEventWordsComplete());
+
+/// The words of an event with what its note says in their places. `path` is the item's.
+std::string Expanded(std::string_view words, const RunNote &note, const std::string &path);
 
 /// How the work on a folder ended, in a word or two that scripts may rely on.
 const char *WordsOf(RunOutcome outcome);

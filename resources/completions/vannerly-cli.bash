@@ -28,7 +28,7 @@ _vannerly_cli() {
     words='--operation= --rename-duplicates --no-rename-duplicates --ignore-applications
       --no-ignore-applications --delete-emptied-folders --no-delete-emptied-folders
       --delete-to-trash --no-delete-to-trash --aggregate-files-when-done
-      --no-aggregate-files-when-done --undo --redo --history
+      --no-aggregate-files-when-done --dry-run --undo --redo --history
       --preferences --set --quiet --verbose --json --force --help --version --'
     ;;
   esac

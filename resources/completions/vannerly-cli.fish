@@ -11,6 +11,7 @@ complete -c vannerly-cli -l delete-to-trash -d 'Move those that hold a file to t
 complete -c vannerly-cli -l no-delete-to-trash -d 'Delete them for good'
 complete -c vannerly-cli -l aggregate-files-when-done -d 'Sort the items by extension'
 complete -c vannerly-cli -l no-aggregate-files-when-done -d 'Do not sort the items'
+complete -c vannerly-cli -s n -l dry-run -d 'Show what would be done, and do nothing'
 complete -c vannerly-cli -l undo -d 'Take back the newest run that is not taken back yet'
 complete -c vannerly-cli -l redo -d 'Do again what was taken back last'
 complete -c vannerly-cli -l history -d 'List the runs that are kept'

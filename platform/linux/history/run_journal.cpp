@@ -20,6 +20,7 @@
 #include "platform/linux/tree/folder_table.h"
 #include "platform/linux/tree/item_location.h"
 #include "platform/linux/tree/tree_memory.h"
+#include "platform/plan.h"
 
 namespace {
 
@@ -152,7 +153,8 @@ OSErr BeginRunJournalFor(const RunOrder &order, const FSRef &folder, std::string
   Memory().BeginRun();
   int error = 0;
   try {
-    error = Begin(order, folder, reason);
+    // A plan changes nothing, so there is nothing to write down, and nobody to keep out.
+    if (!IsPlanning()) error = Begin(order, folder, reason);
   } catch (const std::bad_alloc &) {
     error = ENOMEM;
   }

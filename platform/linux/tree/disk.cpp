@@ -5,6 +5,7 @@
 #include <linux/openat2.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <sys/syscall.h>
 #include <sys/sysmacros.h>
 #include <sys/vfs.h>
@@ -54,6 +55,7 @@ int LookAt(int folder, const char *name, int flags, ItemStatus *status) {
   status->modified = Nanoseconds(found.stx_mtime);
   status->changed = Nanoseconds(found.stx_ctime);
   status->isImmutable = (found.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
+  status->isAppendOnly = (found.stx_attributes & STATX_ATTR_APPEND) != 0;
   status->isMountPoint = (found.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
   return 0;
 }
@@ -238,7 +240,7 @@ int SetAttributes(int folder, const ItemAttributes &attributes) {
 const char *PathOf(const OpenedFolder &folder, const char *name) {
   static std::string path;  // asked for every item of a folder, it keeps its memory
   path.clear();
-  if (!WorkInFolder(folder.index, folder.descriptor)) {
+  if (folder.index == 0 || !WorkInFolder(folder.index, folder.descriptor)) {
     path.append("/proc/self/fd/").append(std::to_string(folder.descriptor)).append("/");
   }
   path += name;
@@ -359,11 +361,15 @@ class CDisk final : public CTreeLayer {
     return ReadAttributesAt(path);
   }
 
-  int VolumeKind(int folder, long *kind) override {
-    struct statfs status;
-    if (fstatfs(folder, &status) != 0) return errno;
-    *kind = static_cast<long>(status.f_type);
+  int LookAtVolume(int folder, VolumeStatus *status) override {
+    struct statfs found;
+    if (fstatfs(folder, &found) != 0) return errno;
+    *status = {static_cast<long>(found.f_type), (found.f_flags & ST_RDONLY) != 0};
     return 0;
+  }
+
+  int CheckAccess(int folder, const char *name, int mode) override {
+    return ErrorOf(faccessat(folder, name, mode, AT_EACCESS | AT_SYMLINK_NOFOLLOW));
   }
 
   void Rest() override { LeaveWorkingFolder(); }

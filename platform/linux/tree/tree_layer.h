@@ -32,6 +32,7 @@ struct ItemStatus {
   std::int64_t modified;  ///< times are in nanoseconds since 1970
   std::int64_t changed;
   bool isImmutable;
+  bool isAppendOnly;
   bool isMountPoint;  ///< another volume, or another part of this one, is mounted on it
 
   bool IsFolder() const;
@@ -47,6 +48,12 @@ struct OpenedFolder {
 };
 
 enum class FolderUse { kPlace, kListing };
+
+/// What the disk says about the volume on which a folder lies.
+struct VolumeStatus {
+  long kind;        ///< as statfs(2) tells it
+  bool isReadOnly;  ///< there, whoever asks
+};
 
 /// Takes an item of a folder: its name, one of readdir(3)'s DT_ constants, and its inode number.
 using ItemVisitor =
@@ -160,11 +167,20 @@ class CTreeLayer {
   virtual ItemAttributes ReadAttributes(const OpenedFolder &folder, const char *name) {
     return below_->ReadAttributes(folder, name);
   }
-  /// The kind of its volume, as statfs(2) tells it.
-  virtual int VolumeKind(int folder, long *kind) { return below_->VolumeKind(folder, kind); }
+  virtual int LookAtVolume(int folder, VolumeStatus *status) {
+    return below_->LookAtVolume(folder, status);
+  }
+  /// Whether the process may do something with an item, as faccessat(2) is asked with `mode`; 0 or
+  /// what says no. A link is not followed.
+  virtual int CheckAccess(int folder, const char *name, int mode) {
+    return below_->CheckAccess(folder, name, mode);
+  }
 
   /// Lets go of whatever would keep a volume busy while nothing is done.
   virtual void Rest() { below_->Rest(); }
+
+ protected:
+  CTreeLayer &Below() { return *below_; }
 
  private:
   friend class CTreeStack;

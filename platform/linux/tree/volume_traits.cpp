@@ -21,9 +21,9 @@ bool IsPrompt(int descriptor) {
   constexpr long kXfsMagic = 0x58465342;
   constexpr std::array<long, 5> kPrompt{EXT4_SUPER_MAGIC, BTRFS_SUPER_MAGIC, F2FS_SUPER_MAGIC,
                                         TMPFS_MAGIC, kXfsMagic};
-  long kind = 0;
-  return Tree().VolumeKind(descriptor, &kind) == 0 &&
-         std::ranges::find(kPrompt, kind) != kPrompt.end();
+  VolumeStatus volume{};
+  return Tree().LookAtVolume(descriptor, &volume) == 0 &&
+         std::ranges::find(kPrompt, volume.kind) != kPrompt.end();
 }
 
 }  // namespace

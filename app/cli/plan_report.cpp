@@ -1,0 +1,170 @@
+#include "app/cli/plan_report.h"
+
+#include <memory>
+#include <string>
+
+#include "app/cli/report_words.h"
+#include "engine/flatten_run.h"
+#include "platform/linux/tree/item_location.h"
+#include "platform/plan.h"
+#include "platform/terminal/terminal.h"
+#include "platform/terminal/terminal_text.h"
+
+namespace {
+
+constexpr std::size_t kBytesAtOnce = std::size_t{64} * 1024;
+
+/// A number that stands in the summary unless it is 0.
+struct Part {
+  std::int64_t count;
+  const char *one;
+  const char *several;
+};
+
+template <typename Parts>
+std::string Listed(const Parts &parts) {
+  std::string text;
+  for (const Part &part : parts) {
+    if (part.count == 0) continue;
+    if (!text.empty()) text += ", ";
+    text.append(std::to_string(part.count)).append(part.count == 1 ? part.one : part.several);
+  }
+  return text;
+}
+
+class CPlanReport final : public CRunObserver {
+ public:
+  CPlanReport(bool isListed, bool isQuiet, bool hasSeveralFolders)
+      : isListed_(isListed), isQuiet_(isQuiet), hasSeveralFolders_(hasSeveralFolders) {}
+
+  void BeginWork(const FSRef &folder) noexcept override {
+    Write([&] {
+      path_ = PathOnDisk(folder);
+      if (!hasSeveralFolders_) return;
+      if (printed_++ > 0) text_ += "\n";
+      text_.append(TerminalTextFromDisk(path_)).append(":\n");
+    });
+  }
+
+  void Advance(std::int32_t /*done*/, std::int32_t /*count*/) noexcept override {
+    Write([] {});
+  }
+
+  void TakeNote(const RunNote &note) noexcept override {
+    Write([&] {
+      const char *const words = kEventWords[static_cast<std::size_t>(note.event)].planned;
+      if (words == nullptr) return;
+      const std::string path = PathOnDisk(note.item);
+      AddLine(Relative(path) + ": " + Expanded(words, note, path));
+    });
+  }
+
+  void EndFolder(const FolderReport &report) noexcept override {
+    Write([] {});
+    for (std::size_t i = 0; i < kRunEventCount; ++i) totals_[i] += report.counts[i];
+    isStopped_ = isStopped_ || report.outcome == RunOutcome::kStopped;
+  }
+
+  void EndRun() noexcept override {
+    HandOver();
+    if (isQuiet_) return;
+    try {
+      PrintNotice(Summary());
+    } catch (...) {
+      NoteAnythingLeft();  // There is not even memory for the line.
+    }
+  }
+
+ private:
+  /// Prints the changes planned since the last time, and then what `add` has to say.
+  template <typename Add>
+  void Write(Add add) noexcept {
+    if (!isListed_) return;
+    try {
+      for (; told_ < PlannedChangeCount(); ++told_) AddLine(LineOf(PlannedChangeAt(told_)));
+      add();
+      if (text_.size() >= kBytesAtOnce) HandOver();
+    } catch (...) {
+      End("not enough memory for the rest of the list");
+    }
+  }
+
+  /// Without its list a preview is of no use.
+  void End(const char *problem) noexcept {
+    isListed_ = false;
+    FlattenRun.QuitRequested = true;
+    if (problem != nullptr) ReportUnusable("standard output", problem);
+  }
+
+  void HandOver() noexcept {
+    if (isListed_ && !text_.empty() && !WriteOutput(text_)) End(nullptr);
+    text_.clear();
+  }
+
+  void AddLine(const std::string &line) { text_.append(TerminalTextFromDisk(line)).append("\n"); }
+
+  std::string Relative(const std::string &path) const {
+    const std::size_t start = path_ == "/" ? 1 : path_.size() + 1;
+    const bool isWithin = path.starts_with(path_) && path.size() > start &&
+                          (path_ == "/" || path[path_.size()] == '/');
+    return isWithin ? path.substr(start) : path;
+  }
+
+  std::string LineOf(const PlannedChange &change) const {
+    const std::string path = Relative(change.path);
+    switch (change.kind) {
+      case PlannedKind::kMoved:
+        return path + " -> " + Relative(change.newPath);
+      case PlannedKind::kAliased:
+        return Relative(change.newPath) + " -> " + path + " (alias)";
+      case PlannedKind::kTrashed:
+        return path + ": would be moved to the trash with all that is in it";
+      case PlannedKind::kMade:
+        return path + ": would be made";
+      case PlannedKind::kDeleted:
+        break;
+    }
+    return path + ": would be deleted";
+  }
+
+  std::string Summary() const {
+    const auto count = [this](RunEvent event) { return totals_[static_cast<std::size_t>(event)]; };
+    const Shortfalls left = ShortfallsOf(totals_);
+    const std::string done = Listed(std::initializer_list<Part>{
+        {count(RunEvent::kMoved), " file would be moved", " files would be moved"},
+        {count(RunEvent::kRenamed), " of them under a new name", " of them under new names"},
+        {count(RunEvent::kAliased), " alias would be made", " aliases would be made"},
+        {count(RunEvent::kFolderDeleted), " folder would be deleted", " folders would be deleted"},
+        {count(RunEvent::kTrashed), " folder would be moved to the trash",
+         " folders would be moved to the trash"},
+        {count(RunEvent::kCollated), " item would be collated", " items would be collated"},
+        {left.deleted, " file would be deleted with its folder",
+         " files would be deleted with their folders"},
+        {left.leftInPlace, " file would be left in place", " files would be left in place"},
+        {left.notReached, " file was not reached", " files were not reached"},
+        {left.notRead, " folder could not be looked into", " folders could not be looked into"},
+        {left.notDeleted, " item would not be deleted", " items would not be deleted"},
+        {left.notCollated, " item would not be collated", " items would not be collated"},
+    });
+    const std::string begin = isStopped_ ? "The preview was stopped. Nothing was done"  //
+                                         : "Nothing was done";
+    return done.empty() ? begin + ", and nothing would be." : begin + ". " + done + ".";
+  }
+
+  bool isListed_;
+  bool isQuiet_;
+  bool hasSeveralFolders_;
+  bool isStopped_ = false;
+  int printed_ = 0;       ///< folders
+  std::size_t told_ = 0;  ///< changes
+  std::string path_;      ///< of the folder in hand
+  std::string text_;      ///< to be printed
+  RunCounts totals_{};
+};
+
+}  // namespace
+
+void StartPlanReport(bool isListed, bool isQuiet, bool hasSeveralFolders) {
+  static CPlanReport report(isListed, isQuiet, hasSeveralFolders);
+  AddRunObserver(&report);
+}

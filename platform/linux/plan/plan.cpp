@@ -1,0 +1,306 @@
+#include "platform/linux/plan/plan.h"
+
+#include <dirent.h>
+#include <linux/capability.h>
+#include <linux/magic.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <memory>
+#include <new>
+#include <vector>
+
+#include "platform/linux/system/capabilities.h"
+#include "platform/linux/tree/folder_table.h"
+#include "platform/linux/tree/item_location.h"
+#include "platform/linux/tree/tree_memory.h"
+
+// The order in which the system finds reasons to refuse is that of Linux, fs/namei.c.
+
+namespace {
+
+bool HasSymbolicLinks(const VolumeStatus &volume) {
+  constexpr long kExfatMagic = 0x2011BAB0;  // Linux, fs/exfat/exfat_fs.h
+  constexpr std::array kWithout{long{MSDOS_SUPER_MAGIC}, kExfatMagic};
+  return std::ranges::find(kWithout, volume.kind) == kWithout.end();
+}
+
+bool IsOwnedByUser(std::uint32_t owner) {
+  return owner == geteuid() || HasCapability(CAP_FOWNER);
+}
+
+}  // namespace
+
+CPlan::CPlan() {
+  PutLayerOnDisk(this);
+}
+
+CPlan::~CPlan() {
+  RemoveLayer(this);
+}
+
+int CPlan::Change(const TreeChange &change) {
+  if (change.onlyIf && !change.onlyIf()) return ESTALE;
+  try {
+    return TryToChange(change);
+  } catch (const std::bad_alloc &) {
+    return ENOMEM;
+  }
+}
+
+int CPlan::TryToChange(const TreeChange &change) {
+  switch (change.kind) {
+    case ChangeKind::kRename:
+      return Rename(change);
+    case ChangeKind::kMakeFolder:
+    case ChangeKind::kMakePrivateFolder:
+      return Make(change, DT_DIR);
+    case ChangeKind::kMakeLink:
+      return Make(change, DT_LNK);
+    case ChangeKind::kMakeFile:
+      return Make(change, DT_REG);
+    case ChangeKind::kRemoveFile:
+    case ChangeKind::kRemoveFolder:
+      return Remove(change);
+    case ChangeKind::kAllowWriting:
+    case ChangeKind::kClearImmutable:
+      return Unlock(change);
+    case ChangeKind::kReplaceFile:
+      return 0;  // The trash's own list of sizes: nobody looks at it again.
+    default:
+      return EOPNOTSUPP;  // No run asks for it whose renames are granted.
+  }
+}
+
+void CPlan::BeginMove(const TreeMove &move) {
+  move_ = {};
+  isTrashing_ = move.trash != nullptr;
+}
+
+void CPlan::EndMove() {
+  const KeptChange &change = move_.change;
+  const bool isBack = change.folder == change.newFolder && change.name == change.newName;
+  if (move_.isThere && !isBack) changes_.push_back(change);
+  move_ = {};
+  isTrashing_ = false;
+}
+
+PlanFolder CPlan::MountOf(PlanFolder folder) {
+  const auto isMount = [this](PlanFolder candidate) {
+    if (candidate == CPlannedTree::kRoot) return true;
+    Spot spot;
+    ItemStatus status;
+    const bool isKnown = FactsOf(candidate).device != 0 ||
+                         (Locate(candidate, "", &spot) == 0 && LookAt(spot, &status) == 0);
+    return isKnown && FactsOf(candidate).isMountPoint;
+  };
+  while (!isMount(folder)) {
+    folder = tree_.IsMade(folder) ? tree_.ParentOf(folder) : tree_.At(folder).disk.folder;
+  }
+  return folder;
+}
+
+const CPlan::Rights &CPlan::RightsOf(PlanFolder folder) {
+  if (folder >= rights_.size()) rights_.resize(folder + 1);
+  Rights &rights = rights_[folder];
+  if (rights.areKnown) return rights;
+  rights.areKnown = true;
+  rights.mount = MountOf(folder);
+  Spot spot;
+  if (tree_.IsMade(folder) || Locate(folder, "", &spot) != 0) return rights;
+  const auto check = [&spot, this](int mode) {
+    return Below().CheckAccess(spot.descriptor, ".", mode);
+  };
+  rights.changeError = check(W_OK | X_OK);
+  if (rights.changeError != 0) rights.searchError = check(X_OK);
+  VolumeStatus volume{};
+  if (Below().LookAtVolume(spot.descriptor, &volume) == 0) {
+    rights.isReadOnly = volume.isReadOnly;
+    rights.hasLinks = HasSymbolicLinks(volume);
+  }
+  return rights;
+}
+
+/// Whether the user may take an item out of a folder.
+int CPlan::CheckRemoval(PlanFolder folder, const ItemStatus &item) {
+  if (const int error = RightsOf(folder).changeError; error != 0) return error;
+  const Folder &facts = FactsOf(folder);
+  if (facts.isAppendOnly || item.isAppendOnly || item.isImmutable) return EPERM;
+  const bool isSticky = (facts.mode & S_ISVTX) != 0;
+  return isSticky && facts.owner != geteuid() && !IsOwnedByUser(item.owner) ? EPERM : 0;
+}
+
+/// Finds an item that is to be taken away.
+int CPlan::LookForRemoval(PlanFolder folder, const char *name, Spot *spot, ItemStatus *item) {
+  const Rights &rights = RightsOf(folder);
+  if (rights.searchError != 0) return rights.searchError;
+  if (rights.isReadOnly) return EROFS;
+  const int error = Locate(folder, name, spot);
+  return error != 0 ? error : LookAt(*spot, item);
+}
+
+/// 0 when a name is free and can be one.
+int CPlan::LookForFree(PlanFolder folder, const char *name) {
+  Spot spot;
+  ItemStatus item;
+  int error = tree_.IsMade(folder) ? ENOENT : 0;
+  if (tree_.FindArrived({folder, name}) != nullptr) return EEXIST;
+  if (error == 0) error = OpenOnDisk(folder, &spot.descriptor);
+  if (error == 0) error = Below().Look(spot.descriptor, name, &item);
+  if (error == 0) error = tree_.HasLeft({folder, name}) ? ENOENT : EEXIST;
+  return error == ENOENT ? 0 : error;
+}
+
+int CPlan::Rename(const TreeChange &change) {
+  const PlanFolder from = FolderOf(change.folder.descriptor);
+  const PlanFolder to = FolderOf(change.newFolder.descriptor);
+  if (const int error = RightsOf(from).searchError; error != 0) return error;
+  if (const int error = RightsOf(to).searchError; error != 0) return error;
+  if (RightsOf(from).mount != RightsOf(to).mount) return EXDEV;
+  Spot spot;
+  ItemStatus item;
+  if (int error = LookForRemoval(from, change.name, &spot, &item); error != 0) return error;
+  // A folder that gets another parent is itself changed.
+  const bool isChanged = item.IsFolder() && from != to && spot.made == nullptr;
+  const int itemError = isChanged ? Below().CheckAccess(spot.descriptor, spot.name, W_OK) : 0;
+  if (int error = LookForFree(to, change.newName); error != 0) return error;
+  if (int error = CheckRemoval(from, item); error != 0) return error;
+  if (const int error = RightsOf(to).changeError; error != 0) return error;
+  if (itemError != 0) return itemError;
+  if (item.isMountPoint) return EBUSY;
+
+  const auto [oldName, newName] =
+      tree_.Move({from, change.name}, {to, change.newName},
+                 {item.identity.inode, static_cast<unsigned char>(IFTODT(item.mode))});
+  NoteChanged(from);
+  NoteChanged(to);
+  if (!move_.isThere) {
+    const PlannedKind kind = isTrashing_ ? PlannedKind::kTrashed : PlannedKind::kMoved;
+    move_ = {{kind, change.folder.index, 0, oldName, nullptr}, true};
+  }
+  move_.change.newFolder = change.newFolder.index;
+  move_.change.newName = newName;
+  return 0;
+}
+
+int CPlan::Make(const TreeChange &change, unsigned char type) {
+  const PlanFolder folder = FolderOf(change.folder.descriptor);
+  const Rights &rights = RightsOf(folder);
+  if (rights.searchError != 0) return rights.searchError;
+  if (int error = LookForFree(folder, change.name); error != 0) return error;
+  if (rights.isReadOnly) return EROFS;
+  if (rights.changeError != 0) return rights.changeError;
+  const bool isLink = type == DT_LNK;
+  if (isLink && !rights.hasLinks) return EPERM;
+  const CPlannedTree::Item &made =
+      tree_.Make({folder, change.name}, type, isLink ? change.newName : nullptr);
+  NoteChanged(folder);
+  if (isLink) {
+    changes_.push_back({PlannedKind::kAliased, change.folder.index, 0, made.now.name, made.target});
+  } else if (change.kind == ChangeKind::kMakeFolder) {
+    changes_.push_back({PlannedKind::kMade, change.folder.index, 0, made.now.name, ""});
+  }
+  return 0;
+}
+
+int CPlan::CheckEmpty(const Spot &spot) {
+  const PlanFolder folder = spot.made != nullptr ? spot.made->madeFolder : FolderAt(spot);
+  if (tree_.At(folder).arrived != 0) return ENOTEMPTY;
+  if (spot.made != nullptr) return 0;
+  int listing = -1;
+  std::size_t count = 0;
+  int error = Below().OpenFolder(spot.descriptor, spot.name, FolderUse::kListing, &listing);
+  if (error != 0) return ENOTEMPTY;  // What is in it nobody has seen.
+  error = Below().List(listing,
+                           [&count](std::string_view, unsigned char, std::uint64_t) { ++count; });
+  Below().CloseFolder(listing);
+  return error == 0 && count <= tree_.At(folder).left ? 0 : ENOTEMPTY;
+}
+
+int CPlan::Remove(const TreeChange &change) {
+  const bool isFolder = change.kind == ChangeKind::kRemoveFolder;
+  const PlanFolder folder = FolderOf(change.folder.descriptor);
+  Spot spot;
+  ItemStatus item;
+  if (int error = LookForRemoval(folder, change.name, &spot, &item); error != 0) return error;
+  if (int error = CheckRemoval(folder, item); error != 0) return error;
+  if (item.IsFolder() != isFolder) return isFolder ? ENOTDIR : EISDIR;
+  if (item.isMountPoint) return EBUSY;
+  if (isFolder) {
+    if (int error = CheckEmpty(spot); error != 0) return error;
+  }
+  const char *const name = tree_.Remove(
+      {folder, change.name}, {item.identity.inode, static_cast<unsigned char>(IFTODT(item.mode))});
+  NoteChanged(folder);
+  if (!isTrashing_) changes_.push_back({PlannedKind::kDeleted, change.folder.index, 0, name, ""});
+  return 0;
+}
+
+int CPlan::Unlock(const TreeChange &change) {
+  const PlanFolder folder = FolderOf(change.folder.descriptor);
+  Spot spot;
+  ItemStatus item;
+  if (int error = LookForRemoval(folder, change.name, &spot, &item); error != 0) return error;
+  if (!IsOwnedByUser(item.owner)) return EPERM;
+  const Identity identity{item.device, item.identity.inode};
+  if (change.kind == ChangeKind::kAllowWriting) {
+    const bool mayLieElsewhere = !item.IsFolder() && item.linkCount > 1;
+    if (mayLieElsewhere || item.IsLink() || item.isImmutable || item.isAppendOnly) return EPERM;
+    writable_.insert(identity);
+    return 0;
+  }
+  if (!HasCapability(CAP_LINUX_IMMUTABLE)) return EPERM;
+  const int error = CheckAccess(change.folder.descriptor, change.name, R_OK);
+  if (error == 0) mutable_.insert(identity);
+  return error;
+}
+
+namespace {
+
+std::unique_ptr<CPlan> &ThePlan() {
+  static std::unique_ptr<CPlan> plan;
+  return plan;
+}
+
+std::string PathOfItem(FolderIndex folder, const char *name) {
+  std::string path = PathOnDisk(RefOfFolder(folder));
+  if (!path.ends_with('/')) path += '/';
+  return path + name;
+}
+
+}  // namespace
+
+void BeginPlan() {
+  EndPlan();
+  // A folder that is open already is none that the plan knows.
+  Memory().Rest();
+  ThePlan() = std::make_unique<CPlan>();
+}
+
+void EndPlan() {
+  if (!IsPlanning()) return;
+  Memory().Rest();
+  ThePlan().reset();
+}
+
+bool IsPlanning() {
+  return ThePlan() != nullptr;
+}
+
+std::size_t PlannedChangeCount() {
+  return IsPlanning() ? ThePlan()->Changes().size() : 0;
+}
+
+PlannedChange PlannedChangeAt(std::size_t number) {
+  const CPlan::KeptChange &change = ThePlan()->Changes()[number];
+  PlannedChange told{change.kind, PathOfItem(change.folder, change.name), {}};
+  if (change.kind == PlannedKind::kMoved) {
+    told.newPath = PathOfItem(change.newFolder, change.newName);
+  } else if (change.kind == PlannedKind::kAliased) {
+    told.newPath = change.newName;
+  }
+  return told;
+}
