@@ -44,7 +44,8 @@ bool StorePreferences(const std::vector<PreferenceAssignment> &assignments) {
 }
 
 void StartReports(const CommandLine &commandLine) {
-  ShowRunsInWindow();
+  // What a preview is at would read as if it were done.
+  if (!commandLine.isDryRun) ShowRunsInWindow();
   if (commandLine.isJson) StartJsonReport(kProgram);
   if (commandLine.isDryRun) {
     StartPlanReport(!commandLine.isJson, commandLine.isQuiet, commandLine.folders.size() > 1);
@@ -77,8 +78,7 @@ void Flatten(const CommandLine &commandLine) {
 }
 
 int Perform(const CommandLine &commandLine) {
-  // What a preview is at would read as if it were done.
-  StartTerminal(commandLine.isQuiet || commandLine.isDryRun);
+  StartTerminal(commandLine.isQuiet);
   PreferencesSetProblemHandler([](const std::string &problem) { ReportProblem(problem); });
   JournalSetLineHandler([](const std::string &line) { ReportProblem(line); });
   for (const auto &[key, value] : commandLine.forThisRun)

@@ -35,4 +35,4 @@ struct PlannedChange {
 /// The changes planned since BeginPlan, in their order; those that are over with FSForgetRun have
 /// no paths any more.
 std::size_t PlannedChangeCount();
-PlannedChange PlannedChangeAt(std::size_t number);
+void PlannedChangeAt(std::size_t number, PlannedChange *change);

@@ -210,8 +210,11 @@ class CJsonReport final : public CRunObserver {
   static void WriteChanges(CJsonWriter &writer, std::size_t begin, std::size_t end) {
     writer.Key("changes");
     writer.Open('[');
-    for (std::size_t number = begin; number < end && writer.IsTaken(); ++number)
-      writer.Value(Describe(PlannedChangeAt(number)));
+    PlannedChange change;
+    for (std::size_t number = begin; number < end && writer.IsTaken(); ++number) {
+      PlannedChangeAt(number, &change);
+      writer.Value(Describe(change));
+    }
     writer.Close();
   }
 

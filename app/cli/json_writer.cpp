@@ -2,11 +2,13 @@
 
 #include <cstdint>
 
+#include "platform/linux/system/plain_text.h"
 #include "platform/strings.h"
 
 namespace {
 
 bool IsUtf8(const std::string &bytes) {
+  if (IsPlainText(bytes)) return true;
   const auto text = CFStringCreateWithCString(bytes.c_str(), kCFStringEncodingUTF8);
   if (!text) return false;
   for (std::size_t i = 0; i < text->size(); ++i) {

@@ -1,9 +1,11 @@
 #include "app/cli/plan_report.h"
 
-#include <memory>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 
 #include "app/cli/report_words.h"
+#include "app/display/status_display.h"
 #include "engine/flatten_run.h"
 #include "platform/linux/tree/item_location.h"
 #include "platform/plan.h"
@@ -39,15 +41,19 @@ class CPlanReport final : public CRunObserver {
 
   void BeginWork(const FSRef &folder) noexcept override {
     Write([&] {
-      path_ = PathOnDisk(folder);
+      const std::string path = PathOnDisk(folder);
+      prefix_ = path == "/" ? path : path + "/";
       if (!hasSeveralFolders_) return;
       if (printed_++ > 0) text_ += "\n";
-      text_.append(TerminalTextFromDisk(path_)).append(":\n");
+      AddLine({path, ":"});
     });
   }
 
-  void Advance(std::int32_t /*done*/, std::int32_t /*count*/) noexcept override {
+  /// Nothing is shown meanwhile, so it is here that signals arrive.
+  void Advance(std::int32_t done, std::int32_t /*count*/) noexcept override {
+    constexpr std::int32_t kItemsBetweenYields = 100;
     Write([] {});
+    if (done % kItemsBetweenYields == 0) YieldToEvents();
   }
 
   void TakeNote(const RunNote &note) noexcept override {
@@ -55,12 +61,13 @@ class CPlanReport final : public CRunObserver {
       const char *const words = kEventWords[static_cast<std::size_t>(note.event)].planned;
       if (words == nullptr) return;
       const std::string path = PathOnDisk(note.item);
-      AddLine(Relative(path) + ": " + Expanded(words, note, path));
+      AddLine({Relative(path), ": ", Expanded(words, note, path)});
     });
   }
 
   void EndFolder(const FolderReport &report) noexcept override {
     Write([] {});
+    YieldToEvents();
     for (std::size_t i = 0; i < kRunEventCount; ++i) totals_[i] += report.counts[i];
     isStopped_ = isStopped_ || report.outcome == RunOutcome::kStopped;
   }
@@ -81,7 +88,10 @@ class CPlanReport final : public CRunObserver {
   void Write(Add add) noexcept {
     if (!isListed_) return;
     try {
-      for (; told_ < PlannedChangeCount(); ++told_) AddLine(LineOf(PlannedChangeAt(told_)));
+      for (; told_ < PlannedChangeCount(); ++told_) {
+        PlannedChangeAt(told_, &change_);
+        AddLineOf(change_);
+      }
       add();
       if (text_.size() >= kBytesAtOnce) HandOver();
     } catch (...) {
@@ -101,30 +111,38 @@ class CPlanReport final : public CRunObserver {
     text_.clear();
   }
 
-  void AddLine(const std::string &line) { text_.append(TerminalTextFromDisk(line)).append("\n"); }
-
-  std::string Relative(const std::string &path) const {
-    const std::size_t start = path_ == "/" ? 1 : path_.size() + 1;
-    const bool isWithin = path.starts_with(path_) && path.size() > start &&
-                          (path_ == "/" || path[path_.size()] == '/');
-    return isWithin ? path.substr(start) : path;
+  void AddLine(std::initializer_list<std::string_view> texts) {
+    for (const std::string_view text : texts) {
+      if (IsPlainForTerminal(text)) {
+        text_ += text;
+      } else {
+        text_ += TerminalTextFromDisk(text);
+      }
+    }
+    text_ += '\n';
   }
 
-  std::string LineOf(const PlannedChange &change) const {
-    const std::string path = Relative(change.path);
+  /// Behind the folder in hand.
+  std::string_view Relative(std::string_view path) const {
+    if (path.size() <= prefix_.size() || !path.starts_with(prefix_)) return path;
+    return path.substr(prefix_.size());
+  }
+
+  void AddLineOf(const PlannedChange &change) {
+    const std::string_view path = Relative(change.path);
+    const std::string_view newPath = Relative(change.newPath);
     switch (change.kind) {
       case PlannedKind::kMoved:
-        return path + " -> " + Relative(change.newPath);
+        return AddLine({path, " -> ", newPath});
       case PlannedKind::kAliased:
-        return Relative(change.newPath) + " -> " + path + " (alias)";
+        return AddLine({newPath, " -> ", path, " (alias)"});
       case PlannedKind::kTrashed:
-        return path + ": would be moved to the trash with all that is in it";
+        return AddLine({path, ": would be moved to the trash with all that is in it"});
       case PlannedKind::kMade:
-        return path + ": would be made";
+        return AddLine({path, ": would be made"});
       case PlannedKind::kDeleted:
-        break;
+        return AddLine({path, ": would be deleted"});
     }
-    return path + ": would be deleted";
   }
 
   std::string Summary() const {
@@ -157,7 +175,8 @@ class CPlanReport final : public CRunObserver {
   bool isStopped_ = false;
   int printed_ = 0;       ///< folders
   std::size_t told_ = 0;  ///< changes
-  std::string path_;      ///< of the folder in hand
+  std::string prefix_;    ///< of the paths in the folder in hand
+  PlannedChange change_;  ///< in hand; it keeps its memory
   std::string text_;      ///< to be printed
   RunCounts totals_{};
 };

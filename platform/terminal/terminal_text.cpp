@@ -1,6 +1,8 @@
 #include "platform/terminal/terminal_text.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <cwchar>
 
 #include "platform/linux/system/disk_names.h"
@@ -37,6 +39,20 @@ std::string TerminalText(std::u16string_view text) {
   std::string bytes;
   (void)TextToDisk(ShownText(text, u'?', u'?'), &bytes);  // Nothing is left that could fail.
   return bytes;
+}
+
+bool IsPlainForTerminal(std::string_view bytes) {
+  constexpr std::uint64_t kEach = 0x0101010101010101;
+  // Of a byte outside of " " to "~" one of the three has its highest bit.
+  const auto hasOther = [](std::uint64_t word) {
+    return (((word - kEach * ' ') | word | (word + kEach)) & kEach * 0x80) != 0;
+  };
+  std::uint64_t word = 0;
+  for (; bytes.size() >= sizeof word; bytes.remove_prefix(sizeof word)) {
+    std::memcpy(&word, bytes.data(), sizeof word);
+    if (hasOther(word)) return false;
+  }
+  return std::ranges::all_of(bytes, [](char byte) { return byte >= ' ' && byte <= '~'; });
 }
 
 std::string TerminalTextFromDisk(std::string_view bytes) {

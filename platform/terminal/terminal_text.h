@@ -9,6 +9,9 @@
 /// out as "?".
 std::string TerminalText(std::u16string_view text);
 
+/// Whether bytes are all of them characters that can be shown as they are, as most names are.
+bool IsPlainForTerminal(std::string_view bytes);
+
 /// The same for bytes as they stand on disk or in an operand.
 std::string TerminalTextFromDisk(std::string_view bytes);
 

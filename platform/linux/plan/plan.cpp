@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <vector>
@@ -94,7 +95,7 @@ PlanFolder CPlan::MountOf(PlanFolder folder) {
     Spot spot;
     ItemStatus status;
     const bool isKnown = FactsOf(candidate).device != 0 ||
-                         (Locate(candidate, "", &spot) == 0 && LookAt(spot, &status) == 0);
+                         (Locate({candidate, ""}, &spot) == 0 && LookAt(spot, &status) == 0);
     return isKnown && FactsOf(candidate).isMountPoint;
   };
   while (!isMount(folder)) {
@@ -103,14 +104,16 @@ PlanFolder CPlan::MountOf(PlanFolder folder) {
   return folder;
 }
 
-const CPlan::Rights &CPlan::RightsOf(PlanFolder folder) {
+CPlan::Rights CPlan::RightsOf(PlanFolder folder) {
   if (folder >= rights_.size()) rights_.resize(folder + 1);
-  Rights &rights = rights_[folder];
-  if (rights.areKnown) return rights;
-  rights.areKnown = true;
-  rights.mount = MountOf(folder);
+  if (!rights_[folder].areKnown) rights_[folder] = FindOutRights(folder);
+  return rights_[folder];
+}
+
+CPlan::Rights CPlan::FindOutRights(PlanFolder folder) {
+  Rights rights{.areKnown = true, .mount = MountOf(folder)};
   Spot spot;
-  if (tree_.IsMade(folder) || Locate(folder, "", &spot) != 0) return rights;
+  if (tree_.IsMade(folder) || Locate({folder, ""}, &spot) != 0) return rights;
   const auto check = [&spot, this](int mode) {
     return Below().CheckAccess(spot.descriptor, ".", mode);
   };
@@ -134,47 +137,73 @@ int CPlan::CheckRemoval(PlanFolder folder, const ItemStatus &item) {
 }
 
 /// Finds an item that is to be taken away.
-int CPlan::LookForRemoval(PlanFolder folder, const char *name, Spot *spot, ItemStatus *item) {
-  const Rights &rights = RightsOf(folder);
+int CPlan::LookForRemoval(const PlanPlace &place, Spot *spot, ItemStatus *item) {
+  const Rights rights = RightsOf(place.folder);
   if (rights.searchError != 0) return rights.searchError;
   if (rights.isReadOnly) return EROFS;
-  const int error = Locate(folder, name, spot);
+  const int error = Locate(place, spot);
   return error != 0 ? error : LookAt(*spot, item);
 }
 
-/// 0 when a name is free and can be one.
-int CPlan::LookForFree(PlanFolder folder, const char *name) {
+/// Whether the disk is known to have no such item in the folder, so that it need not be asked.
+bool CPlan::IsMissingOnDisk(const PlanPlace &place) {
+  constexpr int kLookupsBeforeListing = 32;
+  if (names_.folder != place.folder) names_ = {.folder = place.folder, .hashes = {}};
+  if (tree_.At(place.folder).ignoresCase) return false;
+  if (!names_.areListed && ++names_.lookups == kLookupsBeforeListing) {
+    int descriptor = -1;
+    int listing = -1;
+    if (OpenOnDisk(place.folder, &descriptor) != 0 ||
+        Below().OpenFolder(descriptor, ".", FolderUse::kListing, &listing) != 0) {
+      return false;
+    }
+    names_.areListed =
+        Below().List(listing, [this](std::string_view listed, unsigned char, std::uint64_t) {
+          names_.hashes.Insert(PlanPlace(names_.folder, std::string(listed).c_str()).hash);
+        }) == 0;
+    Below().CloseFolder(listing);
+  }
+  return names_.areListed && !names_.hashes.Contains(place.hash);
+}
+
+/// 0 when a name is free and can be one. The disk knows how long one may be there.
+int CPlan::LookForFree(const PlanPlace &place, bool isKnownToFit) {
   Spot spot;
-  ItemStatus item;
-  int error = tree_.IsMade(folder) ? ENOENT : 0;
-  if (tree_.FindArrived({folder, name}) != nullptr) return EEXIST;
-  if (error == 0) error = OpenOnDisk(folder, &spot.descriptor);
-  if (error == 0) error = Below().Look(spot.descriptor, name, &item);
-  if (error == 0) error = tree_.HasLeft({folder, name}) ? ENOENT : EEXIST;
+  ItemStatus item{};
+  if (tree_.FindArrived(place) != nullptr) return EEXIST;
+  if (tree_.IsMade(place.folder) || (isKnownToFit && IsMissingOnDisk(place))) return 0;
+  int error = OpenOnDisk(place.folder, &spot.descriptor);
+  if (error == 0) error = Below().Look(spot.descriptor, place.name, &item);
+  if (error == 0) error = tree_.HasLeft(place) ? ENOENT : EEXIST;
   return error == ENOENT ? 0 : error;
 }
 
 int CPlan::Rename(const TreeChange &change) {
   const PlanFolder from = FolderOf(change.folder.descriptor);
   const PlanFolder to = FolderOf(change.newFolder.descriptor);
-  if (const int error = RightsOf(from).searchError; error != 0) return error;
-  if (const int error = RightsOf(to).searchError; error != 0) return error;
-  if (RightsOf(from).mount != RightsOf(to).mount) return EXDEV;
+  const PlanPlace source(from, change.name);
+  const PlanPlace target(to, change.newName);
+  tree_.PrepareMove(source, target);
+  const Rights there = RightsOf(from);
+  const Rights here = RightsOf(to);
+  if (there.searchError != 0) return there.searchError;
+  if (here.searchError != 0) return here.searchError;
+  if (there.mount != here.mount) return EXDEV;
   Spot spot;
-  ItemStatus item;
-  if (int error = LookForRemoval(from, change.name, &spot, &item); error != 0) return error;
+  ItemStatus item{};
+  if (int error = LookForRemoval(source, &spot, &item); error != 0) return error;
+  const bool isSameName = from != to && std::strcmp(change.name, change.newName) == 0;
   // A folder that gets another parent is itself changed.
   const bool isChanged = item.IsFolder() && from != to && spot.made == nullptr;
   const int itemError = isChanged ? Below().CheckAccess(spot.descriptor, spot.name, W_OK) : 0;
-  if (int error = LookForFree(to, change.newName); error != 0) return error;
+  if (int error = LookForFree(target, isSameName); error != 0) return error;
   if (int error = CheckRemoval(from, item); error != 0) return error;
-  if (const int error = RightsOf(to).changeError; error != 0) return error;
+  if (here.changeError != 0) return here.changeError;
   if (itemError != 0) return itemError;
   if (item.isMountPoint) return EBUSY;
 
-  const auto [oldName, newName] =
-      tree_.Move({from, change.name}, {to, change.newName},
-                 {item.identity.inode, static_cast<unsigned char>(IFTODT(item.mode))});
+  const auto [oldName, newName] = tree_.Move(
+      source, target, {item.identity.inode, static_cast<unsigned char>(IFTODT(item.mode))});
   NoteChanged(from);
   NoteChanged(to);
   if (!move_.isThere) {
@@ -188,9 +217,9 @@ int CPlan::Rename(const TreeChange &change) {
 
 int CPlan::Make(const TreeChange &change, unsigned char type) {
   const PlanFolder folder = FolderOf(change.folder.descriptor);
-  const Rights &rights = RightsOf(folder);
+  const Rights rights = RightsOf(folder);
   if (rights.searchError != 0) return rights.searchError;
-  if (int error = LookForFree(folder, change.name); error != 0) return error;
+  if (int error = LookForFree({folder, change.name}); error != 0) return error;
   if (rights.isReadOnly) return EROFS;
   if (rights.changeError != 0) return rights.changeError;
   const bool isLink = type == DT_LNK;
@@ -199,9 +228,9 @@ int CPlan::Make(const TreeChange &change, unsigned char type) {
       tree_.Make({folder, change.name}, type, isLink ? change.newName : nullptr);
   NoteChanged(folder);
   if (isLink) {
-    changes_.push_back({PlannedKind::kAliased, change.folder.index, 0, made.now.name, made.target});
+    changes_.push_back({PlannedKind::kAliased, change.folder.index, 0, made.name, made.diskName});
   } else if (change.kind == ChangeKind::kMakeFolder) {
-    changes_.push_back({PlannedKind::kMade, change.folder.index, 0, made.now.name, ""});
+    changes_.push_back({PlannedKind::kMade, change.folder.index, 0, made.name, ""});
   }
   return 0;
 }
@@ -214,8 +243,8 @@ int CPlan::CheckEmpty(const Spot &spot) {
   std::size_t count = 0;
   int error = Below().OpenFolder(spot.descriptor, spot.name, FolderUse::kListing, &listing);
   if (error != 0) return ENOTEMPTY;  // What is in it nobody has seen.
-  error = Below().List(listing,
-                           [&count](std::string_view, unsigned char, std::uint64_t) { ++count; });
+  error =
+      Below().List(listing, [&count](std::string_view, unsigned char, std::uint64_t) { ++count; });
   Below().CloseFolder(listing);
   return error == 0 && count <= tree_.At(folder).left ? 0 : ENOTEMPTY;
 }
@@ -224,8 +253,8 @@ int CPlan::Remove(const TreeChange &change) {
   const bool isFolder = change.kind == ChangeKind::kRemoveFolder;
   const PlanFolder folder = FolderOf(change.folder.descriptor);
   Spot spot;
-  ItemStatus item;
-  if (int error = LookForRemoval(folder, change.name, &spot, &item); error != 0) return error;
+  ItemStatus item{};
+  if (int error = LookForRemoval({folder, change.name}, &spot, &item); error != 0) return error;
   if (int error = CheckRemoval(folder, item); error != 0) return error;
   if (item.IsFolder() != isFolder) return isFolder ? ENOTDIR : EISDIR;
   if (item.isMountPoint) return EBUSY;
@@ -242,8 +271,8 @@ int CPlan::Remove(const TreeChange &change) {
 int CPlan::Unlock(const TreeChange &change) {
   const PlanFolder folder = FolderOf(change.folder.descriptor);
   Spot spot;
-  ItemStatus item;
-  if (int error = LookForRemoval(folder, change.name, &spot, &item); error != 0) return error;
+  ItemStatus item{};
+  if (int error = LookForRemoval({folder, change.name}, &spot, &item); error != 0) return error;
   if (!IsOwnedByUser(item.owner)) return EPERM;
   const Identity identity{item.device, item.identity.inode};
   if (change.kind == ChangeKind::kAllowWriting) {
@@ -265,11 +294,22 @@ std::unique_ptr<CPlan> &ThePlan() {
   return plan;
 }
 
-std::string PathOfItem(FolderIndex folder, const char *name) {
-  std::string path = PathOnDisk(RefOfFolder(folder));
-  if (!path.ends_with('/')) path += '/';
-  return path + name;
-}
+/// Paths of items one after the other, which mostly lie in the same folder.
+class CPaths {
+ public:
+  void Write(FolderIndex folder, const char *name, std::string *path) {
+    if (folder != folder_) {
+      path_ = PathOnDisk(RefOfFolder(folder));
+      if (!path_.ends_with('/')) path_ += '/';
+      folder_ = folder;
+    }
+    path->assign(path_).append(name);
+  }
+
+ private:
+  FolderIndex folder_ = 0;
+  std::string path_;
+};
 
 }  // namespace
 
@@ -294,13 +334,16 @@ std::size_t PlannedChangeCount() {
   return IsPlanning() ? ThePlan()->Changes().size() : 0;
 }
 
-PlannedChange PlannedChangeAt(std::size_t number) {
-  const CPlan::KeptChange &change = ThePlan()->Changes()[number];
-  PlannedChange told{change.kind, PathOfItem(change.folder, change.name), {}};
-  if (change.kind == PlannedKind::kMoved) {
-    told.newPath = PathOfItem(change.newFolder, change.newName);
-  } else if (change.kind == PlannedKind::kAliased) {
-    told.newPath = change.newName;
+void PlannedChangeAt(std::size_t number, PlannedChange *change) {
+  const CPlan::KeptChange &kept = ThePlan()->Changes()[number];
+  static CPaths paths;
+  static CPaths newPaths;
+  change->kind = kept.kind;
+  paths.Write(kept.folder, kept.name, &change->path);
+  change->newPath.clear();
+  if (kept.kind == PlannedKind::kMoved) {
+    newPaths.Write(kept.newFolder, kept.newName, &change->newPath);
+  } else if (kept.kind == PlannedKind::kAliased) {
+    change->newPath = kept.newName;
   }
-  return told;
 }

@@ -3,8 +3,10 @@
 #pragma once
 
 #include <deque>
+#include <vector>
 
 #include "platform/linux/plan/planned_view.h"
+#include "platform/linux/tree/name_filter.h"
 #include "platform/plan.h"
 
 class CPlan final : public CPlannedView {
@@ -43,11 +45,13 @@ class CPlan final : public CPlannedView {
   };
 
   int TryToChange(const TreeChange &change);
-  const Rights &RightsOf(PlanFolder folder);
+  Rights RightsOf(PlanFolder folder);
+  Rights FindOutRights(PlanFolder folder);
   PlanFolder MountOf(PlanFolder folder);
   int CheckRemoval(PlanFolder folder, const ItemStatus &item);
-  int LookForRemoval(PlanFolder folder, const char *name, Spot *spot, ItemStatus *item);
-  int LookForFree(PlanFolder folder, const char *name);
+  int LookForRemoval(const PlanPlace &place, Spot *spot, ItemStatus *item);
+  int LookForFree(const PlanPlace &place, bool isKnownToFit = false);
+  bool IsMissingOnDisk(const PlanPlace &place);
   int Rename(const TreeChange &change);
   int Make(const TreeChange &change, unsigned char type);
   int Remove(const TreeChange &change);
@@ -55,7 +59,14 @@ class CPlan final : public CPlannedView {
   int CheckEmpty(const Spot &spot);
   void NoteChanged(PlanFolder folder) { FactsOf(folder).changed = Now(); }
 
-  std::deque<Rights> rights_;
+  std::vector<Rights> rights_;
+  /// The names that the disk has in the folder that everything is moved into.
+  struct {
+    PlanFolder folder = 0;
+    int lookups = 0;
+    bool areListed = false;
+    CHashSet hashes;
+  } names_;
   MoveInHand move_;
   bool isTrashing_ = false;
   std::deque<KeptChange> changes_;

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "platform/linux/system/disk_names.h"
+#include "platform/linux/system/plain_text.h"
 #include "platform/linux/system/unicode_locale.h"
 
 namespace {
@@ -45,24 +46,36 @@ std::u32string Folded(std::string_view name) {
 
 }  // namespace
 
+PlanPlace::PlanPlace(PlanFolder itsFolder, const char *itsName) : folder(itsFolder), name(itsName) {
+  constexpr std::uint64_t kCaseOfLetters = 0x2020'2020'2020'2020;
+  const std::string_view text(name);
+  if (IsPlainText(text)) {
+    hash = HashOfName(text, kCaseOfLetters);
+  } else {
+    VisitFolded(text, [this](char32_t character) { hash = (hash ^ character) * 0x9E3779B1; });
+  }
+  hash = std::max<std::uint32_t>(hash ^ folder * 0x85EBCA77, 1);
+}
+
 CPlannedTree::CPlannedTree() {
   items_.emplace_back();
   folders_.resize(kRoot + 1);
 }
 
 PlanFolder CPlannedTree::FindFolder(const PlanPlace &disk) const {
-  const auto [first, last] = foldersOnDisk_.equal_range(HashOf(disk));
-  const auto found = std::find_if(
-      first, last, [&](const auto &entry) { return AreSame(folders_[entry.second].disk, disk); });
-  return found == last ? 0 : found->second;
+  const Slot *const found = foldersOnDisk_.Find(disk.hash, [&](const Slot &slot) {
+    const PlanPlace &place = folders_[slot.number].disk;
+    return IsAt(place.folder, place.name, disk);
+  });
+  return found != nullptr ? found->number : 0;
 }
 
 PlanFolder CPlannedTree::AddFolder(const PlanPlace &disk) {
   const auto added = static_cast<PlanFolder>(folders_.size());
   folders_.push_back({.disk = {disk.folder, Keep(disk.name)},
-                      .item = Find(left_, &Item::disk, disk),
+                      .item = FindLeftItem(disk),
                       .ignoresCase = folders_[disk.folder].ignoresCase});
-  foldersOnDisk_.emplace(HashOf(disk), added);
+  foldersOnDisk_.Insert({disk.hash, added});
   return added;
 }
 
@@ -73,44 +86,40 @@ bool CPlannedTree::IsMade(PlanFolder folder) const {
 PlanFolder CPlannedTree::ParentOf(PlanFolder folder) const {
   if (folder == kRoot) return kRoot;
   const Folder &found = folders_[folder];
-  return found.item != 0 ? items_[found.item].now.folder : found.disk.folder;
+  return found.item != 0 ? items_[found.item].folder : found.disk.folder;
 }
 
 const CPlannedTree::Item *CPlannedTree::FindArrived(const PlanPlace &place) const {
-  if (folders_[place.folder].arrived == 0) return nullptr;
-  const PlanItem item = Find(arrived_, &Item::now, place);
+  const PlanItem item = FindArrivedItem(place);
   return item != 0 ? &items_[item] : nullptr;
 }
 
 bool CPlannedTree::HasLeft(const PlanPlace &disk) const {
-  return folders_[disk.folder].left != 0 && Find(left_, &Item::disk, disk) != 0;
+  return FindLeftItem(disk) != 0;
 }
 
 CPlannedTree::MovedNames CPlannedTree::Move(const PlanPlace &from, const PlanPlace &to,
                                             const DiskItem &found) {
   const PlanItem moved = ItemToChange(from, found);
-  const char *const oldName = items_[moved].now.name;
-  TakeAway(moved);
+  const char *const oldName = items_[moved].name;
+  TakeAway(moved, from);
   PutAt(moved, to);
-  return {oldName, items_[moved].now.name};
+  return {oldName, items_[moved].name};
 }
 
 const char *CPlannedTree::Remove(const PlanPlace &place, const DiskItem &found) {
   const PlanItem removed = ItemToChange(place, found);
-  const char *const name = items_[removed].now.name;
-  TakeAway(removed);
-  items_[removed].now = {};
+  const char *const name = items_[removed].name;
+  TakeAway(removed, place);
+  items_[removed].folder = 0;
   return name;
 }
 
 const CPlannedTree::Item &CPlannedTree::Make(const PlanPlace &place, unsigned char type,
                                              const char *target) {
   const auto made = static_cast<PlanItem>(items_.size());
-  items_.push_back({.now = {},
-                    .disk = {},
-                    .target = target != nullptr ? Keep(target) : nullptr,
-                    .inode = kInventedInodes + made,
-                    .type = type});
+  items_.push_back(
+      {nullptr, target != nullptr ? Keep(target) : nullptr, kInventedInodes + made, 0, 0, 0, type});
   PutAt(made, place);
   if (type == DT_DIR) {
     items_[made].madeFolder = static_cast<PlanFolder>(folders_.size());
@@ -120,75 +129,65 @@ const CPlannedTree::Item &CPlannedTree::Make(const PlanPlace &place, unsigned ch
   return items_[made];
 }
 
-/// Equal for what may be the same name in some folder.
-std::uint64_t CPlannedTree::HashOf(const PlanPlace &place) const {
-  constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15;
-  std::uint64_t hash = place.folder * kMultiplier;
-  VisitFolded(place.name, [&hash](char32_t character) {
-    hash = (hash ^ character) * kMultiplier;
-    hash ^= hash >> 32;
+bool CPlannedTree::IsAt(PlanFolder folder, const char *name, const PlanPlace &place) const {
+  if (folder != place.folder) return false;
+  if (std::strcmp(name, place.name) == 0) return true;
+  return folders_[folder].ignoresCase && Folded(name) == Folded(place.name);
+}
+
+PlanItem CPlannedTree::FindArrivedItem(const PlanPlace &place) const {
+  if (folders_[place.folder].arrived == 0) return 0;
+  const Slot *const found = arrived_.Find(place.hash, [&](const Slot &slot) {
+    return IsAt(items_[slot.number].folder, items_[slot.number].name, place);
   });
-  return hash;
+  return found != nullptr ? found->number : 0;
 }
 
-bool CPlannedTree::AreSame(const PlanPlace &a, const PlanPlace &b) const {
-  if (a.folder != b.folder) return false;
-  if (std::strcmp(a.name, b.name) == 0) return true;
-  return folders_[a.folder].ignoresCase && Folded(a.name) == Folded(b.name);
-}
-
-PlanItem CPlannedTree::Find(const Index &index, PlanPlace Item::*which,
-                            const PlanPlace &place) const {
-  const auto [first, last] = index.equal_range(HashOf(place));
-  const auto found = std::find_if(
-      first, last, [&](const auto &entry) { return AreSame(items_[entry.second].*which, place); });
-  return found == last ? 0 : found->second;
+PlanItem CPlannedTree::FindLeftItem(const PlanPlace &disk) const {
+  if (folders_[disk.folder].left == 0) return 0;
+  const Slot *const found = left_.Find(disk.hash, [&](const Slot &slot) {
+    return IsAt(items_[slot.number].diskFolder, items_[slot.number].diskName, disk);
+  });
+  return found != nullptr ? found->number : 0;
 }
 
 /// The item that is at a place, new to the plan or not.
 PlanItem CPlannedTree::ItemToChange(const PlanPlace &place, const DiskItem &found) {
-  const Folder &folder = folders_[place.folder];
-  if (folder.arrived != 0) {
-    if (const PlanItem known = Find(arrived_, &Item::now, place); known != 0) return known;
-  }
+  if (const PlanItem known = FindArrivedItem(place); known != 0) return known;
   const auto item = static_cast<PlanItem>(items_.size());
-  const PlanPlace kept{place.folder, Keep(place.name)};
-  items_.push_back({.now = kept, .disk = kept, .inode = found.inode, .type = found.type});
-  if (const PlanFolder own = FindFolder(kept); own != 0) folders_[own].item = item;
+  const char *const name = Keep(place.name);
+  items_.push_back({name, name, found.inode, place.folder, place.folder, 0, found.type});
+  if (found.type == DT_DIR) {
+    if (const PlanFolder own = FindFolder(place); own != 0) folders_[own].item = item;
+  }
   return item;
 }
 
-/// Takes an item away from where it is; it has to be put somewhere then, or be nowhere.
-void CPlannedTree::TakeAway(PlanItem number) {
-  const Item &item = items_[number];
-  if (item.IsAtHome()) {
-    left_.emplace(HashOf(item.disk), number);
-    ++folders_[item.disk.folder].left;
+/// Takes an item away from where it is, which is `place`; it has to be put somewhere then, or be
+/// nowhere.
+void CPlannedTree::TakeAway(PlanItem number, const PlanPlace &place) {
+  if (items_[number].IsAtHome()) {
+    left_.Insert({place.hash, number});
+    ++folders_[place.folder].left;
   } else {
-    Erase(arrived_, HashOf(item.now), number);
-    --folders_[item.now.folder].arrived;
+    arrived_.Erase({place.hash, number});
+    --folders_[place.folder].arrived;
   }
 }
 
 void CPlannedTree::PutAt(PlanItem number, const PlanPlace &place) {
   Item &item = items_[number];
-  if (item.disk.folder == place.folder && std::strcmp(item.disk.name, place.name) == 0) {
-    Erase(left_, HashOf(item.disk), number);
+  if (item.diskFolder == place.folder && std::strcmp(item.diskName, place.name) == 0) {
+    left_.Erase({place.hash, number});
     --folders_[place.folder].left;
-    item.now = item.disk;
+    item.folder = item.diskFolder;
+    item.name = item.diskName;
     return;
   }
-  const bool isSameName = std::strcmp(item.now.name, place.name) == 0;
-  item.now = {place.folder, isSameName ? item.now.name : Keep(place.name)};
-  arrived_.emplace(HashOf(place), number);
+  if (item.name == nullptr || std::strcmp(item.name, place.name) != 0) item.name = Keep(place.name);
+  item.folder = place.folder;
+  arrived_.Insert({place.hash, number});
   ++folders_[place.folder].arrived;
-}
-
-void CPlannedTree::Erase(Index &index, std::uint64_t hash, std::uint32_t number) {
-  const auto [first, last] = index.equal_range(hash);
-  const auto found =
-      std::find_if(first, last, [number](const auto &entry) { return entry.second == number; });
-  if (found != last) index.erase(found);
 }
 
 const char *CPlannedTree::Keep(std::string_view text) {

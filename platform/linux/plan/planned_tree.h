@@ -6,17 +6,22 @@
 #include <deque>
 #include <memory_resource>
 #include <string_view>
-#include <unordered_map>
+
+#include "platform/linux/tree/hash_table.h"
 
 /// A folder that a plan knows; 0 stands for none.
 using PlanFolder = std::uint32_t;
 /// An item that a plan has changed; 0 stands for none.
 using PlanItem = std::uint32_t;
 
-/// A name in a folder. It ends with a zero.
+/// A name in a folder.
 struct PlanPlace {
-  PlanFolder folder = 0;  ///< 0: nowhere
-  const char *name = "";
+  PlanFolder folder = 0;   ///< 0: nowhere
+  std::uint32_t hash = 0;  ///< equal for names that are the same in some folder
+  const char *name = "";   ///< ends with a zero
+
+  PlanPlace() = default;
+  PlanPlace(PlanFolder itsFolder, const char *itsName);
 };
 
 /// What the disk says of an item that is to be changed.
@@ -39,14 +44,15 @@ class CPlannedTree {
   };
 
   struct Item {
-    PlanPlace now;                 ///< nowhere once it is deleted
-    PlanPlace disk;                ///< where the disk has it; nowhere if the plan has made it
-    const char *target = nullptr;  ///< of a symbolic link that is made
-    std::uint64_t inode = 0;       ///< invented for what is made
-    PlanFolder madeFolder = 0;     ///< that it is
-    unsigned char type = 0;
-    bool IsMade() const { return disk.folder == 0; }
-    bool IsAtHome() const { return now.folder == disk.folder && now.name == disk.name; }
+    const char *name;
+    const char *diskName;   ///< where the disk has it; of a symbolic link that is made its target
+    std::uint64_t inode;    ///< an invented one of what is made
+    PlanFolder folder;      ///< 0 once it is deleted
+    PlanFolder diskFolder;  ///< 0: the plan has made it
+    PlanFolder madeFolder;  ///< that it is
+    unsigned char type;
+    bool IsMade() const { return diskFolder == 0; }
+    bool IsAtHome() const { return folder == diskFolder && name == diskName; }
   };
 
   CPlannedTree();
@@ -64,6 +70,11 @@ class CPlannedTree {
 
   /// The item that the plan has put there; null when there is none.
   const Item *FindArrived(const PlanPlace &place) const;
+  /// Has the memory fetched in which a move will look.
+  void PrepareMove(const PlanPlace &from, const PlanPlace &to) const {
+    left_.Prefetch(from.hash);
+    arrived_.Prefetch(to.hash);
+  }
   /// Whether what the disk has there is not there any more.
   bool HasLeft(const PlanPlace &disk) const;
   /// Calls `visit(item)` for all that have arrived in a folder.
@@ -71,7 +82,7 @@ class CPlannedTree {
   void VisitArrived(PlanFolder folder, Visit visit) const {
     if (folders_[folder].arrived == 0) return;
     for (const Item &item : items_) {
-      if (item.now.folder == folder && !item.IsAtHome()) visit(item);
+      if (item.folder == folder && !item.IsAtHome()) visit(item);
     }
   }
 
@@ -88,23 +99,26 @@ class CPlannedTree {
   const Item &Make(const PlanPlace &place, unsigned char type, const char *target = nullptr);
 
  private:
-  /// Numbers of items or folders by the hash of a place of theirs.
-  using Index = std::pmr::unordered_multimap<std::uint64_t, std::uint32_t>;
+  /// A number of an item or folder, by a place of it.
+  struct Slot {
+    std::uint32_t hash = 0;
+    std::uint32_t number = 0;
+    bool operator==(const Slot &) const = default;
+  };
+  using Index = CHashTable<Slot>;
 
-  std::uint64_t HashOf(const PlanPlace &place) const;
-  bool AreSame(const PlanPlace &a, const PlanPlace &b) const;
-  PlanItem Find(const Index &index, PlanPlace Item::*which, const PlanPlace &place) const;
+  bool IsAt(PlanFolder folder, const char *name, const PlanPlace &place) const;
+  PlanItem FindArrivedItem(const PlanPlace &place) const;
+  PlanItem FindLeftItem(const PlanPlace &disk) const;
   PlanItem ItemToChange(const PlanPlace &place, const DiskItem &found);
   void PutAt(PlanItem item, const PlanPlace &place);
-  void TakeAway(PlanItem item);
-  static void Erase(Index &index, std::uint64_t hash, std::uint32_t number);
+  void TakeAway(PlanItem item, const PlanPlace &place);
   const char *Keep(std::string_view text);
 
   std::pmr::monotonic_buffer_resource texts_;
-  std::pmr::unsynchronized_pool_resource nodes_;
   std::deque<Item> items_;
   std::deque<Folder> folders_;
-  Index arrived_{&nodes_};
-  Index left_{&nodes_};
-  Index foldersOnDisk_{&nodes_};
+  Index arrived_;
+  Index left_;
+  Index foldersOnDisk_;
 };

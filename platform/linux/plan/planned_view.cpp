@@ -38,7 +38,7 @@ CPlannedView::~CPlannedView() {
 
 std::int64_t CPlannedView::Now() {
   timespec now{};
-  (void)clock_gettime(CLOCK_REALTIME, &now);
+  (void)clock_gettime(CLOCK_REALTIME_COARSE, &now);
   return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
 }
 
@@ -97,8 +97,8 @@ int CPlannedView::OpenOnDisk(PlanFolder folder, int *descriptor) {
   }
   int opened = -1;
   for (auto next = closed.rbegin(); next != closed.rend(); ++next) {
-    const int error = Below().OpenFolder(*descriptor, tree_.At(*next).disk.name,
-                                             FolderUse::kPlace, descriptor);
+    const int error =
+        Below().OpenFolder(*descriptor, tree_.At(*next).disk.name, FolderUse::kPlace, descriptor);
     if (opened >= 0) Below().CloseFolder(opened);
     if (error != 0) return error;
     opened = *descriptor;
@@ -114,7 +114,7 @@ void CPlannedView::FindOutCase(const Spot &spot) {
   const std::string other = InOtherCase(spot.name);
   if (facts.isCaseKnown || other == spot.name) return;
   facts.isCaseKnown = true;
-  ItemStatus status;
+  ItemStatus status{};
   bool isFound = Below().Look(spot.descriptor, other.c_str(), &status) == 0;
   int listing = -1;
   if (isFound && Below().OpenFolder(spot.descriptor, ".", FolderUse::kListing, &listing) == 0) {
@@ -135,32 +135,32 @@ PlanFolder CPlannedView::FolderAt(const Spot &spot) {
   return tree_.AddFolder(disk);
 }
 
-int CPlannedView::Locate(PlanFolder folder, const char *name, Spot *spot) {
-  if (*name != '\0') {
-    if (const CPlannedTree::Item *item = tree_.FindArrived({folder, name}); item != nullptr) {
+int CPlannedView::Locate(const PlanPlace &place, Spot *spot) {
+  if (*place.name == '\0') {
+    if (tree_.IsMade(place.folder)) {
+      spot->made = &tree_.ItemOf(place.folder);
+      return 0;
+    }
+  } else {
+    if (const CPlannedTree::Item *item = tree_.FindArrived(place); item != nullptr) {
       if (item->IsMade()) {
         spot->made = item;
         return 0;
       }
-      *spot = {nullptr, item->disk.folder, -1, item->disk.name};
-      return OpenOnDisk(item->disk.folder, &spot->descriptor);
+      *spot = {nullptr, item->diskFolder, -1, item->diskName};
+      return OpenOnDisk(item->diskFolder, &spot->descriptor);
     }
+    if (tree_.IsMade(place.folder) || tree_.HasLeft(place)) return ENOENT;
   }
-  if (tree_.IsMade(folder)) {
-    if (*name != '\0') return ENOENT;
-    spot->made = &tree_.ItemOf(folder);
-    return 0;
-  }
-  if (tree_.HasLeft({folder, name})) return ENOENT;
-  *spot = {nullptr, folder, -1, name};
-  return OpenOnDisk(folder, &spot->descriptor);
+  *spot = {nullptr, place.folder, -1, place.name};
+  return OpenOnDisk(place.folder, &spot->descriptor);
 }
 
 /// An item as the user would have made it, a moment ago.
 void CPlannedView::Invent(const CPlannedTree::Item &made, ItemStatus *status) {
-  PlanFolder onDisk = made.now.folder;
+  PlanFolder onDisk = made.folder;
   while (tree_.IsMade(onDisk)) onDisk = tree_.ParentOf(onDisk);
-  const std::uint32_t kind = DTTOIF(made.type);
+  const auto kind = static_cast<std::uint32_t>(DTTOIF(made.type));
   *status = {};
   status->device = FactsOf(onDisk).device;
   status->identity.inode = made.inode;
@@ -220,7 +220,7 @@ int CPlannedView::OpenFolder(int folder, const char *name, FolderUse use, int *d
   }
   if (wanted == "..") return OpenParent(known, folder, use, descriptor);
   Spot spot;
-  if (int error = Locate(known, wanted == "." ? "" : name, &spot); error != 0) return error;
+  if (int error = Locate({known, wanted == "." ? "" : name}, &spot); error != 0) return error;
   if (spot.made != nullptr) {
     if (spot.made->type != DT_DIR) return ENOTDIR;
     *descriptor = kMadeDescriptors + static_cast<int>(spot.made->madeFolder);
@@ -248,7 +248,7 @@ int CPlannedView::Look(int folder, const char *name, ItemStatus *status) {
   const PlanFolder known = FolderOf(folder);
   if (known == 0) return Below().Look(folder, name, status);
   Spot spot;
-  const int error = Locate(known, name, &spot);
+  const int error = Locate({known, name}, &spot);
   return error != 0 ? error : LookAt(spot, status);
 }
 
@@ -275,7 +275,7 @@ int CPlannedView::LookBehindLink(int folder, const char *name, ItemStatus *statu
       continue;
     }
     Spot spot;
-    error = Locate(current, step.c_str(), &spot);
+    error = Locate({current, step.c_str()}, &spot);
     if (error == 0) error = LookAt(spot, status);
     if (error != 0) return error;
     if (status->isMountPoint) return EXDEV;
@@ -297,10 +297,10 @@ int CPlannedView::LookBehindLink(int folder, const char *name, ItemStatus *statu
 
 int CPlannedView::ReadLink(int folder, const char *name, std::string *target) {
   Spot spot;
-  if (int error = Locate(FolderOf(folder), name, &spot); error != 0) return error;
+  if (int error = Locate({FolderOf(folder), name}, &spot); error != 0) return error;
   if (spot.made == nullptr) return Below().ReadLink(spot.descriptor, spot.name, target);
   if (spot.made->type != DT_LNK) return EINVAL;
-  *target = spot.made->target;
+  *target = spot.made->diskName;
   return 0;
 }
 
@@ -309,8 +309,8 @@ int CPlannedView::List(int folder, const ItemVisitor &visit) {
   if (!tree_.IsMade(known)) {
     std::string copy;
     const bool hasLosses = tree_.At(known).left != 0;
-    const int error = Below().List(
-        folder, [&](std::string_view name, unsigned char type, std::uint64_t inode) {
+    const int error =
+        Below().List(folder, [&](std::string_view name, unsigned char type, std::uint64_t inode) {
           if (hasLosses) {
             copy = name;
             if (tree_.HasLeft({known, copy.c_str()})) return;
@@ -320,13 +320,13 @@ int CPlannedView::List(int folder, const ItemVisitor &visit) {
     if (error != 0) return error;
   }
   tree_.VisitArrived(
-      known, [&](const CPlannedTree::Item &item) { visit(item.now.name, item.type, item.inode); });
+      known, [&](const CPlannedTree::Item &item) { visit(item.name, item.type, item.inode); });
   return 0;
 }
 
 FinderInfo CPlannedView::ReadFinderInfo(const OpenedFolder &folder, const char *name) {
   Spot spot;
-  if (Locate(FolderOf(folder.descriptor), name, &spot) != 0 || spot.made != nullptr) return {};
+  if (Locate({FolderOf(folder.descriptor), name}, &spot) != 0 || spot.made != nullptr) return {};
   const bool isThere = spot.folder == FolderOf(folder.descriptor);
   return Below().ReadFinderInfo(isThere ? folder : OpenedFolder{spot.descriptor, 0}, spot.name);
 }
@@ -334,14 +334,14 @@ FinderInfo CPlannedView::ReadFinderInfo(const OpenedFolder &folder, const char *
 int CPlannedView::ReadFile(int folder, const char *name, std::size_t most, std::string *content) {
   Spot spot;
   content->clear();
-  const int error = Locate(FolderOf(folder), name, &spot);
+  const int error = Locate({FolderOf(folder), name}, &spot);
   if (error != 0 || spot.made != nullptr) return error;
   return Below().ReadFile(spot.descriptor, spot.name, most, content);
 }
 
 ItemAttributes CPlannedView::ReadAttributes(const OpenedFolder &folder, const char *name) {
   Spot spot;
-  if (Locate(FolderOf(folder.descriptor), name, &spot) != 0 || spot.made != nullptr) return {};
+  if (Locate({FolderOf(folder.descriptor), name}, &spot) != 0 || spot.made != nullptr) return {};
   return Below().ReadAttributes({spot.descriptor, 0}, spot.name);
 }
 
@@ -356,7 +356,7 @@ int CPlannedView::LookAtVolume(int folder, VolumeStatus *status) {
 
 int CPlannedView::CheckAccess(int folder, const char *name, int mode) {
   Spot spot;
-  const int error = Locate(FolderOf(folder), name, &spot);
+  const int error = Locate({FolderOf(folder), name}, &spot);
   if (error != 0 || spot.made != nullptr) return error;
   return Below().CheckAccess(spot.descriptor, *spot.name == '\0' ? "." : spot.name, mode);
 }

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstdint>
-#include <deque>
 #include <set>
 #include <utility>
 #include <vector>
@@ -57,7 +56,7 @@ class CPlannedView : public CTreeLayer {
   Folder &FactsOf(PlanFolder folder);
   /// Finds an item; ENOENT when it is not there any more. What the disk has there is not looked at.
   /// An empty name stands for the folder itself.
-  int Locate(PlanFolder folder, const char *name, Spot *spot);
+  int Locate(const PlanPlace &place, Spot *spot);
   int LookAt(const Spot &spot, ItemStatus *status);
   /// The folder that the disk has at a spot.
   PlanFolder FolderAt(const Spot &spot);
@@ -82,7 +81,7 @@ class CPlannedView : public CTreeLayer {
   void FindOutCase(const Spot &spot);
   void Invent(const CPlannedTree::Item &made, ItemStatus *status);
 
-  std::deque<Folder> folders_;
+  std::vector<Folder> folders_;
   std::vector<PlanFolder> byDescriptor_;
   std::array<OwnDescriptor, 4> own_;
   std::size_t nextOwn_ = 0;

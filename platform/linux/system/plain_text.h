@@ -47,3 +47,17 @@ std::size_t CopyPlainText(std::basic_string_view<From> text, To *out) {
   }
   return count;
 }
+
+/// Whether all characters are below 0x80.
+inline bool IsPlainText(std::string_view text) {
+  constexpr std::uint64_t kOthers = 0x8080808080808080;
+  std::uint64_t word = 0;
+  for (; text.size() > kPlainBlock; text.remove_prefix(kPlainBlock)) {
+    std::memcpy(&word, text.data(), kPlainBlock);
+    if ((word & kOthers) != 0) return false;
+  }
+  for (const char character : text) {
+    if (static_cast<std::uint8_t>(character) >= 0x80) return false;
+  }
+  return true;
+}

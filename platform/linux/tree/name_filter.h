@@ -13,30 +13,29 @@
 
 #include <cstdint>
 #include <string_view>
-#include <vector>
 
+#include "platform/linux/tree/hash_table.h"
 #include "platform/linux/tree/tree_layer.h"
 
-/// A set of 32-bit hashes, none of them 0, in one block: open addressing, at most three quarters
-/// full.
+/// A set of hashes, none of them 0.
 class CHashSet {
  public:
-  void Clear();
-  void Insert(std::uint32_t hash);
-  void Erase(std::uint32_t hash);
-  bool Contains(std::uint32_t hash) const { return slots_[Find(hash)] == hash; }
-  void Prefetch(std::uint32_t hash) const {
-    __builtin_prefetch(&slots_[hash & (slots_.size() - 1)]);
+  void Clear() { table_.Clear(); }
+  void Insert(std::uint32_t hash) {
+    if (!Contains(hash)) table_.Insert({hash});
   }
+  void Erase(std::uint32_t hash) { table_.Erase({hash}); }
+  bool Contains(std::uint32_t hash) const {
+    return table_.Find(hash, [](const Slot &) { return true; }) != nullptr;
+  }
+  void Prefetch(std::uint32_t hash) const { table_.Prefetch(hash); }
 
  private:
-  static constexpr std::size_t kSmallest = 1024;
-
-  std::size_t Find(std::uint32_t hash) const;
-  void Grow();
-
-  std::vector<std::uint32_t> slots_ = std::vector<std::uint32_t>(kSmallest, 0);
-  std::size_t count_ = 0;
+  struct Slot {
+    std::uint32_t hash = 0;
+    bool operator==(const Slot &) const = default;
+  };
+  CHashTable<Slot> table_;
 };
 
 class CNameFilter {
