@@ -79,13 +79,13 @@ const char *WordOf(PlannedKind kind) {
   return "deleted";
 }
 
-Json Describe(const PlannedChange &change) {
-  Json item;
-  item["change"] = WordOf(change.kind);
-  SetText(item, "path", change.path);
-  if (change.kind == PlannedKind::kMoved) SetText(item, "newPath", change.newPath);
-  if (change.kind == PlannedKind::kAliased) SetText(item, "target", change.newPath);
-  return item;
+void Write(CJsonWriter &writer, const PlannedChange &change) {
+  writer.Open('{');
+  writer.Text("change", WordOf(change.kind));
+  writer.Text("path", change.path);
+  if (change.kind == PlannedKind::kMoved) writer.Text("newPath", change.newPath);
+  if (change.kind == PlannedKind::kAliased) writer.Text("target", change.newPath);
+  writer.Close();
 }
 
 class CJsonReport final : public CRunObserver {
@@ -213,7 +213,7 @@ class CJsonReport final : public CRunObserver {
     PlannedChange change;
     for (std::size_t number = begin; number < end && writer.IsTaken(); ++number) {
       PlannedChangeAt(number, &change);
-      writer.Value(Describe(change));
+      Write(writer, change);
     }
     writer.Close();
   }

@@ -1,5 +1,6 @@
 #include "app/cli/json_writer.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #include "platform/linux/system/plain_text.h"
@@ -44,6 +45,13 @@ std::string Dump(const CJsonWriter::Json &value) {
   return value.dump(kIndentation, ' ', false, CJsonWriter::Json::error_handler_t::replace);
 }
 
+/// Whether a string is written as it is (RFC 8259, section 7), as nearly all are.
+bool StandsAsItIs(std::string_view text) {
+  return std::ranges::all_of(text, [](char character) {
+    return character >= ' ' && character <= '~' && character != '"' && character != '\\';
+  });
+}
+
 }  // namespace
 
 void SetText(CJsonWriter::Json &object, const std::string &key, const std::string &bytes) {
@@ -64,12 +72,29 @@ void CJsonWriter::Close() {
   if (!isFirst_) BeginLine();
   text_ += closer;
   isFirst_ = false;
+  if (text_.size() >= kPiece) HandOver();
 }
 
 void CJsonWriter::Key(std::string_view key) {
   BeginValue();
-  text_.append(Dump(key)).append(": ");
+  if (StandsAsItIs(key)) {
+    text_.append("\"").append(key).append("\": ");
+  } else {
+    text_.append(Dump(key)).append(": ");
+  }
   hasKey_ = true;
+}
+
+void CJsonWriter::Text(std::string_view key, const std::string &bytes) {
+  if (StandsAsItIs(bytes)) {
+    Key(key);
+    BeginValue();
+    text_.append("\"").append(bytes).append("\"");
+    return;
+  }
+  Json object;
+  SetText(object, std::string(key), bytes);
+  for (const auto &[name, value] : object.items()) Member(name, value);
 }
 
 void CJsonWriter::Value(const Json &value) {

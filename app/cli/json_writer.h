@@ -24,6 +24,8 @@ class CJsonWriter {
     Key(key);
     Value(value);
   }
+  /// The same for bytes, as SetText gives them.
+  void Text(std::string_view key, const std::string &bytes);
   /// Ends the document's last line.
   void End();
 

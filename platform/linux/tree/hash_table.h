@@ -1,4 +1,4 @@
-/// Hash tables of small slots, in one block: open addressing, at most three quarters full.
+/// Hash tables of small slots, in one block: open addressing, at most seven eighths full.
 #pragma once
 
 #include <algorithm>
@@ -38,7 +38,7 @@ class CHashTable {
   }
 
   void Insert(const Slot &slot) {
-    if (4 * (count_ + 1) > 3 * slots_.size()) Grow();
+    if (8 * (count_ + 1) > 7 * slots_.size()) Grow();
     PutIntoGap(slot);
     ++count_;
   }
