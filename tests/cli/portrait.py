@@ -7,7 +7,8 @@ from dataclasses import dataclass, replace
 
 @dataclass(frozen=True)
 class Item:
-    """Folders have no inode here: one that is made again has another, which nobody minds."""
+    """Folders have no inode here: one that is made again has another, which nobody minds. In a
+    strict portrait they have, and so has the time of the last change of any kind."""
 
     kind: int
     mode: int
@@ -16,6 +17,7 @@ class Item:
     attributes: tuple
     content: bytes  # of a file; where a link leads to
     inode: int | None
+    changed: int | None  # nanoseconds since 1970
 
     @property
     def isFolder(self):
@@ -27,7 +29,7 @@ class Item:
         return None if self.isFolder else (self.inode, self.kind, self.modified, self.content)
 
 
-def look_at(path):
+def look_at(path, isStrict=False):
     status = os.lstat(path)
     kind, content, attributes = stat.S_IFMT(status.st_mode), b"", ()
     if kind == stat.S_IFLNK:
@@ -39,15 +41,16 @@ def look_at(path):
             content = file.read()
     return Item(kind, stat.S_IMODE(status.st_mode), (status.st_uid, status.st_gid),
                 status.st_mtime_ns, attributes, content,
-                None if kind == stat.S_IFDIR else status.st_ino)
+                status.st_ino if isStrict or kind != stat.S_IFDIR else None,
+                status.st_ctime_ns if isStrict else None)
 
 
-def portrait(folder):
+def portrait(folder, isStrict=False):
     """Path below `folder` -> Item; the folder itself is there too, as "."."""
-    found = {".": look_at(folder)}
+    found = {".": look_at(folder, isStrict)}
     for parent, folders, files in os.walk(folder, onerror=_fail):
         for path in (os.path.join(parent, name) for name in folders + files):
-            found[os.path.relpath(path, folder)] = look_at(path)
+            found[os.path.relpath(path, folder)] = look_at(path, isStrict)
     return found
 
 

@@ -1,22 +1,17 @@
 #!/usr/bin/env python3
-"""Folders that several users share: the program runs as one of them, among what another one has.
-
-Root becomes the two users; anybody else is root in a user namespace, among the ids lent to them.
-Where neither can be had the file is skipped as a whole, with exit status 77.
-"""
+"""Folders that several users share: the program runs as one of them, among what another one has."""
 
 import os
 import shutil
 import stat
 import subprocess
-import sys
 import unittest
 
 import cli_case
 from cli_case import PROGRAM, CliCase
+from other_users import become_root
 
 MINE, THEIRS = 1001, 1002
-NAMESPACE = ["unshare", "--map-root-user", "--map-auto"]
 AS_ME = ["setpriv", f"--reuid={MINE}", f"--regid={MINE}", "--clear-groups", "--"]
 
 
@@ -102,16 +97,6 @@ class Shared(CliCase):
             self.assertEqual(os.readlink(link), diary)
             self.assertEqual(stat.S_IMODE(os.lstat(diary).st_mode), 0o600)
             os.unlink(link)
-
-
-def become_root():
-    """In a user namespace, for those who are not."""
-    if os.geteuid() == 0:
-        return
-    if subprocess.run([*NAMESPACE, "true"], check=False, capture_output=True).returncode != 0:
-        print("no other user can be had here")
-        sys.exit(77)
-    os.execvp("unshare", [*NAMESPACE, sys.executable, "-B", *sys.argv])
 
 
 if __name__ == "__main__":

@@ -178,14 +178,14 @@ def uuids_in(node):
     return found
 
 
-def read_trash(place, disk):
-    """What is in the trash, by the path from where it has come."""
+def places_in_trash(trash):
+    """Where in the trash that is which has come from a path; all are bytes."""
     found = {}
-    trash = os.fsencode(place) + b"/data/Trash"
-    for name in os.listdir(trash + b"/files") if os.path.exists(trash) else ():
+    files = trash + b"/files/"
+    for name in os.listdir(files) if os.path.isdir(files) else ():
         with open(trash + b"/info/" + name + b".trashinfo", "rb") as file:
             path = urllib.parse.unquote_to_bytes(file.read().split(b"\n")[1].removeprefix(b"Path="))
-        found[path] = canonical(disk.read(trash + b"/files/" + name))
+        found[path] = files + name
     return found
 
 
@@ -222,7 +222,9 @@ def run_batch(program, preload, seeds, batch, place, totals):
                           stdin=subprocess.DEVNULL, capture_output=True, timeout=300, check=False)
     if preload and os.path.exists(refusals):
         totals[REFUSALS] += os.path.getsize(refusals)
-    found, isAllInPlace, trash = [], True, read_trash(place, disk)
+    found, isAllInPlace = [], True
+    trash = {path: canonical(disk.read(now))
+             for path, now in places_in_trash(os.fsencode(place) + b"/data/Trash").items()}
     for case in cases:
         flattening = Flattening(case.before.copy(), case.path, preferences)
         totals.update(flattening.run())
