@@ -114,7 +114,9 @@ class Usage(CliCase):
                           ("--set", "Nonsense=true"), ("--set", "RenameDuplicates=1"),
                           ("--set", "RenameDuplicates=yes"), ("--set", "Operation=true"),
                           ("--set", "Operation=two"), ("--set", "RenameDuplicates"),
-                          ("--set", "=true"), ("--set",), ("--set", ""), ("--set", "operation=1"),
+                          ("--dry-run",), ("-n", "--undo"), ("-n", "--redo", "drop"),
+                          ("-n", "--history", "drop"), ("-n", "--preferences"),
+                          ("-n", "--set", "Operation=1", "drop"), ("--set", "=true"), ("--set",), ("--set", ""), ("--set", "operation=1"),
                           ("--set", "Operation="), ("--set", "Operation=3x"),
                           ("--set", "Operation=32768"), ("--set", "RenameDuplicates="),
                           ("--set", "DeleteEmptiedFolders=True")):
@@ -141,7 +143,7 @@ class Usage(CliCase):
     def test_output_that_cannot_be_written(self):
         self.make_sample()
         for arguments in (("--help",), ("--version",), ("--preferences",),
-                          ("--json", "--quiet", "drop")):
+                          ("--dry-run", "--quiet", "drop"), ("--json", "--quiet", "drop")):
             for output, reason in ((">&-", "Bad file descriptor"),
                                    (">/dev/full", "No space left on device")):
                 _, err = self.run_cli(*arguments, status=1,
