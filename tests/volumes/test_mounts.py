@@ -4,7 +4,9 @@
 import os
 import subprocess
 
-from volume_case import COLLATE, DELETE, VolumeCase, run_tests
+from volume_case import ALIAS, COLLATE, DELETE, KEEP_NAMES, VolumeCase, run_tests
+
+TRASH = "--delete-to-trash"
 
 
 class Mounts(VolumeCase):
@@ -60,6 +62,23 @@ class Mounts(VolumeCase):
         drop = self.fill(self.mount("tmpfs", "drop"), ["one/two/x.txt", "y.txt"])
         self.flatten(DELETE, drop, status=0)
         self.assertCountEqual(os.listdir(drop), ["x.txt", "y.txt"])
+
+    def test_nothing_can_be_changed(self):
+        """On a volume that is read-only, and on a part of one that is."""
+        volume = self.mount("tmpfs")
+        drop = self.make_sample("volume/drop")
+        before = self.tree(drop)
+        for mount in (lambda: self.bind(drop, drop, "ro"),
+                      lambda: self.tool("mount", "-o", "remount,ro", volume)):
+            mount()
+            for options, key in (((), "leftInPlace"), ((ALIAS,), "leftInPlace"),
+                                 ((COLLATE,), "notCollated"), ((DELETE,), "notDeleted"),
+                                 ((KEEP_NAMES, DELETE, TRASH), "leftInPlace")):
+                with self.subTest(options=options):
+                    told, = self.flatten(*options, drop, status=3).folders
+                    self.assertEqual(self.tree(drop), before)
+                    self.assertIn("wPrErr", {entry["error"] for entry in told[key]})
+            subprocess.run(["umount", drop], check=False, capture_output=True)
 
     def test_no_room_for_the_journal(self):
         """Is told once, leaves nothing behind and stops nothing."""

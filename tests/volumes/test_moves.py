@@ -23,7 +23,7 @@ class Moves(VolumeCase):
             for number, options in enumerate(((DELETE,), (DELETE, COLLATE))):
                 with self.subTest(volume=volume, settings=settings, options=options):
                     drop = self.fill(os.path.join(place, str(number)), SAMPLE)
-                    self.check_run(drop, *options, mayLeave=True)
+                    self.check_run(drop, *options, mayLeave=True, isForetold=False)
 
     def test_full_disk(self):
         """Renaming needs room for names. What finds none is left, and told by exit status 3; with
@@ -35,7 +35,7 @@ class Moves(VolumeCase):
                 drop = self.fill(os.path.join(place, "drop"), names)
                 before = self.files(drop)
                 self.fill_up(place)
-                run = self.flatten(*options, drop, status=3)
+                run = self.flatten(*options, drop, status=3, isForetold=False)
                 left = self.left(run, drop)
                 self.assertGreater(len(left), 50)
                 self.assertEqual(set(left.values()), {"dskFulErr"})

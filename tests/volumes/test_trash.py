@@ -104,7 +104,7 @@ class Trash(VolumeCase):
             self.tool("mount", "-t", "tmpfs", "-o", f"nr_inodes={inodes}", "none", volume)
             self.addCleanup(subprocess.run, ["umount", volume], check=False)
             drop = self.make_sample(f"volume{inodes}/drop")
-            self.flatten(KEEP_NAMES, DELETE, TRASH, drop, status=3)
+            self.flatten(KEEP_NAMES, DELETE, TRASH, drop, status=3, isForetold=False)
             if os.path.exists(f"{volume}/{OWN}/files/one"):
                 self.assertTrashed(volume, drop, OWN)
                 break

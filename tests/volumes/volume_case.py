@@ -16,6 +16,7 @@ import sys
 import unittest
 
 from cli_case import CliCase, exact, fast_place
+from documents import exact_names, what_differs
 
 ODD_VOLUME = os.path.abspath(os.environ["VANNERLY_ODD_VOLUME"])
 NAMESPACE = ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
@@ -178,8 +179,20 @@ class VolumeCase(CliCase):
 
     # Runs ------------------------------------------------------------------------------------
 
-    def flatten(self, *arguments, status=None, **options):
-        """Runs the program to its end and answers what came of it."""
+    def flatten(self, *arguments, status=None, isForetold=True, **options):
+        """Runs the program to its end and answers what came of it. Unless that can't be known before,
+        a preview has told it."""
+        if isForetold:
+            preview, told = self.run_for_document("--dry-run", *arguments, **options)
+        run, document = self.run_for_document(*arguments, **options)
+        if isForetold:
+            self.assertEqual(list(what_differs(told, document)), [])
+            self.assertEqual(preview.status, run.status, run.troubles())
+        expected = [0, 3] if status is None else status if isinstance(status, tuple) else [status]
+        self.assertIn(run.status, expected, f"{run.troubles()}\n{run.complaints}")
+        return run
+
+    def run_for_document(self, *arguments, **options):
         process = self.start("--quiet", "--json", *arguments, **options)
         try:
             out, err = process.communicate(timeout=100)
@@ -188,18 +201,17 @@ class VolumeCase(CliCase):
             process.communicate()
             self.fail("the run does not come to an end")
         document = json.loads(out) if out else {"folders": [], "errors": []}
-        run = Run(process.returncode, document["folders"], document["errors"])
-        expected = [0, 3] if status is None else status if isinstance(status, tuple) else [status]
-        self.assertIn(run.status, expected, f"{run.troubles()}\n{err.decode(errors='replace')}")
-        return run
+        return Run(process.returncode, document["folders"], document["errors"],
+                   err.decode(errors="replace")), exact_names(document)
 
-    def check_run(self, drop, *options, mayLeave=False, status=None):
+    def check_run(self, drop, *options, mayLeave=False, status=None, isForetold=True):
         """Flattens `drop`, and checks that every file is where the options want it and that the
         report and the exit status say so. `mayLeave`: files may be left in place, if that is told.
         Answers what `files` finds now, and the run."""
         before = self.files(drop)
         # One that cannot be known again is no folder any more when its turn comes.
-        run = self.flatten(*options, drop, status=(0, 1, 3) if mayLeave else status)
+        run = self.flatten(*options, drop, status=(0, 1, 3) if mayLeave else status,
+                           isForetold=isForetold)
         if run.errors:
             self.assertEqual((run.status, self.files(drop)), (1, before))
             return before, run
@@ -275,10 +287,11 @@ class VolumeCase(CliCase):
 
 
 class Run:
-    """What came of one: its exit status, and its document's folders and errors."""
+    """What came of one: its exit status, its document's folders and errors, and what it has said."""
 
-    def __init__(self, status, folders, errors):
+    def __init__(self, status, folders, errors, complaints):
         self.status, self.folders, self.errors = status, folders, errors
+        self.complaints = complaints
 
     def troubles(self):
         """What was not done, for the message of a failure."""
