@@ -4,7 +4,7 @@ import dataclasses
 import statistics
 
 import report
-from cases import UNDO, WINDOWS, WITHOUT_JOURNAL
+from cases import PREVIEW, UNDO, WINDOWS, WITHOUT_JOURNAL
 
 CLI = "vannerly-cli"
 BARE = "bare loop"
@@ -64,6 +64,10 @@ def list_aims(cases, requests, start, idle):
             add("undoing", 1.3, results[UNDO], cli)
             aims.append(Aim("bytes of the journal a file, names of 20 bytes", where, 110,
                             cli.journal_an_item))
+        if PREVIEW in results:
+            add("the preview", 0.6, results[PREVIEW], cli)
+            aims.append(Aim("peak bytes a file above the empty preview", where, 250,
+                            results[PREVIEW].bytes_an_item))
         add("collating", 1.3, cli, results.get("rename loop"))
     if requests:
         bare, cli = requests

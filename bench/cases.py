@@ -9,6 +9,7 @@ from measuring import Case, Competitor
 WINDOWS = {"vannerly (offscreen)": "offscreen", "vannerly (Xvfb)": "xcb"}  # and Qt's platforms
 WITHOUT_JOURNAL = "vannerly-cli, no journal"
 UNDO = "vannerly-cli --undo"
+PREVIEW = "vannerly-cli --dry-run"
 HERE = os.path.dirname(os.path.realpath(__file__))
 
 
@@ -65,3 +66,10 @@ def undo_cases(program):
         yield Case(name, trees.twenty, [
             Competitor("vannerly-cli", flatten),
             Competitor(UNDO, lambda folder: [program, "--undo", folder], before=flatten)])
+
+
+def preview_cases(program):
+    """Flattening, and telling beforehand what that would do."""
+    yield Case("preview", trees.wide, [
+        Competitor("vannerly-cli", lambda folder: [program, folder]),
+        Competitor(PREVIEW, lambda folder: [program, "--dry-run", folder])])

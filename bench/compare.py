@@ -6,8 +6,9 @@ first line. "last move" is the time from the start to the last change of the fol
 "seconds" is for a window, which stays. "bytes/item" is peak memory above that of a run on an empty
 folder, and "journal" the bytes an item of the journals that the run leaves. "at top" counts the
 items lying in the folder afterwards: who leaves files behind has done less work. "undo" flattens
-before the clock starts, and takes that back. "requests" flattens a tenth of the tree "wide" on a volume that answers each request
-late, and counts them by kind.
+before the clock starts, and takes that back; "preview" tells what flattening would do. "requests"
+flattens a tenth of the tree "wide" on a volume that answers each request late, and counts them by
+kind.
 """
 
 import argparse
@@ -21,14 +22,14 @@ import sys
 
 import report
 from aims import aims_table, list_aims
-from cases import collate_cases, flatten_cases, flattening, removal_cases, undo_cases
+from cases import collate_cases, flatten_cases, flattening, preview_cases, removal_cases, undo_cases
 from late_volume import count_requests
 from measuring import compare
 from own_desktop import own_desktop
 from processes import measure_idle, measure_start
 from trees import FLATTENED
 
-WHAT = ("flatten", "removal", "collate", "undo", "requests", "start", "idle")
+WHAT = ("flatten", "removal", "collate", "undo", "preview", "requests", "start", "idle")
 MILLION = ("million", "million_clash")
 
 
@@ -75,6 +76,8 @@ def list_cases(arguments, desktop):
         yield from collate_cases(arguments.build, arguments.program)
     if "undo" in arguments.what:
         yield from undo_cases(arguments.program)
+    if "preview" in arguments.what:
+        yield from preview_cases(arguments.program)
 
 
 def main():

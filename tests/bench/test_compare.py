@@ -59,9 +59,15 @@ class Compare(unittest.TestCase):
                           "vannerly (offscreen) to the last move",
                           "vannerly (Xvfb) to the last move"})
 
-    def test_undo_of_the_whole_job(self):
-        measured = self.compare("--what", "undo")
-        self.assertEqual([case["case"] for case in measured["cases"]], ["undo", "undo_deleted"])
+    def test_undo_and_preview_of_the_whole_job(self):
+        measured = self.compare("--what", "undo", "preview")
+        self.assertEqual([case["case"] for case in measured["cases"]],
+                         ["undo", "undo_deleted", "preview"])
+        flattened, previewed = (result["samples"][0]
+                                for result in measured["cases"].pop()["results"].values())
+        self.assertEqual((flattened["status"], flattened["at_top"]), (0, 1000 + 1))
+        # Nothing is moved, and there is no journal.
+        self.assertEqual((previewed["status"], previewed["at_top"], previewed["journal"]), (0, 1, 0))
         for case in measured["cases"]:
             flattened, undone = (result["samples"][0] for result in case["results"].values())
             at_top = 1000 + (case["case"] == "undo")
@@ -69,7 +75,7 @@ class Compare(unittest.TestCase):
             self.assertEqual((undone["status"], undone["at_top"]), (0, 1))
             # A line for every item holds its name, of 20 bytes, and its inode.
             self.assertGreater(min(flattened["journal"], undone["journal"]), 1000 * 30)
-        self.assertEqual(len(measured["aims"]), 4)
+        self.assertEqual(len(measured["aims"]), 6)
 
     def test_requests(self):
         measured = self.compare("--what", "requests", "--scale", "0.02")
