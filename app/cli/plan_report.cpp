@@ -91,6 +91,7 @@ class CPlanReport final : public CRunObserver {
       for (; told_ < PlannedChangeCount(); ++told_) {
         PlannedChangeAt(told_, &change_);
         AddLineOf(change_);
+        if (text_.size() >= kBytesAtOnce) HandOver();
       }
       add();
       if (text_.size() >= kBytesAtOnce) HandOver();

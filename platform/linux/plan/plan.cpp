@@ -132,8 +132,13 @@ int CPlan::CheckRemoval(PlanFolder folder, const ItemStatus &item) {
   if (const int error = RightsOf(folder).changeError; error != 0) return error;
   const Folder &facts = FactsOf(folder);
   if (facts.isAppendOnly || item.isAppendOnly || item.isImmutable) return EPERM;
-  const bool isSticky = (facts.mode & S_ISVTX) != 0;
-  return isSticky && facts.owner != geteuid() && !IsOwnedByUser(item.owner) ? EPERM : 0;
+  return IsSticky(folder) && !IsOwnedByUser(item.owner) ? EPERM : 0;
+}
+
+/// Whether users may take away no items but their own, of whom this one does not own the folder.
+bool CPlan::IsSticky(PlanFolder folder) {
+  const Folder &facts = FactsOf(folder);
+  return (facts.mode & S_ISVTX) != 0 && facts.owner != geteuid();
 }
 
 /// Finds an item that is to be taken away.
@@ -191,7 +196,14 @@ int CPlan::Rename(const TreeChange &change) {
   if (there.mount != here.mount) return EXDEV;
   Spot spot;
   ItemStatus item{};
-  if (int error = LookForRemoval(source, &spot, &item); error != 0) return error;
+  if (const CPlannedTree::Item *moved = tree_.FindArrived(source);
+      moved != nullptr && moved->type != DT_DIR && !IsSticky(from)) {
+    // What has let it be moved once lets it be moved again.
+    item.identity.inode = moved->inode;
+    item.mode = static_cast<std::uint32_t>(DTTOIF(moved->type));
+  } else if (int error = LookForRemoval(source, &spot, &item); error != 0) {
+    return error;
+  }
   const bool isSameName = from != to && std::strcmp(change.name, change.newName) == 0;
   // A folder that gets another parent is itself changed.
   const bool isChanged = item.IsFolder() && from != to && spot.made == nullptr;

@@ -48,6 +48,7 @@ class CPlan final : public CPlannedView {
   Rights RightsOf(PlanFolder folder);
   Rights FindOutRights(PlanFolder folder);
   PlanFolder MountOf(PlanFolder folder);
+  bool IsSticky(PlanFolder folder);
   int CheckRemoval(PlanFolder folder, const ItemStatus &item);
   int LookForRemoval(const PlanPlace &place, Spot *spot, ItemStatus *item);
   int LookForFree(const PlanPlace &place, bool isKnownToFit = false);

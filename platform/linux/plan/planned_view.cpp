@@ -19,6 +19,9 @@ constexpr int kMadeDescriptors = 1 << 30;
 /// As many links as the kernel follows (path_resolution(7)).
 constexpr int kMostLinks = 40;
 
+/// Tells the places that folders have here from those of the table of folders, where the two meet.
+constexpr FolderIndex kOfPlan = FolderIndex{1} << 30;
+
 /// The name with its ASCII letters in the other case.
 std::string InOtherCase(const char *name) {
   std::string other(name);
@@ -133,6 +136,11 @@ PlanFolder CPlannedView::FolderAt(const Spot &spot) {
   // By a name in another case it may be one that is known.
   if (const PlanFolder known = tree_.FindFolder(disk); known != 0) return known;
   return tree_.AddFolder(disk);
+}
+
+/// For the disk, which keeps in mind by its number which folder is the current one.
+OpenedFolder CPlannedView::Opened(const Spot &spot) {
+  return {spot.descriptor, kOfPlan | spot.folder};
 }
 
 int CPlannedView::Locate(const PlanPlace &place, Spot *spot) {
@@ -328,7 +336,7 @@ FinderInfo CPlannedView::ReadFinderInfo(const OpenedFolder &folder, const char *
   Spot spot;
   if (Locate({FolderOf(folder.descriptor), name}, &spot) != 0 || spot.made != nullptr) return {};
   const bool isThere = spot.folder == FolderOf(folder.descriptor);
-  return Below().ReadFinderInfo(isThere ? folder : OpenedFolder{spot.descriptor, 0}, spot.name);
+  return Below().ReadFinderInfo(isThere ? folder : Opened(spot), spot.name);
 }
 
 int CPlannedView::ReadFile(int folder, const char *name, std::size_t most, std::string *content) {
@@ -342,7 +350,7 @@ int CPlannedView::ReadFile(int folder, const char *name, std::size_t most, std::
 ItemAttributes CPlannedView::ReadAttributes(const OpenedFolder &folder, const char *name) {
   Spot spot;
   if (Locate({FolderOf(folder.descriptor), name}, &spot) != 0 || spot.made != nullptr) return {};
-  return Below().ReadAttributes({spot.descriptor, 0}, spot.name);
+  return Below().ReadAttributes(Opened(spot), spot.name);
 }
 
 int CPlannedView::LookAtVolume(int folder, VolumeStatus *status) {

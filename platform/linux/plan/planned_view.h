@@ -78,6 +78,7 @@ class CPlannedView : public CTreeLayer {
   void KeepOwn(PlanFolder folder, int descriptor);
   void CloseOwn(OwnDescriptor &own);
   int OpenParent(PlanFolder folder, int from, FolderUse use, int *descriptor);
+  static OpenedFolder Opened(const Spot &spot);
   void FindOutCase(const Spot &spot);
   void Invent(const CPlannedTree::Item &made, ItemStatus *status);
 

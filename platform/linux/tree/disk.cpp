@@ -240,7 +240,7 @@ int SetAttributes(int folder, const ItemAttributes &attributes) {
 const char *PathOf(const OpenedFolder &folder, const char *name) {
   static std::string path;  // asked for every item of a folder, it keeps its memory
   path.clear();
-  if (folder.index == 0 || !WorkInFolder(folder.index, folder.descriptor)) {
+  if (!WorkInFolder(folder.index, folder.descriptor)) {
     path.append("/proc/self/fd/").append(std::to_string(folder.descriptor)).append("/");
   }
   path += name;
