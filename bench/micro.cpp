@@ -141,11 +141,11 @@ int main(int argumentCount, char **arguments) {
   place = &files;
   (void)setenv("XDG_CONFIG_HOME", files.PathOf("config").c_str(), 1);
   (void)setenv("XDG_STATE_HOME", files.PathOf("state").c_str(), 1);
-  (void)setenv("XDG_STATE_HOME", files.PathOf("state").c_str(), 1);
   // The window of a program that was given no folder; its event loop returns at once.
   StartTerminal(true);
   (void)std::signal(SIGINT, SIG_DFL);
-  RunOnTerminal();
+  StartUpOnTerminal();
+  FlattenOnTerminal();
   benchmark::RunSpecifiedBenchmarks();
   place = nullptr;
 }
