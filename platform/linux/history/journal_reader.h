@@ -2,11 +2,13 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/history/half_moves.h"
@@ -57,6 +59,46 @@ struct Journal {
   bool hasGap = false;         ///< it could not be written to its end
   std::int64_t endTime = 0;    ///< in nanoseconds since 1970; 0 while it is not ended
   std::size_t size = 0;        ///< of what was understood: all complete lines
+};
+
+/// Understands a journal piece by piece, as of one that is still being written.
+class CJournalReader {
+ public:
+  /// `journal` is what has been understood so far; what it tells of items on their way, of changes
+  /// and of their number is there after Finish.
+  explicit CJournalReader(Journal *journal);
+
+  /// Understands all complete lines of `text`, which goes on where `journal.size` is; the first
+  /// text holds the whole header. False when a line is not of this format: nothing more can be read
+  /// then.
+  bool Read(std::string_view text);
+  void Finish();
+
+  /// See CPastChanges::tell.
+  void TellChanges(std::function<void(PastChangeKind kind, const JournalChange &change)> tell) {
+    past_.tell = std::move(tell);
+  }
+
+ private:
+  bool IsFirstFormat() const { return journal_.header.format == kFirstJournalFormat; }
+  void Settle(bool isCertain);
+  /// False when the line is none of a journal's. `at` is where it begins.
+  bool ReadLine(std::uint64_t at, std::string_view line);
+  std::optional<std::uint32_t> ReadFolderNumber(CJournalFields &fields) const;
+  bool ReadFolder(CJournalFields &fields);
+  bool ReadAttribute(CJournalFields &fields);
+  bool ReadState(CJournalFields &fields);
+  bool ReadSuccessor(CJournalFields &fields);
+  bool ReadTakingBack(CJournalFields &fields, bool isRedo);
+  void ReadEnd(CJournalFields &fields);
+  void GoOn();
+  bool ReadChange(std::uint64_t at, std::string_view word, CJournalFields &fields);
+  void Follow(const JournalChange &change);
+  void FindOutWhatIsMeant(const JournalChange &change);
+
+  Journal &journal_;
+  CHalfMoves halfMoves_;
+  CPastChanges past_;
 };
 
 /// Understands a journal. Answers nothing when a complete line is not of this format; what an

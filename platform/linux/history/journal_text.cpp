@@ -292,19 +292,15 @@ std::optional<std::string> CJournalFields::Text() {
   auto field = Raw();
   if (!field) return std::nullopt;
   std::string bytes;
-  bytes.reserve(field->size());
-  while (!field->empty()) {
-    const char character = field->front();
-    field->remove_prefix(1);
-    if (character != '\\') {
-      bytes.push_back(character);
-    } else if (const auto escaped = TakeEscape(&*field)) {
-      bytes.push_back(*escaped);
-    } else {
-      return std::nullopt;
-    }
+  for (;;) {
+    const std::size_t plain = std::min(field->find('\\'), field->size());
+    bytes.append(*field, 0, plain);
+    if (plain == field->size()) return bytes;
+    field->remove_prefix(plain + 1);
+    const auto escaped = TakeEscape(&*field);
+    if (!escaped) return std::nullopt;
+    bytes.push_back(*escaped);
   }
-  return bytes;
 }
 
 std::optional<std::string> CJournalFields::Name() {

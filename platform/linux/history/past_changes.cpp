@@ -1,13 +1,18 @@
 #include "platform/linux/history/past_changes.h"
 
-void CPastChanges::Note(std::uint64_t line, const JournalChange &change) {
+MoveWay WayOf(const JournalChange &move) {
+  if (move.to.folder == 0 && move.place.folder != 0) return MoveWay::kUp;
+  return move.to.folder != 0 && move.place.folder == 0 ? MoveWay::kCollated : MoveWay::kOther;
+}
+
+void CPastChanges::Note(std::uint64_t line, JournalChange &&change) {
   Settle();
   const JournalWord word = change.word;
   // What is done to put an item right belongs to the move that was begun.
   if (isRecovering_) return;
   if (word == JournalWord::kSteps) {
-    steps_ = {line, change};
-    Add(PastChangeKind::kMoveInSteps, line);
+    steps_ = {line, std::move(change)};
+    changes.push_back({.line = line, .kind = PastChangeKind::kMoveInSteps});
     return;
   }
   const bool isStep = word == JournalWord::kRename || word == JournalWord::kLink ||
@@ -15,7 +20,7 @@ void CPastChanges::Note(std::uint64_t line, const JournalChange &change) {
                       (word == JournalWord::kUnlink && steps_);
   if (isStep) return;
   steps_.reset();
-  last_ = {line, change};
+  last_ = {line, std::move(change)};
 }
 
 void CPastChanges::NoteFailure() {
@@ -39,7 +44,7 @@ void CPastChanges::NoteEndOfSteps(bool isThere) {
 void CPastChanges::Settle() {
   wasFileDone = false;
   if (!last_) return;
-  const Noted noted = *std::exchange(last_, std::nullopt);
+  const Noted &noted = *last_;
   const JournalPlace &place = noted.change.place;
   switch (noted.change.word) {
     case JournalWord::kMove:
@@ -50,39 +55,41 @@ void CPastChanges::Settle() {
       break;
     case JournalWord::kRmdir:
       ++counts.foldersDeleted;
-      Add(PastChangeKind::kRemoveFolder, noted.line);
+      Add(PastChangeKind::kRemoveFolder, noted.line, noted.change);
       break;
     case JournalWord::kMkdir:
       madeFolders_[{place.folder, place.name}] = changes.size();
-      Add(PastChangeKind::kMakeFolder, noted.line);
+      Add(PastChangeKind::kMakeFolder, noted.line, noted.change);
       break;
     case JournalWord::kSymlink:
       ++counts.aliased;
       wasFileDone = place.folder == 0;
       madeLinks_[{place.folder, place.name}] = changes.size();
-      Add(PastChangeKind::kMakeLink, noted.line);
+      Add(PastChangeKind::kMakeLink, noted.line, noted.change);
       break;
     case JournalWord::kChmod:
     case JournalWord::kChattr:
-      if (noted.change.item) Add(PastChangeKind::kAttribute, noted.line);
+      if (noted.change.item) Add(PastChangeKind::kAttribute, noted.line, noted.change);
       break;
     case JournalWord::kTrash:
       ++counts.trashed;
-      Add(PastChangeKind::kTrash, noted.line);
+      Add(PastChangeKind::kTrash, noted.line, noted.change);
       break;
     case JournalWord::kRestore:
-      Add(PastChangeKind::kRestore, noted.line);
+      Add(PastChangeKind::kRestore, noted.line, noted.change);
       break;
     default:
       break;
   }
+  last_.reset();
 }
 
 void CPastChanges::CountMove(const JournalChange &change) {
-  const bool isUp = change.to.folder == 0 && change.place.folder != 0;
+  const MoveWay way = WayOf(change);
+  const bool isUp = way == MoveWay::kUp;
   counts.moved += isUp ? 1 : 0;
   counts.renamed += isUp && change.place.name != change.to.name ? 1 : 0;
-  counts.collated += change.to.folder != 0 && change.place.folder == 0 ? 1 : 0;
+  counts.collated += way == MoveWay::kCollated ? 1 : 0;
   wasFileDone = isUp;
 }
 
@@ -91,7 +98,7 @@ void CPastChanges::SettleMove(std::uint64_t line, const JournalChange &change,
                               PastChangeKind kind) {
   CountMove(change);
   const auto made = madeLinks_.find({change.place.folder, change.place.name});
-  if (made == madeLinks_.end()) return Add(kind, line);
+  if (made == madeLinks_.end()) return Add(kind, line, change);
   PastChange &before = changes[made->second];
   const std::uint64_t ofLink =
       before.kind == PastChangeKind::kMakeLink ? before.line : before.ofLink;
@@ -99,6 +106,7 @@ void CPastChanges::SettleMove(std::uint64_t line, const JournalChange &change,
   madeLinks_.erase(made);
   madeLinks_[{change.to.folder, change.to.name}] = changes.size();
   changes.push_back({.line = line, .ofLink = ofLink, .kind = PastChangeKind::kMoveMadeLink});
+  Tell(PastChangeKind::kMoveMadeLink, change);
 }
 
 void CPastChanges::SettleRemoval(std::uint64_t line, const JournalChange &change) {
@@ -107,11 +115,12 @@ void CPastChanges::SettleRemoval(std::uint64_t line, const JournalChange &change
     changes[made->second].kind = PastChangeKind::kNone;
     madeLinks_.erase(made);
     --counts.aliased;
+    Tell(PastChangeKind::kNone, change);
   } else if (change.target) {
-    Add(PastChangeKind::kRemoveLink, line);
+    Add(PastChangeKind::kRemoveLink, line, change);
   } else {
     ++counts.deleted;
-    Add(PastChangeKind::kDelete, line);
+    Add(PastChangeKind::kDelete, line, change);
   }
 }
 

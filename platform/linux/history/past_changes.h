@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -34,6 +35,14 @@ struct PastChange {
   PastChangeKind kind;
 };
 
+/// What a move is to the run.
+enum class MoveWay : std::uint8_t {
+  kUp,        ///< into the dropped folder
+  kCollated,  ///< from there into another
+  kOther,
+};
+MoveWay WayOf(const JournalChange &move);
+
 /// How many items a run has dealt with.
 struct PastCounts {
   std::uint64_t moved = 0;  ///< up into the dropped folder, those renamed included
@@ -48,7 +57,7 @@ struct PastCounts {
 /// Is told of the lines of a journal in their order.
 class CPastChanges {
  public:
-  void Note(std::uint64_t line, const JournalChange &change);
+  void Note(std::uint64_t line, JournalChange &&change);
   /// The change noted last was not made.
   void NoteFailure();
   /// The steps that were noted have come to an end, at their destination or not.
@@ -66,6 +75,10 @@ class CPastChanges {
   /// change.
   std::string FolderMadeLast() const;
 
+  /// Told of each change when it is known to have been made; kNone means that a link of the run's
+  /// own has been removed. Can be left out.
+  std::function<void(PastChangeKind kind, const JournalChange &change)> tell;
+
   std::vector<PastChange> changes;
   PastCounts counts;
   bool wasFileDone = false;  ///< by what was settled last
@@ -73,8 +86,12 @@ class CPastChanges {
  private:
   using Place = std::pair<std::uint32_t, std::string>;
 
-  void Add(PastChangeKind kind, std::uint64_t line) {
+  void Add(PastChangeKind kind, std::uint64_t line, const JournalChange &change) {
     changes.push_back({.line = line, .kind = kind});
+    Tell(kind, change);
+  }
+  void Tell(PastChangeKind kind, const JournalChange &change) const {
+    if (tell) tell(kind, change);
   }
   void SettleMove(std::uint64_t line, const JournalChange &change, PastChangeKind kind);
   void SettleRemoval(std::uint64_t line, const JournalChange &change);

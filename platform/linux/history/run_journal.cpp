@@ -21,10 +21,12 @@
 #include "platform/linux/tree/item_location.h"
 #include "platform/linux/tree/tree_memory.h"
 #include "platform/plan.h"
+#include "platform/run_changes.h"
 
 namespace {
 
 std::unique_ptr<CJournalWriter> run;
+std::string nameOfRun;
 JournalLineHandler lineHandler = nullptr;
 
 /// What the journal says first of a folder cannot be found out. That is the folder's own trouble.
@@ -87,6 +89,7 @@ int BeginNew(const CJournalFolder &journals, const JournalHeader &header, const 
     return error;
   }
   run = std::move(begun);
+  nameOfRun = name;
   const auto &[takenBack, isRedo] = order.takesBack;
   if (!takenBack.empty()) run->Write(isRedo ? "redoes" : "undoes", {takenBack});
   return 0;
@@ -103,6 +106,7 @@ int GoOn(const CJournalFolder &journals, const std::string &name) {
   if (error != 0) return error;
   begun->GoOn();
   run = std::move(begun);
+  nameOfRun = name;
   return 0;
 }
 
@@ -166,6 +170,10 @@ OSErr BeginRunJournalFor(const RunOrder &order, const FSRef &folder, std::string
 
 CJournalWriter *JournalInHand() {
   return run.get();
+}
+
+std::string RunJournalInHand() {
+  return run != nullptr ? nameOfRun : std::string();
 }
 
 void EndRunMoves() {

@@ -24,6 +24,7 @@ class CDescriptor {
   ~CDescriptor() {
     if (descriptor_ >= 0) (void)close(descriptor_);
   }
+  CDescriptor(CDescriptor &&other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
   CDescriptor(const CDescriptor &) = delete;
   CDescriptor &operator=(const CDescriptor &) = delete;
   CDescriptor &operator=(CDescriptor &&other) noexcept {
