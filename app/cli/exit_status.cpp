@@ -1,6 +1,6 @@
 #include "app/cli/exit_status.h"
 
-#include "app/cli/report_words.h"
+#include "app/report_words.h"
 #include "platform/linux/tree/item_location.h"
 #include "platform/terminal/terminal.h"
 

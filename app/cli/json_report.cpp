@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "app/cli/json_writer.h"
-#include "app/cli/report_words.h"
+#include "app/report_words.h"
 #include "platform/linux/tree/item_location.h"
 #include "platform/plan.h"
 #include "platform/terminal/terminal.h"

@@ -5,7 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "app/cli/report_words.h"
+#include "app/cli/event_lines.h"
+#include "app/report_words.h"
 #include "platform/linux/tree/item_location.h"
 #include "platform/terminal/terminal.h"
 

@@ -4,8 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "app/cli/report_words.h"
+#include "app/cli/event_lines.h"
 #include "app/display/status_display.h"
+#include "app/report_words.h"
 #include "engine/flatten_run.h"
 #include "platform/linux/tree/item_location.h"
 #include "platform/plan.h"

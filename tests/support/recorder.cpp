@@ -10,7 +10,9 @@
 #include "platform/common/timers.h"
 #include "platform/controls.h"
 #include "platform/journal.h"
+#include "platform/menus.h"
 #include "platform/processes.h"
+#include "platform/results_window.h"
 #include "platform/windows.h"
 #include "platform/workspace.h"
 
@@ -355,4 +357,11 @@ void NSBeep() {
 
 void SysBeep(std::int16_t duration) {
   Record("SysBeep", std::to_string(duration));
+}
+
+void EnableMenuCommand(MenuRef, OSType) {}
+
+void ShowResultsWindow(CResultList *list) {
+  Record("ShowResultsWindow");
+  Recorder().Results() = list;
 }

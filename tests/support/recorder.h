@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "platform/drags.h"
+#include "platform/results_window.h"
 #include "platform/types.h"
 
 /// What the user would see of a control.
@@ -53,6 +54,8 @@ class CRecorder {
 
   /// The state of a control of the main window, or of the window named.
   OpaqueControl &Control(std::int32_t id, std::string_view window = "MainWindow");
+  /// The list that the results window was last asked to show; null for none.
+  CResultList *&Results() { return results_; }
   /// How often the program has yielded.
   int Yields() const { return yields_; }
 
@@ -71,6 +74,7 @@ class CRecorder {
   std::vector<std::string> calls_;
   std::map<std::string, OpaqueControl, std::less<>> controls_;  ///< by the name in the record
   int yields_ = 0;
+  CResultList *results_ = nullptr;
   std::function<void(int)> atEachYield_;
 };
 

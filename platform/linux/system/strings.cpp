@@ -1,9 +1,12 @@
 #include "platform/strings.h"
 
+#include <wctype.h>
+
 #include <algorithm>
 
 #include "platform/linux/system/disk_names.h"
 #include "platform/linux/system/plain_text.h"
+#include "platform/linux/system/unicode_locale.h"
 
 namespace {
 
@@ -32,4 +35,28 @@ bool CFStringGetCString(std::u16string_view text, char *buffer, std::size_t size
   }
   buffer[written] = '\0';
   return true;
+}
+
+void FoldCase(std::string_view text, std::string *folded) {
+  folded->resize(text.size());
+  std::size_t at = 0;
+  for (; at < text.size() && static_cast<unsigned char>(text[at]) < 0x80; ++at) {
+    const char byte = text[at];
+    (*folded)[at] = static_cast<char>(byte >= 'A' && byte <= 'Z' ? byte + ('a' - 'A') : byte);
+  }
+  folded->resize(at);
+  while (at < text.size()) {
+    char32_t character = 0;
+    const std::size_t length = Utf8SequenceLength(text, at, &character);
+    if (length == 0) {
+      folded->push_back(text[at++]);
+      continue;
+    }
+    char bytes[kLongestUtf8];
+    const auto lower = UnicodeLocale() != nullptr
+                           ? towlower_l(static_cast<wint_t>(character), UnicodeLocale())
+                           : towlower(static_cast<wint_t>(character));
+    folded->append(bytes, WriteUtf8(static_cast<char32_t>(lower), bytes));
+    at += length;
+  }
 }

@@ -1,9 +1,7 @@
-#include "app/cli/report_words.h"
+#include "app/report_words.h"
 
 #include <algorithm>
 #include <iterator>
-
-#include "platform/linux/tree/item_location.h"
 
 namespace {
 
@@ -36,43 +34,12 @@ constexpr KnownResult kKnownResults[] = {
       "it is not, or was not all the time, the folder that was looked through"}},
 };
 
-std::string Reason(OSErr error) {
-  const ResultWords words = WordsOf(error);
-  std::string text = std::string(": ") + words.reason + " (";
-  if (*words.name != '\0') text.append(words.name).append(", ");
-  return text + std::to_string(error) + ")";
-}
-
-/// What a place in the words of an event stands for.
-std::string TextFor(std::string_view place, const RunNote &note, const std::string &path) {
-  if (place == "reason") return Reason(note.error);
-  if (place == "count") return std::to_string(note.count);
-  if (place == "old") return note.oldPath != nullptr ? " as " + *note.oldPath : "";
-  const std::string now = note.now != nullptr ? PathOnDisk(*note.now) : path;
-  if (place == "name") return now.substr(now.rfind('/') + 1);
-  return now != path ? "; its name is now " + now : "";
-}
-
 }  // namespace
 
 ResultWords WordsOf(OSErr error) {
   const auto *const known = std::ranges::find(kKnownResults, error, &KnownResult::error);
   if (known == std::end(kKnownResults)) return {"", "it could not be done"};
   return known->words;
-}
-
-std::string Expanded(std::string_view words, const RunNote &note, const std::string &path) {
-  std::string line;
-  while (!words.empty()) {
-    const std::size_t begin = std::min(words.find('{'), words.size());
-    line += words.substr(0, begin);
-    words.remove_prefix(begin);
-    if (words.empty()) break;
-    const std::size_t end = words.find('}');
-    line += TextFor(words.substr(1, end - 1), note, path);
-    words.remove_prefix(end + 1);
-  }
-  return line;
 }
 
 const char *WordsOf(RunOutcome outcome) {
