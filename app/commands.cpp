@@ -1,6 +1,7 @@
 #include "app/commands.h"
 
 #include "app/display/preferences_sheet.h"
+#include "app/results/run_results.h"
 #include "engine/flatten_run.h"
 
 OSStatus HandleCommand(EventHandlerCallRef /*callRef*/, EventRef event, void * /*userData*/) {
@@ -9,6 +10,9 @@ OSStatus HandleCommand(EventHandlerCallRef /*callRef*/, EventRef event, void * /
   switch (command.commandID) {
     case kHICommandPreferences:
       (void)ShowPreferencesSheet();
+      return noErr;
+    case kShowResultsCommand:
+      ShowRunResults();
       return noErr;
     case kHICommandCancel:
       FlattenRun.StopRequested = true;

@@ -2,12 +2,14 @@
 #include <cstdlib>
 
 #include "app/display/run_display.h"
+#include "app/results/run_results.h"
 #include "app/start_up.h"
 #include "platform/desktop/desktop.h"
 
 int main(int argc, char **argv) {
   if (const auto exitStatus = OpenDesktop(argc, argv)) return *exitStatus;
   ShowRunsInWindow();
+  WatchRunsForResults();
   const OSStatus status = RunVannerly();
   CloseDesktop();
   // What is missing has been told as it was missed.

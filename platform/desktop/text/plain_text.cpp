@@ -33,3 +33,7 @@ QString WithPathIsolated(const QString &line) {
 QString LabelText(const QString &text) {
   return QString(text).replace(QLatin1Char('&'), QLatin1String("&&"));
 }
+
+QString TitleText(const QString &text) {
+  return OneLine(text).replace(QLatin1String("[*]"), QLatin1String("[*][*]"));
+}

@@ -21,3 +21,7 @@ QString WithPathIsolated(const QString &line);
 /// The same as OneLine for a menu item or a button, where "&" would underline the character after
 /// it.
 QString LabelText(const QString &text);
+
+/// The same as OneLine for the title of a window, where "[*]" would be taken for the place of the
+/// modified mark; doubled it stands for itself.
+QString TitleText(const QString &text);

@@ -105,9 +105,7 @@ void BringToFront(WindowRef window) {
 
 OSStatus SetWindowTitleWithCFString(WindowRef window, const std::u16string &title) {
   if (window == nullptr) return paramErr;
-  // "[*]" would be taken for the place of the modified mark; doubled it stands for itself.
-  window->widget->setWindowTitle(OneLine(QString::fromStdU16String(title))
-                                     .replace(QLatin1String("[*]"), QLatin1String("[*][*]")));
+  window->widget->setWindowTitle(TitleText(QString::fromStdU16String(title)));
   return noErr;
 }
 

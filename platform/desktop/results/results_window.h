@@ -1,0 +1,56 @@
+/// The window of results: the list, and what can be done with it.
+#pragma once
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QTableView>
+#include <QTimer>
+#include <QWidget>
+#include <optional>
+
+#include "platform/desktop/results/result_model.h"
+#include "platform/desktop/widgets/status_line.h"
+#include "platform/results_window.h"
+
+/// Opens the list, and closes it when it goes. While it is open it follows the run that is on; in
+/// between it sleeps.
+class ResultsWindow final : public QWidget {
+  Q_OBJECT
+
+ public:
+  explicit ResultsWindow(CResultList *list);
+  ~ResultsWindow() override;
+
+ private:
+  QWidget *MakeTopRow();
+  QWidget *MakeBottomRow();
+  void MakeTable();
+  QAction *AddAction(const QString &text, const QKeySequence &key, void (ResultsWindow::*act)());
+
+  void Follow();
+  void Select();
+  /// Does something after which rows stand at other places; the current one stays the current one.
+  template <typename Work>
+  void KeepCurrentRow(Work work);
+  void ShowState();
+  void ShowKinds();
+  std::optional<unsigned> WantedKind() const;
+
+  void OpenFolder();
+  void CopyPaths();
+  void AskWhereToSave();
+  void SaveAsCsv(const QString &path);
+
+  CResultList &list_;
+  ResultModel *model_;
+  QLineEdit *search_;
+  QComboBox *kinds_;
+  QTableView *table_;
+  StatusLine *state_;
+  StatusLine *missing_;
+  QAction *open_;
+  QAction *copy_;
+  QAction *save_;
+  QTimer nextLook_;
+  QTimer searchIsTyped_;
+};

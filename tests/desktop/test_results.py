@@ -1,0 +1,146 @@
+#!/usr/bin/env python3
+"""The window of results, as its user meets it."""
+
+import csv
+import os
+import time
+import unittest
+
+from desktop_case import TEMPORARY, Atspi, DesktopCase, run, wait_until
+
+
+class Results(DesktopCase):
+    def table(self):
+        """The list, as a screen reader has it."""
+        return self.wait_for("Results", "table")
+
+    def table_of_results_window(self):
+        for application in self.applications():
+            for i in range(application.get_child_count()):
+                window = application.get_child_at_index(i)
+                if window is None or not window.get_name().startswith("Results of"):
+                    continue
+                for j in range(window.get_child_count()):
+                    if (child := window.get_child_at_index(j)).get_role_name() == "table":
+                        return child
+        return None
+
+    def rows(self):
+        table = self.table()
+        return [tuple(Atspi.Table.get_accessible_at(table, row, column).get_name()
+                      for column in range(3))
+                for row in range(Atspi.Table.get_n_rows(table))]
+
+    def wait_for_rows(self, *rows):
+        wait_until(lambda: self.rows() == list(rows), f"{rows} is not to be seen")
+
+    def open_results(self):
+        self.key("ctrl+r")
+        self.wait_for("Results", "table")
+
+    def opened(self):
+        path = os.path.join(TEMPORARY, "opened")
+        wait_until(lambda: os.path.exists(path), "nothing was opened")
+        with open(path, encoding="utf-8") as file:
+            return file.read().splitlines()
+
+    def make_clash(self):
+        drop = self.make_folder("photos", 3)
+        for name in ("new\nline", "0.txt"):
+            with open(os.path.join(drop, name), "w", encoding="utf-8") as file:
+                file.write("there before")
+        return drop
+
+    def test_list_filter_search_and_keyboard(self):
+        drop = self.make_clash()
+        self.open_window()
+        self.key("ctrl+r")
+        time.sleep(0.5)
+        self.assertIsNone(self.find("Results", "table"), "results without a run")
+        self.start(drop)
+        self.wait_for("Elapsed time: .*")
+        self.open_results()
+        wait_until(lambda: len(self.rows()) == 3, self.rows())
+        renamed, *moved = self.rows()
+        self.assertRegex(" ".join(renamed),
+                         r"sub0/deep/0\.txt moved under another name 0 - [-0-9A-F]{36}\.txt")
+        self.assertEqual(moved, [("sub1/deep/1.txt", "moved", "1.txt"),
+                                 ("sub2/deep/2.txt", "moved", "2.txt")])
+        self.wait_for("3 items")
+        self.wait_for("Results of photos")
+
+        # Typed into the search field, and kept while a kind is chosen.
+        self.key("ctrl+f", *"sub1")
+        self.wait_for_rows(moved[0])
+        self.wait_for("1 of 3 items")
+        self.key("Tab", "Down")
+        self.wait_for_rows(moved[0])
+        self.key("ctrl+f", "BackSpace", "BackSpace")
+        self.wait_for_rows(*moved)
+        self.wait_for("2 of 3 items")
+
+        # From the field to the list; there Return opens the folder, and Ctrl+C copies the path.
+        self.key("Return", "Down", "Return")
+        wait_until(lambda: self.opened() == ["file://" + drop], self.opened())
+        self.key("ctrl+c", "ctrl+f", "ctrl+a", "ctrl+v")
+        wait_until(lambda: Atspi.Text.get_text(self.find("Search"), 0, -1) ==
+                   os.path.join(drop, "2.txt"), "the path is not copied")
+        self.key("Escape")
+        wait_until(lambda: self.find("Results", "table") is None, "Esc does not close it")
+        self.open_results()
+        wait_until(lambda: len(self.rows()) == 3, "what was wanted before is wanted still")
+        self.key("ctrl+w")
+        wait_until(lambda: self.find("Results", "table") is None, "Ctrl+W does not close it")
+        self.assertRunning()
+        self.quit()
+
+    def test_sorts_by_its_header_and_saves_what_it_shows(self):
+        drop = self.make_clash()
+        self.open_window(drop)
+        self.wait_for("Elapsed time: .*")
+        self.open_results()
+        wait_until(lambda: len(self.rows()) == 3, "no rows")
+        header = Atspi.Table.get_column_header(self.table(), 0)
+        for _ in range(2):
+            self.pointer(*self.center(header), "click", "1")
+        wait_until(lambda: [row[0][:4] for row in self.rows()] == ["sub2", "sub1", "sub0"],
+                   "not sorted from the end")
+        shown = self.rows()
+        self.key("ctrl+s")
+        self.wait_for("Save Results", "dialog")
+        saved = os.path.join(self.place, "list.csv")
+        self.key("ctrl+a")
+        run("xdotool", "type", saved)
+        self.key("Return")
+        self.wait_for(".*list.csv: saved")
+        with open(saved, newline="", encoding="utf-8") as file:
+            records = list(csv.reader(file))
+        self.assertEqual([tuple(record[:3]) for record in records[1:]], shown)
+        self.assertEqual(records[1][3], os.path.join(drop, "2.txt"))
+        self.quit()
+
+    def test_follows_the_run_that_is_on(self):
+        files = 1000
+        drop = self.make_folder("slow", files)
+        self.open_window(drop, delay=20)
+        wait_until(lambda: self.moved(drop) > 10, "the run does not start")
+        self.key("ctrl+r")
+        # Looked for where it is: while files are moved, everything asked takes a moment.
+        table = wait_until(self.table_of_results_window, "no list")
+        for _ in range(3):
+            moved = self.moved(drop)
+            self.assertLess(moved, files, "the run was over too soon")
+            time.sleep(0.5)
+            table.clear_cache()
+            self.assertGreaterEqual(Atspi.Table.get_n_rows(table), moved, "half a second later")
+        wait_until(lambda: self.find("1,000 items"), "not all")
+        # The rows of the next run take their place.
+        self.start(self.make_folder("next", 2))
+        wait_until(lambda: self.find("2 items"), "still those of the run before")
+        self.assertEqual({row[1] for row in self.rows()}, {"moved"})
+        self.wait_for("Results of next")
+        self.quit()
+
+
+if __name__ == "__main__":
+    unittest.main()
