@@ -23,5 +23,6 @@ bool CFStringGetCString(std::u16string_view text, char *buffer, std::size_t size
                         CFStringEncoding encoding);
 
 /// Writes to `folded` what is the same for two texts that differ in upper and lower case only, for
-/// searching. Texts are UTF-8; bytes that are none stay as they are.
+/// searching, and for names where their case does not count. Texts are UTF-8; bytes that are none
+/// stay as they are.
 void FoldCase(std::string_view text, std::string *folded);

@@ -4,43 +4,19 @@
 
 #include <algorithm>
 #include <cstring>
-#include <cwctype>
 #include <string>
 
-#include "platform/linux/system/disk_names.h"
 #include "platform/linux/system/plain_text.h"
-#include "platform/linux/system/unicode_locale.h"
+#include "platform/strings.h"
 
 namespace {
 
 /// No file system gives such inode numbers.
 constexpr std::uint64_t kInventedInodes = std::uint64_t{0xFFFF'FFF0} << 32;
 
-/// Calls `take` for each character, in lower case; a byte that is no text counts as one.
-template <typename Take>
-void VisitFolded(std::string_view name, Take take) {
-  for (std::size_t at = 0; at < name.size();) {
-    char32_t character = static_cast<unsigned char>(name[at]);
-    std::size_t length = 1;
-    if (character >= 0x80) {
-      length = Utf8SequenceLength(name, at, &character);
-      if (length == 0) {
-        character = 0x110000 | static_cast<unsigned char>(name[at]);
-        length = 1;
-      } else if (UnicodeLocale() != nullptr) {
-        character = towlower_l(static_cast<wint_t>(character), UnicodeLocale());
-      }
-    } else if (character >= 'A' && character <= 'Z') {
-      character += 'a' - 'A';
-    }
-    take(character);
-    at += length;
-  }
-}
-
-std::u32string Folded(std::string_view name) {
-  std::u32string folded;
-  VisitFolded(name, [&folded](char32_t character) { folded += character; });
+std::string Folded(std::string_view name) {
+  std::string folded;
+  FoldCase(name, &folded);
   return folded;
 }
 
@@ -49,11 +25,7 @@ std::u32string Folded(std::string_view name) {
 PlanPlace::PlanPlace(PlanFolder itsFolder, const char *itsName) : folder(itsFolder), name(itsName) {
   constexpr std::uint64_t kCaseOfLetters = 0x2020'2020'2020'2020;
   const std::string_view text(name);
-  if (IsPlainText(text)) {
-    hash = HashOfName(text, kCaseOfLetters);
-  } else {
-    VisitFolded(text, [this](char32_t character) { hash = (hash ^ character) * 0x9E3779B1; });
-  }
+  hash = IsPlainText(text) ? HashOfName(text, kCaseOfLetters) : HashOfName(Folded(text));
   hash = std::max<std::uint32_t>(hash ^ folder * 0x85EBCA77, 1);
 }
 
