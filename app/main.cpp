@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "app/display/run_display.h"
+#include "app/display/run_summary.h"
 #include "app/results/run_results.h"
 #include "app/start_up.h"
 #include "platform/desktop/desktop.h"
@@ -9,6 +10,7 @@
 int main(int argc, char **argv) {
   if (const auto exitStatus = OpenDesktop(argc, argv)) return *exitStatus;
   ShowRunsInWindow();
+  SummarizeRunsInWindow();
   WatchRunsForResults();
   const OSStatus status = RunVannerly();
   CloseDesktop();

@@ -10,6 +10,7 @@ void FetchMainWindowControls() {
       {1, &MainWindowState::statusLine1}, {2, &MainWindowState::busyIndicator},
       {4, &MainWindowState::idleElement}, {5, &MainWindowState::progressBar},
       {6, &MainWindowState::statusLine2}, {7, &MainWindowState::stopButton},
+      {8, &MainWindowState::summaryLine}, {9, &MainWindowState::resultsButton},
   };
   for (const auto &[id, control] : kControls) {
     (void)GetControlByID(MainWindow.window, {kControlSignature, id}, &(MainWindow.*control));

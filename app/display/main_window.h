@@ -16,8 +16,11 @@ struct MainWindowState {
   ControlRef progressBar = nullptr;    ///< 5
   ControlRef statusLine2 = nullptr;    ///< 6: the counter, then the elapsed time
   ControlRef stopButton = nullptr;     ///< 7: shown and enabled while a folder is being flattened
+  // The terminal has none of these.
+  ControlRef summaryLine = nullptr;    ///< 8: what came of the latest run, while none is on
+  ControlRef resultsButton = nullptr;  ///< 9: shown beside it
 };
 extern MainWindowState MainWindow;
 
-/// Finds the six controls in the window.
+/// Finds the controls in the window.
 void FetchMainWindowControls();

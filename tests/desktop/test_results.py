@@ -57,9 +57,11 @@ class Results(DesktopCase):
         self.key("ctrl+r")
         time.sleep(0.5)
         self.assertIsNone(self.find("Results", "table"), "results without a run")
+        self.assertIsNone(self.find("Show results"), "a summary without a run")
         self.start(drop)
-        self.wait_for("Elapsed time: .*")
-        self.open_results()
+        self.wait_for("3 moved, 1 of them renamed")
+        self.pointer(*self.center(self.wait_for("Show results")), "click", "1")
+        self.wait_for("Results", "table")
         wait_until(lambda: len(self.rows()) == 3, self.rows())
         renamed, *moved = self.rows()
         self.assertRegex(" ".join(renamed),
