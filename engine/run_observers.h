@@ -15,6 +15,8 @@
 /// whoever listens. Only what is of interest has to be overridden.
 class CRunObserver {
  public:
+  /// A drop, or what is to be taken back, has its turn: so many items of it.
+  virtual void BeginRun(std::int32_t /*items*/) noexcept {}
   /// A dropped item has its turn. It can turn out to be no folder, or one that is in use.
   virtual void BeginFolder(const FSRef & /*folder*/) noexcept {}
   /// It is a folder.
@@ -37,7 +39,7 @@ class CRunObserver {
   virtual void TakeNote(const RunNote & /*note*/) noexcept {}
 
   virtual void EndFolder(const FolderReport & /*report*/) noexcept {}
-  /// All dropped folders are done.
+  /// All items of the run are done.
   virtual void EndRun() noexcept {}
 
  protected:

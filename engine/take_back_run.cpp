@@ -78,7 +78,9 @@ void TakeBackRun(const TakeBackOrder &order) {
 }  // namespace
 
 void TakeBackTimerProc(EventLoopTimerRef /*timer*/, void * /*userData*/) {
-  for (const TakeBackOrder &order : std::exchange(TakeBackOrders, {})) TakeBackRun(order);
+  const std::vector<TakeBackOrder> orders = std::exchange(TakeBackOrders, {});
+  TellObservers(&CRunObserver::BeginRun, static_cast<std::int32_t>(orders.size()));
+  for (const TakeBackOrder &order : orders) TakeBackRun(order);
   TellObservers(&CRunObserver::EndRun);
   FSForgetRun();
 }

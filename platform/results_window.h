@@ -28,7 +28,7 @@ enum class ResultNews : std::uint8_t {
 
 /// What there will be to take in.
 enum class ResultsToCome : std::uint8_t {
-  kNone,   ///< until a run begins
+  kNone,   ///< until the list says so
   kLater,  ///< a run is on
   kNow,
 };
@@ -39,9 +39,10 @@ enum class ResultFormat : std::uint8_t { kCsv };
 /// with names as they are on disk.
 class CResultList {
  public:
-  /// To be called before anything else, and Close afterwards to give everything back. `runBegins`
-  /// is called whenever a run begins in between; it must not throw.
-  virtual void Open(std::function<void()> runBegins) = 0;
+  /// To be called before anything else, and Close afterwards to give everything back. `wakeUp` is
+  /// called in between whenever there is something to take in again, as when a run begins; it must
+  /// not throw.
+  virtual void Open(std::function<void()> wakeUp) = 0;
   virtual void Close() = 0;
 
   /// Takes in what has happened since, for so many milliseconds at the most, save that sorting may

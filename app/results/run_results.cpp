@@ -12,127 +12,59 @@
 
 #include "app/report_words.h"
 #include "app/results/csv.h"
+#include "app/results/latest_run.h"
+#include "app/results/past_run.h"
 #include "app/results/result_rows.h"
 #include "app/results/result_selection.h"
 #include "app/results/result_texts.h"
-#include "app/results/run_log.h"
 #include "platform/menus.h"
 #include "platform/results_window.h"
-#include "platform/run_changes.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-RunEvent EventOf(const RunChange &change, bool isTakingBack) {
-  switch (change.kind) {
-    case RunChangeKind::kMovedUp:
-      if (isTakingBack) return RunEvent::kPutBack;
-      return change.item.name == change.to.name ? RunEvent::kMoved : RunEvent::kRenamed;
-    case RunChangeKind::kMovedDown:
-      return isTakingBack ? RunEvent::kPutBack : RunEvent::kCollated;
-    case RunChangeKind::kMoved:
-      return isTakingBack ? RunEvent::kPutBack : RunEvent::kMoved;
-    case RunChangeKind::kAliasMade:
-      return isTakingBack ? RunEvent::kPutBack : RunEvent::kAliased;
-    case RunChangeKind::kAliasRemoved:
-      return isTakingBack ? RunEvent::kAliasTakenAway : RunEvent::kFileDeleted;
-    case RunChangeKind::kFolderMade:
-      return isTakingBack ? RunEvent::kFolderPutBack : RunEvent::kFolderMade;
-    case RunChangeKind::kFolderDeleted:
-      return isTakingBack ? RunEvent::kFolderTakenAway : RunEvent::kFolderDeleted;
-    case RunChangeKind::kTrashed:
-      return isTakingBack ? RunEvent::kPutBack : RunEvent::kTrashed;
-    case RunChangeKind::kTakenOutOfTrash:
-      return RunEvent::kPutBack;
-    case RunChangeKind::kFileDeleted:
-      break;
-  }
-  return RunEvent::kFileDeleted;
-}
-
-/// Puts the changes of one dropped folder into the rows.
-class CChangesToRows final : public CRunChangeTaker {
- public:
-  CChangesToRows(std::unique_ptr<CRunChanges> changes, CResultRows *rows)
-      : changes_(std::move(changes)), rows_(*rows) {}
-
-  RunReading ReadOn() { return changes_->ReadOn(this); }
-  bool HasGap() const { return changes_->HasGap(); }
-
-  void TakeFolder(std::uint32_t /*number*/, std::uint32_t parent, std::string_view name) override {
-    folders_.push_back(folders_.empty() ? rows_.DroppedFolder(name)
-                                        : rows_.FolderIn(folders_[parent], name));
-  }
-
-  void TakeChange(const RunChange &change) override {
-    ResultRow row{EventOf(change, changes_->IsTakingBack()), PlaceOf(change.item)};
-    switch (change.kind) {
-      case RunChangeKind::kMovedUp:
-      case RunChangeKind::kMovedDown:
-      case RunChangeKind::kMoved:
-        row.to = PlaceOf(change.to);
-        break;
-      case RunChangeKind::kTrashed:
-        row.to = rows_.PlaceOf(change.path, folders_[0]);
-        break;
-      case RunChangeKind::kAliasMade:
-        // The file is what something has happened to.
-        if (row.event == RunEvent::kAliased) {
-          row.to = std::exchange(row.item, rows_.PlaceOf(change.path, folders_[0]));
-        }
-        break;
-      default:
-        break;
-    }
-    rows_.Add(row);
-  }
-
- private:
-  ResultPlace PlaceOf(const RunPlace &place) const { return {folders_[place.folder], place.name}; }
-
-  std::unique_ptr<CRunChanges> changes_;
-  CResultRows &rows_;
-  std::vector<ResultFolder> folders_;  ///< by the journal's number
-};
-
 /// What is there only while the window is open.
 struct Shown {
-  unsigned run = 0;
+  unsigned version = 0;  ///< of the source
   CResultRows rows;
   CResultSelection selection{rows};
-  std::size_t folder = 0;      ///< of the log, which is being read
-  std::size_t notesTaken = 0;  ///< of all of the log
-  bool isBegun = false;        ///< the folder's journal has been opened if there is one
-  std::unique_ptr<CChangesToRows> changes;
-  std::size_t withoutJournal = 0;  ///< folders
-  bool hasGap = false;
   bool isFull = false;  ///< there was no memory for more
 };
 
 class CRunResults final : public CResultList {
  public:
-  CRunLog &Log() { return log_; }
+  CLatestRun &LatestRun() { return latestRun_; }
+  CPastRun &AnyPastRun() { return pastRun_; }
 
-  void Open(std::function<void()> runBegins) override {
-    runBegins_ = std::move(runBegins);
+  /// What is shown from now on, also in a window that is open.
+  void SetSource(CResultSource *source) {
+    if (source != source_) source_->Rewind();
+    isOtherSource_ = isOtherSource_ || source != source_;
+    source_ = source;
+    if (wakeUp_) wakeUp_();
+  }
+
+  void Open(std::function<void()> wakeUp) override {
+    wakeUp_ = std::move(wakeUp);
     wanted_ = {};
     Restart();
   }
 
   void Close() override {
-    runBegins_ = nullptr;
+    wakeUp_ = nullptr;
+    source_->Rewind();
     shown_.reset();
   }
 
   ResultNews Follow(int milliseconds, ResultsToCome *toCome) override {
-    *toCome = log_.IsRunOver() ? ResultsToCome::kNone : ResultsToCome::kLater;
+    *toCome = source_->IsOver() ? ResultsToCome::kNone : ResultsToCome::kLater;
     ResultNews news = ResultNews::kOtherRows;
     WithMemory([&] {
-      const bool isOther = shown_->run != log_.Run();
+      const bool isOther = isOtherSource_ || shown_->version != source_->Version();
       if (isOther) Restart();
       const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
-      while (!shown_->isFull && TakeIn()) {
+      while (!shown_->isFull && source_->TakeIn(&shown_->rows)) {
         if (Clock::now() < end) continue;
         *toCome = ResultsToCome::kNow;
         break;
@@ -143,18 +75,10 @@ class CRunResults final : public CResultList {
     return news;
   }
 
-  std::vector<std::string> Folders() const override {
-    std::vector<std::string> paths;
-    for (const CRunLog::Folder &folder : log_.Folders()) paths.push_back(folder.path);
-    return paths;
-  }
+  std::vector<std::string> Folders() const override { return source_->Folders(); }
 
   std::string WhatIsMissing() const override {
-    if (shown_->isFull || !log_.IsComplete()) return "There is not enough memory for all items.";
-    if (shown_->withoutJournal > 0) {
-      return "No journal was kept, or it is no longer there: what was simply moved is not listed.";
-    }
-    return shown_->hasGap ? "The journal breaks off: what came after that is not listed." : "";
+    return shown_->isFull ? "There is not enough memory for all items." : source_->WhatIsMissing();
   }
 
   std::vector<ResultKind> Kinds() const override {
@@ -224,48 +148,17 @@ class CRunResults final : public CResultList {
       work();
     } catch (const std::exception &) {
       shown_->isFull = true;
-      shown_->changes.reset();
+      source_->Rewind();
     }
   }
 
   void Restart() {
     shown_ = std::make_unique<Shown>();
-    shown_->run = log_.Run();
+    shown_->version = source_->Version();
+    isOtherSource_ = false;
+    source_->Rewind();
     shown_->selection.SortBy(wanted_.column, wanted_.isDescending);
     shown_->selection.Select(wanted_.event, wanted_.search);
-  }
-
-  /// Takes in a little; false when nothing is left for now.
-  bool TakeIn() {
-    if (shown_->folder == log_.Folders().size()) return false;
-    const CRunLog::Folder &folder = log_.Folders()[shown_->folder];
-    if (!shown_->isBegun && (folder.hasBegun || folder.isOver)) BeginReading(folder);
-    const std::size_t endOfNotes = log_.EndOfNotes(shown_->folder);
-    shown_->rows.AddFrom(log_.Notes(), shown_->notesTaken, endOfNotes);
-    shown_->notesTaken = endOfNotes;
-    if (shown_->changes != nullptr) {
-      const RunReading reading = shown_->changes->ReadOn();
-      if (reading == RunReading::kGoesOn) return true;
-      if (reading == RunReading::kIsUpToDate && !folder.isOver) return false;
-      shown_->hasGap = shown_->hasGap || shown_->changes->HasGap();
-      shown_->changes.reset();
-    }
-    if (!folder.isOver) return false;
-    shown_->isBegun = false;
-    ++shown_->folder;
-    return true;
-  }
-
-  void BeginReading(const CRunLog::Folder &folder) {
-    shown_->isBegun = true;
-    // That several have been dropped shows in the paths of all.
-    (void)shown_->rows.DroppedFolder(folder.path);
-    auto changes = folder.journal.empty() ? nullptr : OpenRunChanges(folder.journal);
-    if (changes != nullptr) {
-      shown_->changes = std::make_unique<CChangesToRows>(std::move(changes), &shown_->rows);
-    } else if (folder.hasBegun) {
-      ++shown_->withoutJournal;
-    }
   }
 
   struct Wanted {
@@ -275,11 +168,14 @@ class CRunResults final : public CResultList {
     bool isDescending = false;
   };
 
-  CRunLog log_{[this] {
+  CLatestRun latestRun_{[this] {
     EnableMenuCommand(nullptr, kShowResultsCommand);
-    if (runBegins_) runBegins_();
+    if (wakeUp_) wakeUp_();
   }};
-  std::function<void()> runBegins_;
+  CPastRun pastRun_;
+  CResultSource *source_ = &latestRun_;
+  bool isOtherSource_ = false;
+  std::function<void()> wakeUp_;
   Wanted wanted_;
   std::unique_ptr<Shown> shown_;  ///< while the window is open
 };
@@ -292,9 +188,16 @@ CRunResults &Results() {
 }  // namespace
 
 void WatchRunsForResults() {
-  AddRunObserver(&Results().Log());
+  AddRunObserver(&Results().LatestRun().Log());
 }
 
 void ShowRunResults() {
+  Results().SetSource(&Results().LatestRun());
+  ShowResultsWindow(&Results());
+}
+
+void ShowResultsOf(const PastRun &run) {
+  Results().AnyPastRun().Set(run);
+  Results().SetSource(&Results().AnyPastRun());
   ShowResultsWindow(&Results());
 }
