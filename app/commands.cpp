@@ -1,8 +1,10 @@
 #include "app/commands.h"
 
 #include "app/display/preferences_sheet.h"
+#include "app/history/taking_back.h"
 #include "app/results/run_results.h"
 #include "engine/flatten_run.h"
+#include "platform/apple_events.h"
 
 OSStatus HandleCommand(EventHandlerCallRef /*callRef*/, EventRef event, void * /*userData*/) {
   HICommand command{};
@@ -14,6 +16,19 @@ OSStatus HandleCommand(EventHandlerCallRef /*callRef*/, EventRef event, void * /
     case kShowResultsCommand:
       ShowRunResults();
       return noErr;
+    case kHICommandUndo:
+      TakeBackNewest(TakeBack::kUndo);
+      return noErr;
+    case kHICommandRedo:
+      TakeBackNewest(TakeBack::kRedo);
+      return noErr;
+    case kHistoryCommand:
+      ShowHistory();
+      return noErr;
+    case kCommandStopAll:
+      FlattenRun.StopAllRequested = true;
+      AEForgetWaitingEvents();
+      [[fallthrough]];
     case kHICommandCancel:
       FlattenRun.StopRequested = true;
       return noErr;

@@ -5,6 +5,7 @@
 #include "app/display/main_window.h"
 #include "app/drop_target.h"
 #include "app/help_links.h"
+#include "app/history/taking_back.h"
 #include "app/open_documents.h"
 #include "platform/journal.h"
 #include "platform/menus.h"
@@ -36,6 +37,7 @@ OSStatus RunVannerly() {
   ShowWindow(MainWindow.window);
   (void)RecoverInterruptedRuns();  // The platform tells what there is to tell.
   (void)AEInstallEventHandler(kCoreEventClass, kAEOpenDocuments, HandleOpenDocuments, 0, false);
+  OfferTakingBack();
   EnableMenuCommand(nullptr, kHICommandPreferences);
   (void)InstallEventHandler(GetApplicationEventTarget(), HandleCommand,
                             {kEventClassCommand, kEventCommandProcess}, nullptr);

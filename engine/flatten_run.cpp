@@ -206,7 +206,8 @@ void FlattenTimerProc(EventLoopTimerRef /*timer*/, void * /*userData*/) {
   std::int32_t count = 0;
   if (AECountItems(DroppedItemList, &count) != noErr) return;
   TellObservers(&CRunObserver::BeginRun, count);
-  for (std::int32_t index = 1; index <= count; ++index) {
+  FlattenRun.StopAllRequested = false;
+  for (std::int32_t index = 1; index <= count && !FlattenRun.StopAllRequested; ++index) {
     // Read from the list as it is now: a drop during the run has replaced it.
     if (AEGetNthPtr(DroppedItemList, index, typeFSRef, &FlattenRun.droppedFolder, sizeof(FSRef)) !=
         noErr) {

@@ -20,8 +20,9 @@ struct FlattenRunState {
   CollectedFileList CollectedFiles;
   bool QuitRequested = false;  ///< set by the Quit command, never cleared
   bool StopRequested = false;  ///< set by the Stop command, cleared as each dropped folder begins
-  std::int32_t ScanMode = 0;   ///< kScanCounts or kScanCollects
-  FSRef droppedFolder = {};    ///< the folder being flattened
+  bool StopAllRequested = false;  ///< set with it when the folders behind are meant too
+  std::int32_t ScanMode = 0;      ///< kScanCounts or kScanCollects
+  FSRef droppedFolder = {};       ///< the folder being flattened
 };
 extern FlattenRunState FlattenRun;
 

@@ -17,8 +17,13 @@ enum class RunPhase : std::uint8_t {
   kHandling,  ///< moving up, or whatever `Operation` asks for
   kDeleting,
   kCollating,
-  kTakingBack,  ///< an undo or redo, which has no other phase but waiting
+  kUndoing,  ///< the two that take a run back have no other phase but waiting
+  kRedoing,
 };
+
+constexpr bool IsTakingBack(RunPhase phase) {
+  return phase == RunPhase::kUndoing || phase == RunPhase::kRedoing;
+}
 
 /// What can happen. The first group counts files and is not told to observers one by one.
 enum class RunEvent : std::uint8_t {

@@ -50,7 +50,8 @@ OSErr Begin(const TakeBackOrder &order, std::int32_t *count, std::string *reason
 }
 
 RunOutcome TakeBackSteps(const TakeBackOrder &order, std::int32_t count) {
-  TellObservers(&CRunObserver::BeginPhase, RunPhase::kTakingBack, "");
+  const bool isUndo = order.run.how == TakeBack::kUndo;
+  TellObservers(&CRunObserver::BeginPhase, isUndo ? RunPhase::kUndoing : RunPhase::kRedoing, "");
   TakenBack taken;
   bool isLeft = true;
   for (std::int32_t done = 0; isLeft && !StopOrQuitRequested(); ++done) {
@@ -80,7 +81,10 @@ void TakeBackRun(const TakeBackOrder &order) {
 void TakeBackTimerProc(EventLoopTimerRef /*timer*/, void * /*userData*/) {
   const std::vector<TakeBackOrder> orders = std::exchange(TakeBackOrders, {});
   TellObservers(&CRunObserver::BeginRun, static_cast<std::int32_t>(orders.size()));
-  for (const TakeBackOrder &order : orders) TakeBackRun(order);
+  FlattenRun.StopAllRequested = false;
+  for (const TakeBackOrder &order : orders) {
+    if (!FlattenRun.StopAllRequested) TakeBackRun(order);
+  }
   TellObservers(&CRunObserver::EndRun);
   FSForgetRun();
 }

@@ -83,3 +83,6 @@ OSErr AEInstallEventHandler(AEEventClass eventClass, AEEventID eventID, AEEventH
 /// the event waits for its turn instead, and the answer is noErr.
 OSErr AESend(const AppleEvent &event, AppleEvent *reply, std::int32_t sendMode,
              std::int16_t priority, std::int32_t timeout);
+
+/// Forgets the events that wait for their turn.
+void AEForgetWaitingEvents();

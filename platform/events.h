@@ -19,13 +19,20 @@ struct EventTypeSpec {
 };
 inline constexpr OSType kEventClassCommand = FourChars("cmds");
 inline constexpr std::uint32_t kEventCommandProcess = 1;
+inline constexpr OSType kEventClassWindow = FourChars("wind");
+inline constexpr std::uint32_t kEventWindowActivated = 5;
 inline constexpr OSType kEventParamDirectObject = FourChars("----");
 inline constexpr OSType typeHICommand = FourChars("hcmd");
 
 inline constexpr OSType kHICommandCancel = FourChars("not!");
 inline constexpr OSType kHICommandOK = FourChars("ok  ");
 inline constexpr OSType kHICommandQuit = FourChars("quit");
+inline constexpr OSType kHICommandUndo = FourChars("undo");
+inline constexpr OSType kHICommandRedo = FourChars("redo");
 inline constexpr OSType kHICommandPreferences = FourChars("pref");
+
+/// Stops the folder in hand and all that come after it.
+inline constexpr OSType kCommandStopAll = FourChars("stpA");
 
 #pragma pack(push, 2)
 /// What the user has chosen.

@@ -61,8 +61,8 @@ class CRunChanges {
   /// Tells the next changes, some thousands at most.
   virtual RunReading ReadOn(CRunChangeTaker *taker) = 0;
 
-  /// Known when the first change is told.
-  virtual bool IsTakingBack() const = 0;
+  /// Known when the first change is told. A redo makes the changes of the run again.
+  virtual bool IsUndo() const = 0;
   /// Whether the journal could not be written, or can't be read, to its end.
   virtual bool HasGap() const = 0;
 };

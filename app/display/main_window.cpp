@@ -7,10 +7,12 @@ void FetchMainWindowControls() {
     std::int32_t id;
     ControlRef MainWindowState::*control;
   } kControls[] = {
-      {1, &MainWindowState::statusLine1}, {2, &MainWindowState::busyIndicator},
-      {4, &MainWindowState::idleElement}, {5, &MainWindowState::progressBar},
-      {6, &MainWindowState::statusLine2}, {7, &MainWindowState::stopButton},
-      {8, &MainWindowState::summaryLine}, {9, &MainWindowState::resultsButton},
+      {1, &MainWindowState::statusLine1},    {2, &MainWindowState::busyIndicator},
+      {4, &MainWindowState::idleElement},    {5, &MainWindowState::progressBar},
+      {6, &MainWindowState::statusLine2},    {7, &MainWindowState::stopButton},
+      {8, &MainWindowState::summaryLine},    {9, &MainWindowState::resultsButton},
+      {10, &MainWindowState::undoButton},    {11, &MainWindowState::whichFolder},
+      {12, &MainWindowState::stopAllButton},
   };
   for (const auto &[id, control] : kControls) {
     (void)GetControlByID(MainWindow.window, {kControlSignature, id}, &(MainWindow.*control));

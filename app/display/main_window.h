@@ -19,6 +19,9 @@ struct MainWindowState {
   // The terminal has none of these.
   ControlRef summaryLine = nullptr;    ///< 8: what came of the latest run, while none is on
   ControlRef resultsButton = nullptr;  ///< 9: shown beside it
+  ControlRef undoButton = nullptr;     ///< 10: shown beside it when the run can be taken back
+  ControlRef whichFolder = nullptr;    ///< 11: of how many, while a run of several is on
+  ControlRef stopAllButton = nullptr;  ///< 12: shown with it
 };
 extern MainWindowState MainWindow;
 

@@ -57,10 +57,18 @@ void ShowElapsedTime(std::uint32_t startTime) {
 
 class CRunDisplay final : public CRunObserver {
  public:
+  void BeginRun(std::int32_t items) noexcept override {
+    items_ = items;
+    item_ = 0;
+  }
+
+  void BeginFolder(const FSRef & /*folder*/) noexcept override { ++item_; }
+
   void BeginWork(const FSRef &folder) noexcept override {
     ShowFolderInTitle(folder);
     GetDateTime(&startTime_);
     ShowBusyControls();
+    if (items_ > 1) ShowWhichFolder();
   }
 
   void BeginPhase(RunPhase phase, const char *folderName) noexcept override {
@@ -85,8 +93,12 @@ class CRunDisplay final : public CRunObserver {
       case RunPhase::kCollating:
         SetStatusText("Collating files...", 1);
         break;
-      case RunPhase::kTakingBack:
+      case RunPhase::kUndoing:
         SetStatusText("Putting files back...", 1);
+        ShowProgress();
+        break;
+      case RunPhase::kRedoing:
+        SetStatusText("Moving files again...", 1);
         ShowProgress();
         break;
     }
@@ -100,7 +112,7 @@ class CRunDisplay final : public CRunObserver {
     if (phase_ == RunPhase::kCollecting) {
       SetControlValue(MainWindow.progressBar, ProgressValue(done, count));
       FormatStatusText(2, "(%d of %d)", done, count);
-    } else if (phase_ == RunPhase::kHandling || phase_ == RunPhase::kTakingBack) {
+    } else if (phase_ == RunPhase::kHandling || IsTakingBack(phase_)) {
       FormatStatusText(2, "(%d of %d)", done, count);
       // What was done before this file, on purpose: the bar never reaches its end.
       SetControlValue(MainWindow.progressBar, ProgressValue(done - 1, count));
@@ -110,8 +122,7 @@ class CRunDisplay final : public CRunObserver {
   }
 
   void EndPhase() noexcept override {
-    if (phase_ == RunPhase::kCollecting || phase_ == RunPhase::kHandling ||
-        phase_ == RunPhase::kTakingBack) {
+    if (phase_ == RunPhase::kCollecting || phase_ == RunPhase::kHandling || IsTakingBack(phase_)) {
       HideControl(MainWindow.progressBar);
     }
     if (phase_ == RunPhase::kCollecting) HideControl(MainWindow.statusLine2);
@@ -122,15 +133,34 @@ class CRunDisplay final : public CRunObserver {
   void EndFolder(const FolderReport &report) noexcept override {
     if (report.outcome == RunOutcome::kNotAFolder) return;
     ShowIdleControls();
+    if (items_ > 1) HideWhichFolder();
     if (report.outcome != RunOutcome::kInUse) ShowElapsedTime(startTime_);
     SetStatusText(kIdleHint, 1);
-    if (report.outcome != RunOutcome::kInUse && GetQuitWhenDone()) {
+    // Whoever takes a run back wants to see what came of it.
+    if (report.outcome != RunOutcome::kInUse && !IsTakingBack(phase_) && GetQuitWhenDone()) {
       (void)InstallEventLoopTimer(GetCurrentEventLoop(), 1.0, 0,
                                   NewEventLoopTimerUPP(QuitTimerProc), nullptr, nullptr);
     }
   }
 
  private:
+  void ShowWhichFolder() const {
+    ShortString text;
+    PascalString pascalText;
+    FormatCString(text, "Folder %d of %d", {FormatValue(item_), FormatValue(items_)});
+    CopyCStringToPascal(text, pascalText);
+    (void)SetControlTextAndDraw(MainWindow.whichFolder, pascalText, true);
+    ShowControl(MainWindow.whichFolder);
+    ShowControl(MainWindow.stopAllButton);
+  }
+
+  static void HideWhichFolder() {
+    HideControl(MainWindow.whichFolder);
+    HideControl(MainWindow.stopAllButton);
+  }
+
+  std::int32_t items_ = 0;  ///< of the run
+  std::int32_t item_ = 0;   ///< in hand, 1 for the first
   RunPhase phase_ = RunPhase::kWaiting;
   std::uint32_t startTime_ = 0;
 };

@@ -37,8 +37,13 @@ class CRunSummary final : public CRunObserver {
   void BeginWork(const FSRef & /*folder*/) noexcept override {
     if (std::exchange(isRunOn_, true)) return;
     totals_ = {};
+    isRedo_ = false;
     HideControl(MainWindow.summaryLine);
     HideControl(MainWindow.resultsButton);
+  }
+
+  void BeginPhase(RunPhase phase, const char * /*folderName*/) noexcept override {
+    isRedo_ = isRedo_ || phase == RunPhase::kRedoing;
   }
 
   void EndFolder(const FolderReport &report) noexcept override {
@@ -48,7 +53,7 @@ class CRunSummary final : public CRunObserver {
   void EndRun() noexcept override {
     if (!std::exchange(isRunOn_, false)) return;
     try {
-      const std::string summary = SummaryOf(totals_);
+      const std::string summary = SummaryOf(totals_, isRedo_);
       PascalString text;
       CopyCStringToPascal(summary.c_str(), text);
       (void)SetControlTextAndDraw(MainWindow.summaryLine, text, true);
@@ -61,19 +66,21 @@ class CRunSummary final : public CRunObserver {
 
  private:
   bool isRunOn_ = false;
+  bool isRedo_ = false;
   RunCounts totals_{};
 };
 
 }  // namespace
 
-std::string SummaryOf(const RunCounts &counts) {
+std::string SummaryOf(const RunCounts &counts, bool isRedo) {
   const auto count = [&counts](RunEvent event) { return counts[static_cast<std::size_t>(event)]; };
   const Shortfalls left = ShortfallsOf(counts);
   std::string text = Joined({
       {count(RunEvent::kMoved), " moved", " moved"},
       {count(RunEvent::kRenamed), " of them renamed", " of them renamed"},
       {count(RunEvent::kAliased), " alias made", " aliases made"},
-      {count(RunEvent::kPutBack), " put back", " put back"},
+      {count(RunEvent::kPutBack), isRedo ? " moved again" : " put back",
+       isRedo ? " moved again" : " put back"},
       {left.leftInPlace, " left in place", " left in place"},
       {left.notReached, " not reached", " not reached"},
       {left.notRead, " folder not looked into", " folders not looked into"},

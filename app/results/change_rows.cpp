@@ -4,25 +4,25 @@
 
 namespace {
 
-RunEvent EventOf(const RunChange &change, bool isTakingBack) {
+RunEvent EventOf(const RunChange &change, bool isUndo) {
   switch (change.kind) {
     case RunChangeKind::kMovedUp:
-      if (isTakingBack) return RunEvent::kPutBack;
+      if (isUndo) return RunEvent::kPutBack;
       return change.item.name == change.to.name ? RunEvent::kMoved : RunEvent::kRenamed;
     case RunChangeKind::kMovedDown:
-      return isTakingBack ? RunEvent::kPutBack : RunEvent::kCollated;
+      return isUndo ? RunEvent::kPutBack : RunEvent::kCollated;
     case RunChangeKind::kMoved:
-      return isTakingBack ? RunEvent::kPutBack : RunEvent::kMoved;
+      return isUndo ? RunEvent::kPutBack : RunEvent::kMoved;
     case RunChangeKind::kAliasMade:
-      return isTakingBack ? RunEvent::kPutBack : RunEvent::kAliased;
+      return isUndo ? RunEvent::kPutBack : RunEvent::kAliased;
     case RunChangeKind::kAliasRemoved:
-      return isTakingBack ? RunEvent::kAliasTakenAway : RunEvent::kFileDeleted;
+      return isUndo ? RunEvent::kAliasTakenAway : RunEvent::kFileDeleted;
     case RunChangeKind::kFolderMade:
-      return isTakingBack ? RunEvent::kFolderPutBack : RunEvent::kFolderMade;
+      return isUndo ? RunEvent::kFolderPutBack : RunEvent::kFolderMade;
     case RunChangeKind::kFolderDeleted:
-      return isTakingBack ? RunEvent::kFolderTakenAway : RunEvent::kFolderDeleted;
+      return isUndo ? RunEvent::kFolderTakenAway : RunEvent::kFolderDeleted;
     case RunChangeKind::kTrashed:
-      return isTakingBack ? RunEvent::kPutBack : RunEvent::kTrashed;
+      return isUndo ? RunEvent::kPutBack : RunEvent::kTrashed;
     case RunChangeKind::kTakenOutOfTrash:
       return RunEvent::kPutBack;
     case RunChangeKind::kFileDeleted:
@@ -40,7 +40,7 @@ void CChangesToRows::TakeFolder(std::uint32_t /*number*/, std::uint32_t parent,
 }
 
 void CChangesToRows::TakeChange(const RunChange &change) {
-  ResultRow row{EventOf(change, changes_->IsTakingBack()), PlaceOf(change.item)};
+  ResultRow row{EventOf(change, changes_->IsUndo()), PlaceOf(change.item)};
   switch (change.kind) {
     case RunChangeKind::kMovedUp:
     case RunChangeKind::kMovedDown:

@@ -196,6 +196,14 @@ void ShowRunResults() {
   ShowResultsWindow(&Results());
 }
 
+std::vector<RunOfFolder> LatestRunByFolder() {
+  std::vector<RunOfFolder> runs;
+  for (const CRunLog::Folder &folder : Results().LatestRun().Log().Folders()) {
+    runs.push_back({folder.path, folder.journal});
+  }
+  return runs;
+}
+
 void ShowResultsOf(const PastRun &run) {
   Results().AnyPastRun().Set(run);
   Results().SetSource(&Results().AnyPastRun());

@@ -1,6 +1,9 @@
 /// What the results window shows.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "platform/history.h"
 #include "platform/types.h"
 
@@ -12,6 +15,13 @@ void WatchRunsForResults();
 
 /// Shows the latest run, and follows it while it is on.
 void ShowRunResults();
+
+/// The journal of each folder of the latest run; empty where none was kept.
+struct RunOfFolder {
+  std::string path;
+  std::string journal;
+};
+std::vector<RunOfFolder> LatestRunByFolder();
 
 /// Shows a run of the history.
 void ShowResultsOf(const PastRun &run);

@@ -86,6 +86,12 @@ OSStatus SendCommand(EventTargetRef target, OSType commandID) {
   return status;
 }
 
+void SendWindowActivated(EventTargetRef target) {
+  const CarbonEvent event{kEventClassWindow, kEventWindowActivated, {}};
+  if (SendToTarget(target, &event) == eventNotHandledErr)
+    (void)SendToTarget(GetApplicationEventTarget(), &event);
+}
+
 OSErr SendOpenDocuments(const std::vector<FSRef> &items) {
   AppleEvent event;
   event.descriptorType = typeAppleEvent;

@@ -10,5 +10,8 @@
 EventTargetRef NewEventTarget();
 void DisposeEventTarget(EventTargetRef target);
 
+/// Tells the handlers of a window's target, and then the application's, that it has been activated.
+void SendWindowActivated(EventTargetRef target);
+
 /// Sends the open-documents event for these items to the own process; the answer is the handler's.
 OSErr SendOpenDocuments(const std::vector<FSRef> &items);

@@ -86,6 +86,11 @@ OSErr AESend(const AppleEvent &event, AppleEvent *reply, std::int32_t, std::int1
   return noErr;
 }
 
+void AEForgetWaitingEvents() {
+  Queue().waiting.clear();
+  Queue().foldersWaiting = 0;
+}
+
 void HandOverNextEvent() {
   EventQueue &queue = Queue();
   if (!IsEventWorkInHand()) queue.foldersInHand = 0;

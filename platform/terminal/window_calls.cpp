@@ -61,11 +61,11 @@ OSStatus GetControlByID(WindowRef window, const ControlID &id, ControlRef *contr
 }
 
 void ShowControl(ControlRef control) {
-  ShowStatusControl(control->id, true);
+  if (control != nullptr) ShowStatusControl(control->id, true);
 }
 
 void HideControl(ControlRef control) {
-  ShowStatusControl(control->id, false);
+  if (control != nullptr) ShowStatusControl(control->id, false);
 }
 
 OSStatus EnableControl(ControlRef) {
@@ -90,6 +90,7 @@ void SetControlValue(ControlRef control, std::int16_t value) {
 
 OSStatus SetControlData(ControlRef control, ControlPartCode, OSType, std::size_t size,
                         const void *data) {
+  if (control == nullptr) return paramErr;
   ShowStatusText(control->id, {static_cast<const char *>(data), size});
   return noErr;
 }

@@ -5,6 +5,7 @@ import os
 import re
 import shutil
 import signal
+import time
 import subprocess
 import tempfile
 import unittest
@@ -239,6 +240,21 @@ class End(DesktopCase):
                            "the next folder's sub-folders stay")
                 self.assertFlattened(self.second)
                 self.quit()
+
+    def test_stop_all_means_every_folder(self):
+        self.start_run(files=2000)
+        later = self.make_folder("later")
+        self.finish(self.start(later))
+        self.wait_for("1 more folder waits")
+        self.wait_for("Folder 1 of 2")
+        self.ask("alt+a")
+        self.key("Return")
+        self.wait_until_idle()
+        self.assertLess(self.moved(self.first), 2000)
+        self.assertComplete(self.first, 2000)
+        time.sleep(0.5)
+        self.assertEqual([self.moved(self.second), self.moved(later)], [0, 0])
+        self.quit()
 
     def test_quit_and_close_are_asked_about(self):
         for by in ("ctrl+q", "alt+F4"):

@@ -9,8 +9,10 @@
 #include "platform/common/event_queue.h"
 #include "platform/common/timers.h"
 #include "platform/controls.h"
+#include "platform/history_window.h"
 #include "platform/journal.h"
 #include "platform/menus.h"
+#include "platform/notices.h"
 #include "platform/processes.h"
 #include "platform/results_window.h"
 #include "platform/windows.h"
@@ -360,6 +362,18 @@ void SysBeep(std::int16_t duration) {
 }
 
 void EnableMenuCommand(MenuRef, OSType) {}
+void DisableMenuCommand(MenuRef, OSType) {}
+OSStatus GetIndMenuItemWithCommandID(MenuRef, OSType, std::uint32_t, MenuRef *, MenuItemIndex *) {
+  return menuItemNotFoundErr;
+}
+OSStatus SetMenuItemTextWithCFString(MenuRef, MenuItemIndex, const std::u16string &) {
+  return menuItemNotFoundErr;
+}
+void TellProblem(const std::string &problem) {
+  Record("TellProblem", Quoted(problem));
+}
+void ShowHistoryWindow(CHistory *) {}
+void UpdateHistoryWindow() {}
 
 void ShowResultsWindow(CResultList *list) {
   Record("ShowResultsWindow");

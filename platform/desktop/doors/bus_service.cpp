@@ -81,6 +81,9 @@ void BusService::ActivateAction(const QString &action, const QVariantList &,
   if (action == QLatin1String(kPreferencesAction)) {
     (void)SetFrontProcess({0, kCurrentProcess});
     GiveCommand(nullptr, kHICommandPreferences);
+  } else if (action == QLatin1String("undo") || action == QLatin1String("redo")) {
+    (void)SetFrontProcess({0, kCurrentProcess});
+    GiveCommand(nullptr, action == QLatin1String("undo") ? kHICommandUndo : kHICommandRedo);
   } else if (action == QLatin1String("quit")) {
     GiveCommand(nullptr, kHICommandQuit);
   } else {

@@ -119,7 +119,8 @@ void NoteRunAhead() {
 }
 
 bool HasToAskBefore(EventTargetRef target, OSType commandID) {
-  if (commandID != kHICommandQuit && commandID != kHICommandCancel) return false;
+  if (commandID != kHICommandQuit && commandID != kHICommandCancel && commandID != kCommandStopAll)
+    return false;
   if (!WouldDelete(commandID)) {
     if (commandID == kHICommandQuit) TakeAway();
     return false;

@@ -36,6 +36,15 @@ void ConnectItem(QAction *item, EventTargetRef target) {
   });
 }
 
+void SetCommandEnabled(MenuRef onlyMenu, OSType commandID, bool isEnabled) {
+  for (const auto &menu : Menus()) {
+    if (onlyMenu != nullptr && onlyMenu != menu.get()) continue;
+    for (QAction *item : menu->menu->actions()) {
+      if (CodeProperty(*item, kCommandID) == commandID) item->setEnabled(isEnabled);
+    }
+  }
+}
+
 QString TextOfCode(OSType code) {
   const char text[] = {static_cast<char>(code >> 24), static_cast<char>(code >> 16),
                        static_cast<char>(code >> 8), static_cast<char>(code)};
@@ -57,12 +66,35 @@ QMenuBar *MenuBarToShow() {
 }
 
 void EnableMenuCommand(MenuRef onlyMenu, OSType commandID) {
-  for (const auto &menu : Menus()) {
-    if (onlyMenu != nullptr && onlyMenu != menu.get()) continue;
-    for (QAction *item : menu->menu->actions()) {
-      if (CodeProperty(*item, kCommandID) == commandID) item->setEnabled(true);
+  SetCommandEnabled(onlyMenu, commandID, true);
+}
+
+void DisableMenuCommand(MenuRef onlyMenu, OSType commandID) {
+  SetCommandEnabled(onlyMenu, commandID, false);
+}
+
+OSStatus GetIndMenuItemWithCommandID(MenuRef onlyMenu, OSType commandID, std::uint32_t itemIndex,
+                                     MenuRef *menu, MenuItemIndex *item) {
+  std::uint32_t found = 0;
+  for (const auto &itsMenu : Menus()) {
+    if (onlyMenu != nullptr && onlyMenu != itsMenu.get()) continue;
+    const QList<QAction *> items = itsMenu->menu->actions();
+    for (qsizetype i = 0; i < items.size(); ++i) {
+      if (CodeProperty(*items[i], kCommandID) != commandID || ++found != itemIndex) continue;
+      *menu = itsMenu.get();
+      *item = static_cast<MenuItemIndex>(i + 1);
+      return noErr;
     }
   }
+  return menuItemNotFoundErr;
+}
+
+OSStatus SetMenuItemTextWithCFString(MenuRef menu, MenuItemIndex item, const std::u16string &text) {
+  if (menu == nullptr) return paramErr;
+  QAction *action = menu->menu->actions().value(item - 1);
+  if (action == nullptr) return menuItemNotFoundErr;
+  action->setText(LabelText(QString::fromStdU16String(text)));
+  return noErr;
 }
 
 OSStatus HMGetHelpMenu(MenuRef *helpMenu, MenuItemIndex *firstCustomItem) {

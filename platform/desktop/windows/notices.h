@@ -4,9 +4,7 @@
 
 #include <string>
 
-/// Tells a problem. The window shows the newest one, and how many came with it, until the next
-/// drop; one told before there is a window is shown as soon as there is.
-void TellProblem(const std::string &problem);
+#include "platform/notices.h"
 
 /// Tells what is so now and will pass. The window shows it instead, for a moment after it was told
 /// last; standard error gets it once.

@@ -61,6 +61,9 @@ bool OpaqueWindow::eventFilter(QObject *watched, QEvent *event) {
       event->setAccepted(qApp->isSavingSession());
       Give(isSheet ? kHICommandCancel : kHICommandQuit);
       return true;
+    case QEvent::WindowActivate:
+      SendWindowActivated(target);
+      break;
     case QEvent::KeyPress:
       if (isSheet && static_cast<QKeyEvent *>(event)->matches(QKeySequence::Cancel)) {
         Give(kHICommandCancel);

@@ -47,7 +47,9 @@ class CJournalChanges final : public CRunChanges {
     return RunReading::kGoesOn;
   }
 
-  bool IsTakingBack() const override { return !journal_.takesBack.name.empty(); }
+  bool IsUndo() const override {
+    return !journal_.takesBack.name.empty() && !journal_.takesBack.isRedo;
+  }
   bool HasGap() const override { return journal_.hasGap || isBroken_; }
 
  private:

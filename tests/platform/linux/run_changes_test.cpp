@@ -96,7 +96,7 @@ TEST_F(RunChanges, OfAFinishedRunAreToldAsWhatTheyWereMeantFor) {
       (List{"up /drop/one/a > /drop/a", "up /drop/one/b > /drop/b 2", "alias /drop/e = /drop/one/e",
             "trashed /drop/f = /trash/files/f 2", "mkdir /drop/txt", "down /drop/a > /drop/txt/a",
             "deleted /drop/one/x", "rmdir /drop/one"}));
-  EXPECT_FALSE(changes_->IsTakingBack());
+  EXPECT_FALSE(changes_->IsUndo());
   EXPECT_FALSE(changes_->HasGap());
 }
 
@@ -109,7 +109,7 @@ TEST_F(RunChanges, OfAnUndoAreItsOwn) {
        kEnd);
   EXPECT_EQ(Read(RunReading::kIsOver), (List{"restored /drop/one/f", "down /drop/a > /drop/one/a",
                                              "no alias /drop/e = /drop/one/e"}));
-  EXPECT_TRUE(changes_->IsTakingBack());
+  EXPECT_TRUE(changes_->IsUndo());
 }
 
 TEST_F(RunChanges, OfARunThatIsOnAreToldWhenTheyAreCertain) {
