@@ -63,3 +63,8 @@ const char *WordsOf(RunOutcome outcome) {
   }
   return "in use";
 }
+
+const char *EndOf(const PastRun &run) {
+  if (run.wasInterrupted) return "interrupted";
+  return run.end == RunEnd::kStopped ? "stopped" : "finished";
+}

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "engine/run_observers.h"
+#include "platform/history.h"
 
 /// A result code as the sources call it, and in words.
 struct ResultWords {
@@ -80,3 +81,5 @@ static_assert(AreEventWordsComplete());
 
 /// How the work on a folder ended, in a word or two that scripts may rely on.
 const char *WordsOf(RunOutcome outcome);
+/// The same of a run of the history: "finished", "stopped" or "interrupted".
+const char *EndOf(const PastRun &run);

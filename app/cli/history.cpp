@@ -4,9 +4,10 @@
 #include <optional>
 
 #include "app/cli/json_report.h"
-#include "app/cli/json_writer.h"
 #include "app/history/history_words.h"
 #include "app/history/take_back_order.h"
+#include "app/json_writer.h"
+#include "app/report_words.h"
 #include "platform/linux/files/admission.h"
 #include "platform/terminal/terminal.h"
 #include "platform/terminal/terminal_text.h"

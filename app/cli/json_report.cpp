@@ -7,15 +7,13 @@
 #include <utility>
 #include <vector>
 
-#include "app/cli/json_writer.h"
+#include "app/report_document.h"
 #include "app/report_words.h"
 #include "platform/linux/tree/item_location.h"
 #include "platform/plan.h"
 #include "platform/terminal/terminal.h"
 
 namespace {
-
-using Json = CJsonWriter::Json;
 
 /// A note that is kept until it is printed. The items' paths are made then: a reference leads to
 /// the place that it has led to for the life of the process, and a path can be any length.
@@ -41,51 +39,27 @@ struct KeptPaths {
   std::string oldPath;  ///< empty when there is none
 };
 
-Json Describe(const KeptNote &note, const FSRef *nowItem, const KeptPaths *paths) {
-  Json item;
-  const std::string path = paths != nullptr ? paths->path : PathOnDisk(note.item);
-  SetText(item, "path", path);
-  if (paths != nullptr && !paths->oldPath.empty()) SetText(item, "oldPath", paths->oldPath);
-  if (note.event == RunEvent::kCollated) item["items"] = note.count;
-  if (note.error != noErr) {
-    const ResultWords words = WordsOf(note.error);
-    item["reason"] = words.reason;
-    item["code"] = note.error;
-    item["error"] = words.name;
-  }
-  if (nowItem == nullptr) return item;
-  const std::string now = PathOnDisk(*nowItem);
-  if (note.event == RunEvent::kRenamed) {
-    SetText(item, "newName", now.substr(now.rfind('/') + 1));
-  } else if (now != path) {
-    SetText(item, "now", now);
-  }
+ReportedItem Describe(const KeptNote &note, const FSRef *nowItem, const KeptPaths *paths) {
+  ReportedItem item{.event = note.event, .error = note.error, .count = note.count};
+  item.path = paths != nullptr ? paths->path : PathOnDisk(note.item);
+  if (paths != nullptr) item.oldPath = paths->oldPath;
+  if (nowItem != nullptr) item.now = PathOnDisk(*nowItem);
   return item;
 }
 
-const char *WordOf(PlannedKind kind) {
-  switch (kind) {
+void Add(CReportDocument &document, const PlannedChange &change) {
+  switch (change.kind) {
     case PlannedKind::kMoved:
-      return "moved";
+      return document.AddChange(ReportedChange::kMoved, change.path, change.newPath);
     case PlannedKind::kAliased:
-      return "aliased";
+      return document.AddChange(ReportedChange::kAliased, change.path, change.newPath);
     case PlannedKind::kTrashed:
-      return "trashed";
+      return document.AddChange(ReportedChange::kTrashed, change.path, {});
     case PlannedKind::kMade:
-      return "made";
+      return document.AddChange(ReportedChange::kMade, change.path, {});
     case PlannedKind::kDeleted:
-      break;
+      return document.AddChange(ReportedChange::kDeleted, change.path, {});
   }
-  return "deleted";
-}
-
-void Write(CJsonWriter &writer, const PlannedChange &change) {
-  writer.Open('{');
-  writer.Text("change", WordOf(change.kind));
-  writer.Text("path", change.path);
-  if (change.kind == PlannedKind::kMoved) writer.Text("newPath", change.newPath);
-  if (change.kind == PlannedKind::kAliased) writer.Text("target", change.newPath);
-  writer.Close();
 }
 
 class CJsonReport final : public CRunObserver {
@@ -155,72 +129,50 @@ class CJsonReport final : public CRunObserver {
   }
 
   void WriteDocument() const {
-    CJsonWriter writer(WriteOutput);
-    writer.Open('{');
-    writer.Member("format", 1);
-    writer.Member("program", program_);
-    if (IsPlanning()) writer.Member("preview", true);
-    writer.Member("complete", isComplete_);
-    writer.Key("folders");
-    writer.Open('[');
+    CReportDocument document(WriteOutput, program_, IsPlanning(), isComplete_);
     std::size_t firstNote = 0;
     std::size_t firstChange = 0;
     for (const KeptFolder &folder : folders_) {
-      writer.Open('{');
-      WriteFolder(writer, folder, firstNote);
-      if (IsPlanning()) WriteChanges(writer, firstChange, folder.planned);
-      writer.Close();
+      WriteFolder(document, folder, firstNote);
+      if (IsPlanning()) WriteChanges(document, firstChange, folder.planned);
+      document.EndFolder();
       firstNote = folder.end;
       firstChange = folder.planned;
     }
-    writer.Close();
-    writer.Key("errors");
-    writer.Open('[');
-    for (const auto &[folder, reason] : errors_) {
-      Json error;
-      SetText(error, "folder", folder);
-      SetText(error, "reason", reason);
-      writer.Value(error);
-    }
-    writer.Close();
-    writer.Close();
-    writer.End();
+    document.BeginErrors();
+    for (const auto &[folder, reason] : errors_) document.AddError(folder, reason);
+    (void)document.End();  // The exit status tells whether it could be written.
   }
 
-  void WriteFolder(CJsonWriter &writer, const KeptFolder &folder, std::size_t firstNote) const {
-    Json head;
-    SetText(head, "path", PathOnDisk(folder.folder));
-    head["ended"] = WordsOf(folder.report.outcome);
-    head["seconds"] = folder.report.seconds;
-    Json &counts = head["counts"];
-    for (std::size_t i = 0; i < kRunEventCount; ++i)
-      counts[kEventWords[i].key] = folder.report.counts[i];
-    for (const auto &[key, value] : head.items()) writer.Member(key, value);
-    for (const EventWords &words : kEventWords) {
-      if (!IsToldOneByOne(words.event)) continue;
-      writer.Key(words.key);
-      writer.Open('[');
-      for (std::size_t note = firstNote; note < folder.end && writer.IsTaken(); ++note) {
-        if (notes_[note].event == words.event) WriteNote(writer, notes_[note]);
-      }
-      writer.Close();
-    }
+  void WriteFolder(CReportDocument &document, const KeptFolder &folder,
+                   std::size_t firstNote) const {
+    const FolderReport &report = folder.report;
+    document.BeginFolder({.path = PathOnDisk(folder.folder),
+                          .time = {},
+                          .ended = WordsOf(report.outcome),
+                          .seconds = report.seconds,
+                          .counts = report.counts},
+                         [&](RunEvent event) {
+                           for (std::size_t note = firstNote;
+                                note < folder.end && document.IsTaken(); ++note) {
+                             if (notes_[note].event == event) AddNote(document, notes_[note]);
+                           }
+                         });
   }
 
-  static void WriteChanges(CJsonWriter &writer, std::size_t begin, std::size_t end) {
-    writer.Key("changes");
-    writer.Open('[');
+  static void WriteChanges(CReportDocument &document, std::size_t begin, std::size_t end) {
+    document.BeginChanges();
     PlannedChange change;
-    for (std::size_t number = begin; number < end && writer.IsTaken(); ++number) {
+    for (std::size_t number = begin; number < end && document.IsTaken(); ++number) {
       PlannedChangeAt(number, &change);
-      Write(writer, change);
+      Add(document, change);
     }
-    writer.Close();
+    document.EndChanges();
   }
 
-  void WriteNote(CJsonWriter &writer, const KeptNote &note) const {
-    writer.Value(Describe(note, note.now != 0 ? &nowItems_[note.now - 1] : nullptr,
-                          note.paths != 0 ? &paths_[note.paths - 1] : nullptr));
+  void AddNote(CReportDocument &document, const KeptNote &note) const {
+    document.AddItem(Describe(note, note.now != 0 ? &nowItems_[note.now - 1] : nullptr,
+                              note.paths != 0 ? &paths_[note.paths - 1] : nullptr));
   }
 
   std::string program_;

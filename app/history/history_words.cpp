@@ -2,6 +2,8 @@
 
 #include <ctime>
 
+#include "app/report_words.h"
+
 namespace {
 
 struct StateWords {
@@ -26,11 +28,6 @@ StateWords WordsOf(PastRunState state) {
 }
 
 }  // namespace
-
-const char *EndOf(const PastRun &run) {
-  if (run.wasInterrupted) return "interrupted";
-  return run.end == RunEnd::kStopped ? "stopped" : "finished";
-}
 
 std::string LocalTimeOf(const PastRun &run) {
   std::tm parts{};

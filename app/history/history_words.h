@@ -23,9 +23,6 @@ inline constexpr std::array kPastCountWords = std::to_array<PastCountWords>({
     {"collated", "collated", "collated", &PastRun::collated},
 });
 
-/// "finished", "stopped" or "interrupted".
-const char *EndOf(const PastRun &run);
-
 /// When it began: "2026-11-21 19:22:05", in the user's zone.
 std::string LocalTimeOf(const PastRun &run);
 

@@ -1,18 +1,20 @@
 /// A JSON document that is written while it is being made, so that all of it never takes memory.
 #pragma once
 
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
+#include <utility>
 
 /// Writes what `nlohmann::ordered_json::dump(2)` would. Bytes that are not UTF-8 become U+FFFD.
 class CJsonWriter {
  public:
   using Json = nlohmann::ordered_json;
   /// Takes the next bytes of the document; false ends the writing.
-  using Output = bool (*)(std::string_view bytes);
+  using Output = std::function<bool(std::string_view bytes)>;
 
-  explicit CJsonWriter(Output output) : output_(output) {}
+  explicit CJsonWriter(Output output) : output_(std::move(output)) {}
 
   /// Begins an object, '{', or an array, '[', which goes on until it is closed.
   void Open(char bracket);

@@ -1,4 +1,4 @@
-#include "app/cli/json_writer.h"
+#include "app/json_writer.h"
 
 #include <algorithm>
 #include <cstdint>
