@@ -53,7 +53,7 @@ enum class RunReading : std::uint8_t {
 };
 
 /// The changes of one run. What is told has been made: of the change written down last that shows
-/// only by what comes after it.
+/// only by what comes after it, unless the run is this process's own.
 class CRunChanges {
  public:
   virtual ~CRunChanges() = default;

@@ -73,6 +73,8 @@ class CJournalReader {
   /// then.
   bool Read(std::string_view text);
   void Finish();
+  /// The last change that was read is known to have been made.
+  void SettleLast() { Settle(true); }
 
   /// See CPastChanges::tell.
   void TellChanges(std::function<void(PastChangeKind kind, const JournalChange &change)> tell) {

@@ -20,7 +20,8 @@ RunPlace PlaceOf(const JournalPlace &place) {
 
 class CJournalChanges final : public CRunChanges {
  public:
-  explicit CJournalChanges(CDescriptor file) : file_(std::move(file)), reader_(&journal_) {
+  CJournalChanges(std::string name, CDescriptor file)
+      : name_(std::move(name)), file_(std::move(file)), reader_(&journal_) {
     reader_.TellChanges([this](PastChangeKind kind, const JournalChange &change) {
       TellNewFolders();
       Tell(kind, change);
@@ -41,7 +42,7 @@ class CJournalChanges final : public CRunChanges {
     if (journal_.isEnded) return RunReading::kIsOver;
     const std::size_t used = journal_.size - before;
     const bool isWhole = text.size() < wanted_ || text.find('\0', used) != std::string_view::npos;
-    if (isWhole) return RunReading::kIsUpToDate;
+    if (isWhole) return ReachEnd();
     // A line that is longer than all of it.
     wanted_ = used == 0 ? 2 * wanted_ : kPiece;
     return RunReading::kGoesOn;
@@ -53,6 +54,12 @@ class CJournalChanges final : public CRunChanges {
   bool HasGap() const override { return journal_.hasGap || isBroken_; }
 
  private:
+  RunReading ReachEnd() {
+    // In this process nobody comes here in the middle of a change.
+    if (RunJournalInHand() == name_) reader_.SettleLast();
+    return RunReading::kIsUpToDate;
+  }
+
   RunReading Break() {
     isBroken_ = true;
     return RunReading::kIsOver;
@@ -125,6 +132,7 @@ class CJournalChanges final : public CRunChanges {
     return RunChangeKind::kMoved;
   }
 
+  std::string name_;
   CDescriptor file_;
   Journal journal_;
   CJournalReader reader_;
@@ -143,5 +151,5 @@ std::unique_ptr<CRunChanges> OpenRunChanges(const std::string &journal) {
   if (journals.Open(false) != 0) return nullptr;
   CDescriptor file = journals.OpenJournal(journal);
   if (!file.IsOpen()) return nullptr;
-  return std::make_unique<CJournalChanges>(std::move(file));
+  return std::make_unique<CJournalChanges>(journal, std::move(file));
 }
