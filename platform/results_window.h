@@ -33,7 +33,10 @@ enum class ResultsToCome : std::uint8_t {
   kNow,
 };
 
-enum class ResultFormat : std::uint8_t { kCsv };
+enum class ResultFormat : std::uint8_t {
+  kJson,  ///< all that is known of the run, as in docs/reports.md
+  kCsv,   ///< the rows that are shown, as they are shown
+};
 
 /// The list: the rows that its user wants to see, in the order that he wants. All texts are bytes,
 /// with names as they are on disk.
@@ -69,9 +72,10 @@ class CResultList {
   /// The same number for the same row, wherever it stands.
   virtual std::size_t NumberOf(std::size_t row) const = 0;
 
-  /// Writes all rows in a format; false, and no more, when `write` answers so.
+  /// Writes the results piece by piece; false, and no more, when `write` answers so. Takes in first
+  /// what the format tells and was not taken in yet.
   virtual bool Save(ResultFormat format,
-                    const std::function<bool(std::string_view text)> &write) const = 0;
+                    const std::function<bool(std::string_view text)> &write) = 0;
 
  protected:
   ~CResultList() = default;

@@ -33,6 +33,22 @@ RunEvent EventOf(const RunChange &change, bool isUndo) {
 
 }  // namespace
 
+bool IsToldByJournal(RunEvent event) {
+  switch (event) {
+    case RunEvent::kMoved:
+    case RunEvent::kAliased:
+    case RunEvent::kRenamed:
+    case RunEvent::kFileDeleted:
+    case RunEvent::kFolderDeleted:
+    case RunEvent::kTrashed:
+    case RunEvent::kFolderMade:
+    case RunEvent::kCollated:
+      return true;
+    default:
+      return false;
+  }
+}
+
 void CChangesToRows::TakeFolder(std::uint32_t /*number*/, std::uint32_t parent,
                                 std::string_view name) {
   folders_.push_back(folders_.empty() ? rows_.DroppedFolder(name)

@@ -7,6 +7,9 @@
 #include "app/results/result_rows.h"
 #include "platform/run_changes.h"
 
+/// Whether a journal tells of all that have happened: of every change that is made to the tree.
+bool IsToldByJournal(RunEvent event);
+
 /// Puts the changes of one dropped folder into rows, which have to stay.
 class CChangesToRows final : public CRunChangeTaker {
  public:

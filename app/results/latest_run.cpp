@@ -1,9 +1,31 @@
 #include "app/results/latest_run.h"
 
+#include "app/report_words.h"
+
 std::vector<std::string> CLatestRun::Folders() const {
   std::vector<std::string> paths;
   for (const CRunLog::Folder &folder : log_.Folders()) paths.push_back(folder.path);
   return paths;
+}
+
+std::vector<ResultFolderReport> CLatestRun::Reports() const {
+  std::vector<ResultFolderReport> reports;
+  for (const CRunLog::Folder &folder : log_.Folders()) {
+    ResultFolderReport &known = reports.emplace_back();
+    known.folder.path = folder.path;
+    known.folder.ended = "at work";
+    known.hasChanges = !folder.journal.empty();
+    if (!folder.isOver) continue;
+    known.folder.ended = WordsOf(folder.report.outcome);
+    known.folder.seconds = folder.report.seconds;
+    known.folder.counts = folder.report.counts;
+    if (folder.report.outcome == RunOutcome::kInUse) known.problem = folder.report.reason;
+  }
+  return reports;
+}
+
+bool CLatestRun::IsComplete() const {
+  return log_.IsComplete() && log_.IsRunOver() && !reading_.hasGap;
 }
 
 std::string CLatestRun::WhatIsMissing() const {
@@ -36,6 +58,7 @@ bool CLatestRun::TakeIn(CResultRows *rows) {
 
 void CLatestRun::BeginReading(const CRunLog::Folder &folder, CResultRows *rows) {
   reading_.isBegun = true;
+  rows->BeginSection();
   // That several have been dropped shows in the paths of all.
   (void)rows->DroppedFolder(folder.path);
   auto changes = folder.journal.empty() ? nullptr : OpenRunChanges(folder.journal);
@@ -43,5 +66,6 @@ void CLatestRun::BeginReading(const CRunLog::Folder &folder, CResultRows *rows) 
     reading_.changes = std::make_unique<CChangesToRows>(std::move(changes), rows);
   } else if (folder.hasBegun) {
     ++reading_.withoutJournal;
+    reading_.hasGap = reading_.hasGap || !folder.journal.empty();
   }
 }

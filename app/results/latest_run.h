@@ -22,7 +22,9 @@ class CLatestRun final : public CResultSource {
   unsigned Version() const override { return log_.Run(); }
   bool IsOver() const override { return log_.IsRunOver(); }
   std::vector<std::string> Folders() const override;
+  std::vector<ResultFolderReport> Reports() const override;
   std::string WhatIsMissing() const override;
+  bool IsComplete() const override;
   void Rewind() override { reading_ = {}; }
   bool TakeIn(CResultRows *rows) override;
 

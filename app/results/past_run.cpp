@@ -2,10 +2,23 @@
 
 #include <utility>
 
+#include "app/report_words.h"
+
 void CPastRun::Set(const PastRun &run) {
   run_ = run;
   ++version_;
   Rewind();
+}
+
+std::vector<ResultFolderReport> CPastRun::Reports() const {
+  return {{.folder = {.path = run_.folder,
+                      .time = run_.time,
+                      .ended = EndOf(run_),
+                      .seconds = {},
+                      .counts = {},
+                      .isKnown = IsToldByJournal},
+           .problem = {},
+           .hasChanges = true}};
 }
 
 std::string CPastRun::WhatIsMissing() const {
@@ -25,6 +38,7 @@ bool CPastRun::TakeIn(CResultRows *rows) {
   if (!std::exchange(isBegun_, true)) {
     auto changes = OpenRunChanges(run_.id);
     isThere_ = changes != nullptr;
+    rows->BeginSection();
     if (isThere_) changes_ = std::make_unique<CChangesToRows>(std::move(changes), rows);
   }
   if (changes_ == nullptr) return false;

@@ -16,7 +16,9 @@ class CPastRun final : public CResultSource {
   unsigned Version() const override { return version_; }
   bool IsOver() const override { return true; }
   std::vector<std::string> Folders() const override { return {run_.folder}; }
+  std::vector<ResultFolderReport> Reports() const override;
   std::string WhatIsMissing() const override;
+  bool IsComplete() const override { return isThere_ && !hasGap_; }
   void Rewind() override;
   bool TakeIn(CResultRows *rows) override;
 

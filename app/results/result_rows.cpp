@@ -52,6 +52,13 @@ void CResultRows::Add(const ResultRow &row) {
   ++counts_[static_cast<std::size_t>(row.event)];
 }
 
+std::pair<std::size_t, std::size_t> CResultRows::Section(std::size_t number) const {
+  const auto begin = [this](std::size_t section) {
+    return section < sections_.size() ? sections_[section] : rows_.size();
+  };
+  return {begin(number), begin(number + 1)};
+}
+
 ResultRow CResultRows::operator[](std::size_t row) const {
   const Row &kept = rows_[row];
   ResultRow result{kept.event, {kept.folder, View({kept.name, kept.nameLength})}, {}, kept.error};

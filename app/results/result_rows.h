@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "engine/run_events.h"
@@ -46,6 +47,11 @@ class CResultRows {
   void Add(const ResultRow &row);
   /// The rows of another from `first` up to `end`.
   void AddFrom(const CResultRows &other, std::size_t first, std::size_t end);
+
+  /// The rows from here on are of the next of the folders that all are about.
+  void BeginSection() { sections_.push_back(rows_.size()); }
+  /// The first row of such a folder, and where its rows end so far.
+  std::pair<std::size_t, std::size_t> Section(std::size_t number) const;
 
   std::size_t Count() const { return rows_.size(); }
   std::size_t CountOf(RunEvent event) const { return counts_[static_cast<std::size_t>(event)]; }
@@ -125,6 +131,7 @@ class CResultRows {
   // In pieces, unlike a vector's: none has to be copied, and so be there twice, when there are
   // more.
   std::deque<Row> rows_;
+  std::vector<std::size_t> sections_;  ///< where each begins
   std::vector<std::unique_ptr<char[]>> names_;
   std::size_t lastPieceUsed_;
   std::deque<Folder> folders_;

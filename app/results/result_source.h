@@ -4,7 +4,15 @@
 #include <string>
 #include <vector>
 
+#include "app/report_document.h"
 #include "app/results/result_rows.h"
+
+/// What is known of one of the folders, beside its rows.
+struct ResultFolderReport {
+  ReportedFolder folder;
+  std::string problem;      ///< why nothing could be done in it; mostly empty
+  bool hasChanges = false;  ///< its rows tell of every change
+};
 
 class CResultSource {
  public:
@@ -17,8 +25,15 @@ class CResultSource {
 
   /// The paths of the folders that it is about.
   virtual std::vector<std::string> Folders() const = 0;
+  /// What is known of these, in the order of the rows' sections.
+  virtual std::vector<ResultFolderReport> Reports() const = 0;
+  /// Whether nothing has been done, and the rows tell what would be.
+  virtual bool IsPreview() const { return false; }
   /// What is missing in the rows that it has given, and why; empty when nothing is.
   virtual std::string WhatIsMissing() const = 0;
+
+  /// False when rows are missing that should have been there.
+  virtual bool IsComplete() const = 0;
 
   /// The next rows taken in are the first ones; what was kept for taking in is given back.
   virtual void Rewind() = 0;

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "app/results/change_rows.h"
 #include "platform/run_changes.h"
 
 namespace {
@@ -22,21 +23,6 @@ std::string PathOf(const FSRef &item) {
   return {};
 }
 
-/// A change to the tree is in the journal, with all that there is to know of it.
-bool IsInJournal(RunEvent event) {
-  switch (event) {
-    case RunEvent::kRenamed:
-    case RunEvent::kFileDeleted:
-    case RunEvent::kFolderDeleted:
-    case RunEvent::kTrashed:
-    case RunEvent::kFolderMade:
-    case RunEvent::kCollated:
-      return true;
-    default:
-      return false;
-  }
-}
-
 }  // namespace
 
 std::size_t CRunLog::EndOfNotes(std::size_t folder) const {
@@ -53,7 +39,7 @@ void CRunLog::TakeDown(Work work) noexcept {
   }
 }
 
-void CRunLog::BeginWork(const FSRef &folder) noexcept {
+void CRunLog::BeginFolder(const FSRef &folder) noexcept {
   TakeDown([&] {
     if (std::exchange(isRunOver_, false)) {
       folders_.clear();
@@ -79,7 +65,7 @@ void CRunLog::BeginPhase(RunPhase phase, const char * /*folderName*/) noexcept {
 }
 
 void CRunLog::TakeNote(const RunNote &note) noexcept {
-  if (!isWorkInHand_ || (IsInJournal(note.event) && !folders_.back().journal.empty())) return;
+  if (!isWorkInHand_ || (IsToldByJournal(note.event) && !folders_.back().journal.empty())) return;
   TakeDown([&] {
     const std::string path = note.path != nullptr ? *note.path : PathOf(note.item);
     std::string toPath;
@@ -91,6 +77,8 @@ void CRunLog::TakeNote(const RunNote &note) noexcept {
   });
 }
 
-void CRunLog::EndFolder(const FolderReport & /*report*/) noexcept {
-  if (std::exchange(isWorkInHand_, false)) folders_.back().isOver = true;
+void CRunLog::EndFolder(const FolderReport &report) noexcept {
+  if (!std::exchange(isWorkInHand_, false)) return;
+  folders_.back().isOver = true;
+  TakeDown([&] { folders_.back().report = report; });
 }

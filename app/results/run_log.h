@@ -20,6 +20,7 @@ class CRunLog final : public CRunObserver {
     std::size_t firstNote;
     bool hasBegun = false;  ///< and the journal is known if there is one
     bool isOver = false;
+    FolderReport report = {};  ///< when it is over
   };
 
   /// `runBegins` is called whenever a run begins.
@@ -35,7 +36,7 @@ class CRunLog final : public CRunObserver {
   /// False when there was no memory for all of it.
   bool IsComplete() const { return isComplete_; }
 
-  void BeginWork(const FSRef &folder) noexcept override;
+  void BeginFolder(const FSRef &folder) noexcept override;
   void BeginPhase(RunPhase phase, const char *folderName) noexcept override;
   void TakeNote(const RunNote &note) noexcept override;
   void EndFolder(const FolderReport &report) noexcept override;

@@ -14,6 +14,7 @@
 #include "app/results/csv.h"
 #include "app/results/latest_run.h"
 #include "app/results/past_run.h"
+#include "app/results/result_document.h"
 #include "app/results/result_rows.h"
 #include "app/results/result_selection.h"
 #include "app/results/result_texts.h"
@@ -61,7 +62,7 @@ class CRunResults final : public CResultList {
     *toCome = source_->IsOver() ? ResultsToCome::kNone : ResultsToCome::kLater;
     ResultNews news = ResultNews::kOtherRows;
     WithMemory([&] {
-      const bool isOther = isOtherSource_ || shown_->version != source_->Version();
+      const bool isOther = IsOtherThanShown();
       if (isOther) Restart();
       const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
       while (!shown_->isFull && source_->TakeIn(&shown_->rows)) {
@@ -121,8 +122,24 @@ class CRunResults final : public CResultList {
     return path;
   }
 
-  bool Save(ResultFormat /*format*/,
-            const std::function<bool(std::string_view text)> &write) const override {
+  bool Save(ResultFormat format, const std::function<bool(std::string_view text)> &write) override {
+    return format == ResultFormat::kJson ? SaveDocument(write) : SaveShown(write);
+  }
+
+ private:
+  bool SaveDocument(const std::function<bool(std::string_view text)> &write) {
+    // Of a run that has begun since the last look the list shows nothing yet.
+    CResultRows others;
+    const bool isOther = IsOtherThanShown();
+    if (isOther) source_->Rewind();
+    CResultRows &rows = isOther ? others : shown_->rows;
+    WithMemory([&] {
+      while (!shown_->isFull && source_->TakeIn(&rows)) continue;
+    });
+    return WriteResultDocument(*source_, rows, !shown_->isFull, write);
+  }
+
+  bool SaveShown(const std::function<bool(std::string_view text)> &write) const {
     constexpr std::size_t kPiece = std::size_t{1} << 16;
     std::array<std::string, 4> fields{"Item", "What happened", "Where to or why", "Path"};
     std::string text;
@@ -140,7 +157,8 @@ class CRunResults final : public CResultList {
     return write(text);
   }
 
- private:
+  bool IsOtherThanShown() const { return isOtherSource_ || shown_->version != source_->Version(); }
+
   /// A run goes on when there is no memory for what is shown of it; that is told.
   template <typename Work>
   void WithMemory(Work work) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <nlohmann/json.hpp>
 
 #include "app/results/run_results.h"
 #include "engine/take_back_run.h"
@@ -13,6 +14,7 @@
 namespace {
 
 using List = std::vector<std::string>;
+using Json = nlohmann::json;
 
 class CResultsTest : public CProgramTest {
  protected:
@@ -59,6 +61,16 @@ class CResultsTest : public CProgramTest {
       rows.push_back(line);
     }
     return rows;
+  }
+
+  /// The document saved as JSON.
+  static Json Saved() {
+    std::string saved;
+    EXPECT_TRUE(Results().Save(ResultFormat::kJson, [&](std::string_view text) {
+      saved += text;
+      return true;
+    }));
+    return Json::parse(saved);
   }
 
   static List KindsWithCounts() {
@@ -181,6 +193,28 @@ TEST_F(CResultsTest, OfAnUndo) {
   List rows = Rows();
   EXPECT_EQ(rows, (List{"b | not put back | its name is taken; it belongs at sub/b",
                         "a - UUID | put back | sub/a"}));
+  const Json undone = Saved()["folders"][0];
+  EXPECT_EQ(undone["counts"]["putBack"], 1);
+  EXPECT_EQ(undone["notPutBack"][0]["path"], files.PathOf("drop/b"));
+  EXPECT_EQ(undone["notPutBack"][0]["oldPath"], files.PathOf("drop/sub/b"));
+  ASSERT_EQ(undone["changes"].size(), 1u);
+  EXPECT_EQ(undone["changes"][0]["change"], "moved");
+  EXPECT_EQ(undone["changes"][0]["newPath"], files.PathOf("drop/sub/a"));
+
+  // Of the run itself the history knows what was changed, and says no more than that.
+  const std::vector<PastRun> history = ListPastRuns({});
+  ASSERT_EQ(history.size(), 1u);
+  ShowResultsOf(history[0]);
+  const Json document = Saved();
+  const Json &flattened = document["folders"][0];
+  EXPECT_TRUE(document["complete"]);
+  EXPECT_EQ(flattened["time"], history[0].time);
+  EXPECT_EQ(flattened["counts"],
+            Json::parse(R"({"moved": 2, "renamed": 1, "aliased": 0, "deletedFiles": 0,
+                            "deletedFolders": 1, "trashed": 0, "foldersMade": 0, "collated": 0})"));
+  EXPECT_EQ(flattened["renamed"].size(), 1u);
+  EXPECT_EQ(flattened["changes"].size(), 3u);
+  EXPECT_FALSE(flattened.contains("leftInPlace") || flattened.contains("seconds"));
 }
 
 TEST_F(CResultsTest, AreFilteredSearchedAndSorted) {

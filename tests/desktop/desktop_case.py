@@ -1,8 +1,8 @@
 """What the tests of the window share: a display with a window manager and a session bus of their
 own, the real program in it, and eyes and hands: what a screen reader reads, and xdotool.
 
-VANNERLY, VANNERLY_DRAG_SOURCE and VANNERLY_OTHER_DISK are the paths of what is run, VANNERLY_BUILD
-and VANNERLY_CMAKE the build folder and the cmake that made it.
+VANNERLY, VANNERLY_CLI, VANNERLY_DRAG_SOURCE and VANNERLY_OTHER_DISK are the paths of what is run,
+VANNERLY_BUILD and VANNERLY_CMAKE the build folder and the cmake that made it.
 """
 
 import atexit

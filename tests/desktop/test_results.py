@@ -2,7 +2,10 @@
 """The window of results, as its user meets it."""
 
 import csv
+import io
+import json
 import os
+import re
 import time
 import unittest
 
@@ -96,29 +99,54 @@ class Results(DesktopCase):
         self.assertRunning()
         self.quit()
 
-    def test_sorts_by_its_header_and_saves_what_it_shows(self):
+    def save_as(self, typed, name):
+        """Saves by the keyboard under what is typed; answers what the file of that name holds."""
+        self.key("ctrl+s")
+        self.wait_for("Save Results", "dialog")
+        self.key("ctrl+a")
+        run("xdotool", "type", os.path.join(self.place, typed))
+        self.key("Return")
+        self.wait_for(f".*{name}: saved")
+        with open(os.path.join(self.place, name), newline="", encoding="utf-8") as file:
+            return file.read()
+
+    def test_sorts_by_its_header_and_is_saved(self):
+        self.write_preferences("DeleteEmptiedFolders = true\nAggregateFilesWhenDone = true\n")
         drop = self.make_clash()
+        for folder in (drop, drop + "/sub1"):  # with a name that can't be made longer
+            with open(f"{folder}/{'x' * 240}.txt", "w", encoding="utf-8") as file:
+                file.write("either")
+        foretold = run(os.environ["VANNERLY_CLI"], "--dry-run", "--json", drop)
         self.open_window(drop)
         self.wait_for("Elapsed time: .*")
         self.open_results()
-        wait_until(lambda: len(self.rows()) == 3, "no rows")
+
+        def sources():
+            return [row[0][:4] for row in self.rows() if row[1].startswith("moved")]
+
+        wait_until(lambda: sources() == ["sub0", "sub1", "sub2"], "no rows")
         header = Atspi.Table.get_column_header(self.table(), 0)
         for _ in range(2):
             self.pointer(*self.center(header), "click", "1")
-        wait_until(lambda: [row[0][:4] for row in self.rows()] == ["sub2", "sub1", "sub0"],
-                   "not sorted from the end")
-        shown = self.rows()
-        self.key("ctrl+s")
-        self.wait_for("Save Results", "dialog")
-        saved = os.path.join(self.place, "list.csv")
-        self.key("ctrl+a")
-        run("xdotool", "type", saved)
-        self.key("Return")
-        self.wait_for(".*list.csv: saved")
-        with open(saved, newline="", encoding="utf-8") as file:
-            records = list(csv.reader(file))
-        self.assertEqual([tuple(record[:3]) for record in records[1:]], shown)
-        self.assertEqual(records[1][3], os.path.join(drop, "2.txt"))
+        wait_until(lambda: sources() == ["sub2", "sub1", "sub0"], "not sorted from the end")
+        self.key("ctrl+f", *"sub")
+        self.wait_for("11 of .* items")
+        records = list(csv.reader(io.StringIO(self.save_as("list.csv", "list.csv"), newline="")))
+        self.assertEqual([tuple(record[:3]) for record in records[1:]], self.rows())
+        self.assertIn(["sub2/deep/2.txt", "moved", "2.txt", drop + "/2.txt"], records)
+
+        # All of the run, whatever is shown: what a preview of it has told.
+        saved = self.save_as("all", "all.json")
+        expected, actual = (json.loads(re.sub("[-0-9A-F]{36}", "UUID", document))
+                            for document in (foretold, saved))
+        for document in (expected, actual):
+            self.assertGreater(document["folders"][0].pop("seconds"), 0)
+            self.assertRegex(document.pop("program"), r"^vannerly(-cli)? \d")
+        self.assertTrue(expected.pop("preview"))
+        self.assertEqual(actual, expected)
+        self.assertEqual(expected["folders"][0]["leftInPlace"][0]["error"], "bdNamErr")
+        self.key("Escape")
+        wait_until(lambda: self.find("Results", "table") is None, "Esc does not close it")
         self.quit()
 
     def test_follows_the_run_that_is_on(self):

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -41,6 +42,26 @@ QString NameOf(const std::string &path) {
   return OneLine(QString::fromLocal8Bit(name.empty() ? path : name));
 }
 
+/// What results can be saved as.
+struct SavedFormat {
+  ResultFormat format;
+  const char *name;
+  const char *suffix;
+};
+constexpr SavedFormat kSavedFormats[] = {
+    {ResultFormat::kJson, QT_TR_NOOP("JSON: all that is known of the run"), "json"},
+    {ResultFormat::kCsv, QT_TR_NOOP("Comma-separated values: the rows shown"), "csv"},
+};
+
+/// The one of a name that says which, or else the one chosen.
+ResultFormat FormatOf(const QString &path, const SavedFormat &chosen) {
+  const QString suffix = QFileInfo(path).suffix();
+  for (const SavedFormat &saved : kSavedFormats) {
+    if (suffix.compare(QLatin1String(saved.suffix), Qt::CaseInsensitive) == 0) return saved.format;
+  }
+  return chosen.format;
+}
+
 QString NumberText(std::size_t number) {
   return QLocale().toString(static_cast<qulonglong>(number));
 }
@@ -73,7 +94,9 @@ ResultsWindow::ResultsWindow(CResultList *list)
   model_ = new ResultModel(list, this);
   open_ = AddAction(tr("&Open Folder"), Qt::Key_Return, &ResultsWindow::OpenFolder);
   copy_ = AddAction(tr("&Copy Path"), QKeySequence::Copy, &ResultsWindow::CopyPaths);
-  save_ = AddAction(tr("&Save as CSV…"), QKeySequence::Save, &ResultsWindow::AskWhereToSave);
+  save_ = AddAction(tr("&Save…"), QKeySequence::Save, &ResultsWindow::AskWhereToSave);
+  save_->setToolTip(tr("Save all that is known of the run as JSON, or the rows shown as CSV (%1)")
+                        .arg(save_->shortcut().toString(QKeySequence::NativeText)));
   MakeTable();
   auto *rows = new QVBoxLayout(this);
   rows->addWidget(MakeTopRow());
@@ -302,17 +325,34 @@ void ResultsWindow::AskWhereToSave() {
   auto *dialog = new QFileDialog(this, tr("Save Results"), QDir::homePath());
   dialog->setAttribute(Qt::WA_DeleteOnClose);
   dialog->setAcceptMode(QFileDialog::AcceptSave);
-  dialog->setNameFilter(tr("Comma-separated values (*.csv)"));
-  dialog->setDefaultSuffix(QStringLiteral("csv"));
-  dialog->selectFile(tr("results.csv"));
-  connect(dialog, &QFileDialog::fileSelected, this, &ResultsWindow::SaveAsCsv);
+  QStringList filters;
+  for (const SavedFormat &saved : kSavedFormats) {
+    filters.append(QStringLiteral("%1 (*.%2)").arg(tr(saved.name), QLatin1String(saved.suffix)));
+  }
+  const auto chosen = [dialog, filters]() -> const SavedFormat & {
+    return kSavedFormats[std::max(0,
+                                  static_cast<int>(filters.indexOf(dialog->selectedNameFilter())))];
+  };
+  const auto nameForFormat = [dialog, chosen] {
+    const QLatin1String suffix(chosen().suffix);
+    dialog->setDefaultSuffix(suffix);
+    const QStringList names = dialog->selectedFiles();
+    const QString name = names.isEmpty() ? tr("results") : QFileInfo(names[0]).completeBaseName();
+    dialog->selectFile(name + QLatin1Char('.') + suffix);
+  };
+  dialog->setNameFilters(filters);
+  dialog->selectFile(tr("results"));
+  nameForFormat();
+  connect(dialog, &QFileDialog::filterSelected, this, nameForFormat);
+  connect(dialog, &QFileDialog::fileSelected, this,
+          [this, chosen](const QString &path) { Save(path, FormatOf(path, chosen())); });
   BringUp(*dialog);
 }
 
-void ResultsWindow::SaveAsCsv(const QString &path) {
+void ResultsWindow::Save(const QString &path, ResultFormat format) {
   QSaveFile file(path);
   const bool isSaved = file.open(QIODevice::WriteOnly) &&
-                       list_.Save(ResultFormat::kCsv,
+                       list_.Save(format,
                                   [&file](std::string_view text) {
                                     const auto size = static_cast<qint64>(text.size());
                                     return file.write(text.data(), size) == size;

@@ -39,7 +39,7 @@ class ResultsWindow final : public QWidget {
   void OpenFolder();
   void CopyPaths();
   void AskWhereToSave();
-  void SaveAsCsv(const QString &path);
+  void Save(const QString &path, ResultFormat format);
 
   CResultList &list_;
   ResultModel *model_;
