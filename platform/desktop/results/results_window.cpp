@@ -83,7 +83,7 @@ ResultsWindow::ResultsWindow(CResultList *list)
       model_(nullptr),
       search_(new QLineEdit),
       kinds_(new QComboBox),
-      table_(new QTableView),
+      table_(new ResultTable),
       state_(new StatusLine(nullptr)),
       missing_(new StatusLine(nullptr)) {
   setAttribute(Qt::WA_DeleteOnClose);

@@ -3,12 +3,12 @@
 
 #include <QComboBox>
 #include <QLineEdit>
-#include <QTableView>
 #include <QTimer>
 #include <QWidget>
 #include <optional>
 
 #include "platform/desktop/results/result_model.h"
+#include "platform/desktop/results/result_table.h"
 #include "platform/desktop/widgets/status_line.h"
 #include "platform/results_window.h"
 
@@ -45,7 +45,7 @@ class ResultsWindow final : public QWidget {
   ResultModel *model_;
   QLineEdit *search_;
   QComboBox *kinds_;
-  QTableView *table_;
+  ResultTable *table_;
   StatusLine *state_;
   StatusLine *missing_;
   QAction *open_;
