@@ -30,9 +30,11 @@ class Results(DesktopCase):
 
     def rows(self):
         table = self.table()
-        return [tuple(Atspi.Table.get_accessible_at(table, row, column).get_name()
-                      for column in range(3))
-                for row in range(Atspi.Table.get_n_rows(table))]
+        cells = [[Atspi.Table.get_accessible_at(table, row, column) for column in range(3)]
+                 for row in range(Atspi.Table.get_n_rows(table))]
+        if any(None in row for row in cells):
+            return []  # Other rows have come while these were looked at.
+        return [tuple(cell.get_name() for cell in row) for row in cells]
 
     def wait_for_rows(self, *rows):
         wait_until(lambda: self.rows() == list(rows), f"{rows} is not to be seen")
