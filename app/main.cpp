@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "app/display/run_display.h"
+#include "app/display/run_problems.h"
 #include "app/display/run_summary.h"
 #include "app/results/run_results.h"
 #include "app/start_up.h"
@@ -11,6 +12,7 @@ int main(int argc, char **argv) {
   if (const auto exitStatus = OpenDesktop(argc, argv)) return *exitStatus;
   ShowRunsInWindow();
   SummarizeRunsInWindow();
+  TellProblemsOfRuns();
   WatchRunsForResults();
   const OSStatus status = RunVannerly();
   CloseDesktop();

@@ -68,3 +68,18 @@ const char *EndOf(const PastRun &run) {
   if (run.wasInterrupted) return "interrupted";
   return run.end == RunEnd::kStopped ? "stopped" : "finished";
 }
+
+const char *WhyLeftAlone(RunOutcome outcome) {
+  switch (outcome) {
+    case RunOutcome::kNotAFolder:
+      return "it is no folder any more";
+    case RunOutcome::kNoJournal:
+      return "the journal of its run can't be used";
+    case RunOutcome::kCountsDiffer:
+      return "no file was touched, as others came or went while they were looked for";
+    case RunOutcome::kOutOfMemory:
+      return "no file was touched, as there is not enough memory for the list of them";
+    default:
+      return nullptr;
+  }
+}

@@ -83,3 +83,7 @@ static_assert(AreEventWordsComplete());
 const char *WordsOf(RunOutcome outcome);
 /// The same of a run of the history: "finished", "stopped" or "interrupted".
 const char *EndOf(const PastRun &run);
+
+/// Why nothing was done with the files of a folder, behind its path; null for an end that is no
+/// reason for that. Who has a folder that is in use, the report tells.
+const char *WhyLeftAlone(RunOutcome outcome);

@@ -39,6 +39,21 @@ OSErr GetItemFSSpec(const FSRef &item, FSSpec *spec) {
   return FSGetCatalogInfo(item, kFSCatInfoNone, nullptr, nullptr, spec, nullptr);
 }
 
+std::string GetItemPath(const FSRef &item) {
+  constexpr std::size_t kMost = std::size_t{1} << 24;
+  std::string path;
+  for (std::size_t size = 1024; size <= kMost; size *= 4) {
+    path.resize(size);
+    const OSStatus status = FSRefMakePath(item, path.data(), static_cast<std::uint32_t>(size));
+    if (status == noErr) {
+      path.resize(path.find('\0'));
+      return path;
+    }
+    if (status != bdNamErr) break;
+  }
+  return {};
+}
+
 OSErr GetItemNameAsCString(const FSRef &item, ShortString &name) {
   HFSUniStr255 unicodeName;
   const OSErr error =

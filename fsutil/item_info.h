@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <string>
 #include <string_view>
 
 #include "fsutil/short_strings.h"
@@ -24,6 +25,10 @@ OSErr GetItemFinderInfoAndKind(const FSRef &item, FinderInfo *finderInfo, Finder
 OSErr GetParentFolderRef(const FSRef &item, FSRef *parent);
 
 OSErr GetItemFSSpec(const FSRef &item, FSSpec *spec);
+
+/// The absolute path as bytes, however long it is; empty for a reference to nothing. The item may
+/// be gone.
+std::string GetItemPath(const FSRef &item);
 
 /// The name in UTF-8, cut at 255 bytes, as texts show it: bytes of it that are no text are U+FFFD.
 /// On failure `name` is left as it was.

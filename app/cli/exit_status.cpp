@@ -14,8 +14,9 @@ class CExitStatus final : public CRunObserver {
     const Shortfalls shortfalls = ShortfallsOf(report.counts);
     if (shortfalls != Shortfalls{}) NoteAnythingLeft();
     if (shortfalls.notPutBack != 0 || shortfalls.lost != 0) NoteFailure();
-    if (report.outcome == RunOutcome::kNotAFolder) Tell("it is no folder any more");
-    if (report.outcome == RunOutcome::kNoJournal) Tell("the journal of its run can't be used");
+    if (report.outcome == RunOutcome::kNotAFolder || report.outcome == RunOutcome::kNoJournal) {
+      Tell(WhyLeftAlone(report.outcome));
+    }
   }
 
  private:

@@ -3,27 +3,8 @@
 #include <utility>
 
 #include "app/results/change_rows.h"
+#include "fsutil/item_info.h"
 #include "platform/run_changes.h"
-
-namespace {
-
-/// The item's path, however long it is; empty for a reference to nothing.
-std::string PathOf(const FSRef &item) {
-  constexpr std::size_t kMost = std::size_t{1} << 24;
-  std::string path;
-  for (std::size_t size = 1024; size <= kMost; size *= 4) {
-    path.resize(size);
-    const OSStatus status = FSRefMakePath(item, path.data(), static_cast<std::uint32_t>(size));
-    if (status == noErr) {
-      path.resize(path.find('\0'));
-      return path;
-    }
-    if (status != bdNamErr) break;
-  }
-  return {};
-}
-
-}  // namespace
 
 std::size_t CRunLog::EndOfNotes(std::size_t folder) const {
   return folder + 1 < folders_.size() ? folders_[folder + 1].firstNote : notes_->Count();
@@ -49,7 +30,7 @@ void CRunLog::BeginFolder(const FSRef &folder) noexcept {
       runBegins_();
     }
     isWorkInHand_ = false;
-    std::string path = PathOf(folder);
+    std::string path = GetItemPath(folder);
     dropped_ = notes_->DroppedFolder(path);
     folders_.push_back({.path = std::move(path), .journal = {}, .firstNote = notes_->Count()});
     isWorkInHand_ = true;
@@ -67,10 +48,10 @@ void CRunLog::BeginPhase(RunPhase phase, const char * /*folderName*/) noexcept {
 void CRunLog::TakeNote(const RunNote &note) noexcept {
   if (!isWorkInHand_ || (IsToldByJournal(note.event) && !folders_.back().journal.empty())) return;
   TakeDown([&] {
-    const std::string path = note.path != nullptr ? *note.path : PathOf(note.item);
+    const std::string path = note.path != nullptr ? *note.path : GetItemPath(note.item);
     std::string toPath;
     if (note.oldPath != nullptr) toPath = *note.oldPath;
-    if (note.now != nullptr) toPath = PathOf(*note.now);
+    if (note.now != nullptr) toPath = GetItemPath(*note.now);
     ResultRow row{note.event, notes_->PlaceOf(path, dropped_), {}, note.error, note.count};
     if (!toPath.empty() && toPath != path) row.to = notes_->PlaceOf(toPath, dropped_);
     notes_->Add(row);

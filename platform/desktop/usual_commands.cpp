@@ -2,12 +2,14 @@
 
 #include "platform/desktop/doors/folder_chooser.h"
 #include "platform/desktop/windows/about_box.h"
+#include "platform/desktop/windows/notices.h"
 #include "platform/events.h"
 
 namespace {
 
 constexpr OSType kHICommandOpen = FourChars("open");
 constexpr OSType kHICommandAbout = FourChars("abou");
+constexpr OSType kMessagesCommand = FourChars("mesg");
 
 OSStatus HandleUsualCommand(EventHandlerCallRef, EventRef event, void *) {
   HICommand command{};
@@ -18,6 +20,9 @@ OSStatus HandleUsualCommand(EventHandlerCallRef, EventRef event, void *) {
       return noErr;
     case kHICommandAbout:
       ShowAboutBox();
+      return noErr;
+    case kMessagesCommand:
+      ShowMessages();
       return noErr;
     default:
       return eventNotHandledErr;

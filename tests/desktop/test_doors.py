@@ -286,11 +286,36 @@ class Doors(DesktopCase):
         wait_until(lambda: self.moved(dash) == 4, "not flattened")
         self.assertEqual(self.moved(link), 4)
         self.assertEqual(self.moved(uri[7:]), 4)
-        self.wait_for(re.escape(f"{os.environ['HOME']}: this is your home folder (and 2 more)"))
-        self.assertEqual(self.quit().splitlines(), [
-            f"vannerly: {file}: Not a directory",
-            "vannerly: sftp://host/folder: Not a folder on this machine",
-            f"vannerly: {os.environ['HOME']}: this is your home folder"])
+        messages = [f"{file}: Not a directory", "sftp://host/folder: Not a folder on this machine",
+                    f"{os.environ['HOME']}: this is your home folder"]
+        self.wait_for(re.escape(messages[-1] + " (and 2 more)"))
+        self.key("alt+d")
+
+        def shown():
+            text = Atspi.Text.get_text(self.wait_for("Messages", "text"), 0, -1)
+            return re.sub("[\u2068\u2069]", "", text).splitlines()
+
+        wait_until(lambda: shown() == messages, "not all of them")
+        self.finish(self.start("missing"))
+        messages.append(f"{self.place}/missing: No such file or directory")
+        wait_until(lambda: shown() == messages, "what is told meanwhile is not added")
+        run("xdotool", "search", "--sync", "--onlyvisible", "--name", "^Messages$",
+            "windowactivate", "--sync")
+        self.key("ctrl+a", "ctrl+c", "Escape")
+        wait_until(lambda: self.find("Messages", "dialog") is None, "Esc does not close it")
+        self.key("ctrl+o")
+        self.wait_for("Flatten Folder")
+        time.sleep(1)
+        self.key("ctrl+v")
+        wait_until(lambda: "\n".join(messages) in [
+            Atspi.Text.get_text(thing, 0, -1) for role, _, thing in self.things() if role == "text"],
+                   "not copied as it was told")
+        self.key("Escape")
+        self.click("Show all messages", "push button")
+        self.click("Dismiss", "push button")
+        wait_until(lambda: self.find("Show all messages") is None, "the button stays")
+        wait_until(lambda: self.find(re.escape(messages[-1])) is None, "the line stays")
+        self.assertEqual(re.findall("^vannerly: (.*)$", self.quit(), re.M), messages)
 
     def test_ways_to_the_folder_chooser(self):
         self.open_window()

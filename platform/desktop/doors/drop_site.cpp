@@ -48,8 +48,9 @@ bool DropSite::eventFilter(QObject *watched, QEvent *event) {
     case QEvent::Drop:
       Leave();
       if (isAcceptable_) TellWhyNot();
-      if (isAcceptable_ && receive != nullptr)
-        isAcceptable_ = receive(window_, receiveRefCon, &drag_) == noErr;
+      if (!isAcceptable_ || receive == nullptr) break;
+      isAcceptable_ = receive(window_, receiveRefCon, &drag_) == noErr;
+      if (!isAcceptable_) TellProblem("what was dropped is no longer there");
       break;
     default:
       return QObject::eventFilter(watched, event);

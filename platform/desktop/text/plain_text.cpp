@@ -4,6 +4,13 @@
 
 #include "platform/linux/system/shown_text.h"
 
+namespace {
+
+constexpr QChar kFirstStrongIsolate(0x2068);
+constexpr QChar kPopDirectionalIsolate(0x2069);
+
+}  // namespace
+
 QString TextFromUtf8(std::span<const std::uint8_t> bytes) {
   return QString::fromUtf8(reinterpret_cast<const char *>(bytes.data()),
                            static_cast<qsizetype>(bytes.size()));
@@ -15,8 +22,6 @@ QString OneLine(QStringView text) {
 }
 
 QString IsolatedPath(const QString &path) {
-  constexpr QChar kFirstStrongIsolate(0x2068);
-  constexpr QChar kPopDirectionalIsolate(0x2069);
   QStringList names = path.split(QLatin1Char('/'));
   for (QString &name : names) {
     if (!name.isEmpty()) name = kFirstStrongIsolate + name + kPopDirectionalIsolate;
@@ -28,6 +33,10 @@ QString WithPathIsolated(const QString &line) {
   const qsizetype end = line.indexOf(QLatin1String(": "));
   if (!line.startsWith(QLatin1Char('/')) || end < 0) return line;
   return IsolatedPath(line.left(end)) + line.mid(end);
+}
+
+QString WithoutIsolation(const QString &text) {
+  return QString(text).remove(kFirstStrongIsolate).remove(kPopDirectionalIsolate);
 }
 
 QString LabelText(const QString &text) {

@@ -18,6 +18,9 @@ QString IsolatedPath(const QString &path);
 /// The same for a line "PATH: what there is to tell".
 QString WithPathIsolated(const QString &line);
 
+/// The text as it was before either of the two.
+QString WithoutIsolation(const QString &text);
+
 /// The same as OneLine for a menu item or a button, where "&" would underline the character after
 /// it.
 QString LabelText(const QString &text);

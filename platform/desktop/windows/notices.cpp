@@ -1,5 +1,6 @@
 #include "platform/desktop/windows/notices.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QBasicTimer>
 #include <QPointer>
@@ -10,13 +11,18 @@
 #include "platform/desktop/text/plain_text.h"
 #include "platform/desktop/widgets/status_line.h"
 #include "platform/desktop/windows/main_window.h"
+#include "platform/desktop/windows/messages_window.h"
 
 namespace {
 
 constexpr int kMillisecondsForNow = 500;
 
-/// The line of the window, by its name in the interface file.
+/// The line of the window and its button, by their names in the interface file.
 constexpr char kLineName[] = "notice";
+constexpr char kButtonName[] = "noticeDetails";
+
+/// More than anyone reads; a drop can bring any number of files.
+constexpr int kMostMessages = 1000;
 
 QString TextOf(const std::string &bytes) {
   return OneLine(QString::fromLocal8Bit(bytes));
@@ -38,6 +44,9 @@ class Notices final : public QObject {
   void AddProblem(const QString &problem) {
     if (!newestProblem_.isEmpty()) ++otherProblems_;
     newestProblem_ = problem;
+    messages_.append(problem);
+    if (messages_.size() > kMostMessages) messages_.removeFirst();
+    if (window_ != nullptr) window_->Add(problem);
     Show();
   }
 
@@ -45,6 +54,17 @@ class Notices final : public QObject {
     newestProblem_.clear();
     otherProblems_ = 0;
     Show();
+  }
+
+  void ShowMessages() {
+    if (window_ == nullptr) {
+      window_ = new MessagesWindow(messages_, kMostMessages, MainWindow());
+      connect(window_, &MessagesWindow::dismissed, this, [this] {
+        messages_.clear();
+        ForgetProblems();
+      });
+    }
+    BringUp(*window_);
   }
 
   /// Answers whether that is news.
@@ -81,9 +101,16 @@ class Notices final : public QObject {
     }
     auto *line = window->findChild<StatusLine *>(QLatin1String(kLineName));
     if (line != nullptr) line->ShowText(Text());
+    auto *button = window->findChild<QAbstractButton *>(QLatin1String(kButtonName));
+    if (button == nullptr) return;
+    // A focus that is handed on would be the Stop button's unasked.
+    if (newestProblem_.isEmpty()) button->clearFocus();
+    button->setVisible(!newestProblem_.isEmpty());
   }
 
-  QString newestProblem_;
+  QStringList messages_;  ///< the oldest first
+  QPointer<MessagesWindow> window_;
+  QString newestProblem_;  ///< on the line; empty for none
   int otherProblems_ = 0;
   QString state_;
   QBasicTimer stateEnds_;
@@ -104,4 +131,8 @@ void TellForNow(const std::string &state) {
 
 void ForgetProblems() {
   Notices::Get().ForgetProblems();
+}
+
+void ShowMessages() {
+  Notices::Get().ShowMessages();
 }
