@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "app/display/run_display.h"
+#include "app/display/run_in_background.h"
 #include "app/display/run_problems.h"
 #include "app/display/run_summary.h"
 #include "app/results/run_results.h"
@@ -13,6 +14,7 @@ int main(int argc, char **argv) {
   ShowRunsInWindow();
   SummarizeRunsInWindow();
   TellProblemsOfRuns();
+  ShowRunsInBackground();
   WatchRunsForResults();
   const OSStatus status = RunVannerly();
   CloseDesktop();

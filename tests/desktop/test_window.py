@@ -2,8 +2,10 @@
 """The window during a run and between runs, as its user meets it."""
 
 import collections
+import json
 import os
 import re
+import signal
 import subprocess
 import time
 import types
@@ -160,6 +162,60 @@ class Window(DesktopCase):
         self.click(r".*/new line .*")
         wait_until(lambda: self.opened()[-1].endswith("/new%0Aline%20%FF"), self.opened())
         self.quit()
+
+    def told(self, shell):
+        shell.stdin.write("told\n")
+        shell.stdin.flush()
+        return json.loads(shell.stdout.readline())
+
+    def pass_time(self):
+        """Makes the run a long one without work: it takes more than ten seconds."""
+        self.process.send_signal(signal.SIGSTOP)
+        time.sleep(10.2)
+        self.process.send_signal(signal.SIGCONT)
+
+    def test_who_works_elsewhere_is_told_of_a_long_run(self):
+        shell = self.start_portal("shell.py")
+        self.start_slow_run("watched", 80)
+        self.pass_time()
+        self.wait_for("80 moved")
+        told = self.told(shell)
+        self.assertEqual(told["notifications"], [], "the window was looked at")
+        times, programs, done, visible = zip(*told["progress"])
+        self.assertEqual(set(programs), {"application://com.brenmoor.Vannerly.desktop"})
+        self.assertEqual(visible, (True,) * (len(visible) - 1) + (False,))
+        self.assertGreater(len(done), 4)
+        self.assertEqual(list(done[:-1]), sorted(set(done[:-1])))
+        self.assertTrue(0 < done[0] < done[-2] <= 1, done)
+        self.assertGreater(min(b - a for a, b in zip(times[:-2], times[1:-1])), 0.1, "too often")
+
+        def run_unseen(name):
+            drop = self.make_folder(name, 80)
+            self.finish(self.start(drop))
+            wait_until(lambda: self.moved(drop) > 5, "the run does not start")
+            run("xdotool", "windowminimize", "--sync", self.window)
+            return drop
+
+        drop = run_unseen("short")
+        wait_until(lambda: self.moved(drop) == 80, "not flattened")
+        time.sleep(0.5)
+        run_unseen("a & <b>")
+        self.pass_time()
+        entry = "com.brenmoor.Vannerly"
+        expected = [["a & <b> flattened", "80 moved", "default", entry]]
+        wait_until(lambda: self.told(shell)["notifications"], "no notification")
+        self.assertEqual(self.told(shell)["notifications"], expected)
+        shell.stdin.write("default\n")
+        shell.stdin.flush()
+        wait_until(lambda: run("xdotool", "getactivewindow").strip() == self.window,
+                   "the window does not come to the front")
+        # It is told also by a program that ends with the run.
+        self.write_preferences("QuitWhenDone = true\n")
+        run_unseen("last")
+        self.pass_time()
+        self.finish(self.process)
+        expected.append(["last flattened", "80 moved", "default", entry])
+        self.assertEqual(self.told(shell)["notifications"], expected)
 
     def test_proxy_icon_dragged_onto_the_window(self):
         drop = self.make_folder()

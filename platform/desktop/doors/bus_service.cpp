@@ -19,11 +19,8 @@ constexpr int kMillisecondsToAnswer = 10000;
 
 bool isNameReleased = false;
 
-/// The token by which the desktop lets a window come to the front; the platform plug-in takes it
-/// from the environment.
-void UseActivationToken(const QVariantMap &platformData) {
-  const QByteArray token = platformData.value(QStringLiteral("activation-token")).toByteArray();
-  if (!token.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", token);
+QByteArray TokenIn(const QVariantMap &platformData) {
+  return platformData.value(QStringLiteral("activation-token")).toByteArray();
 }
 
 /// The tokens that this start was given.
@@ -56,6 +53,11 @@ bool HandOver(QDBusConnection &bus, const StartRequest &request) {
 
 }  // namespace
 
+void UseActivationToken(const QByteArray &token) {
+  // The platform plug-in takes it from there.
+  if (!token.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", token);
+}
+
 bool BusService::IsTooLate() const {
   if (!isNameReleased) return false;
   sendErrorReply(QDBusError::Failed, QStringLiteral("Vannerly is about to quit"));
@@ -64,20 +66,20 @@ bool BusService::IsTooLate() const {
 
 void BusService::Activate(const QVariantMap &platformData) {
   if (IsTooLate()) return;
-  UseActivationToken(platformData);
+  UseActivationToken(TokenIn(platformData));
   (void)SetFrontProcess({0, kCurrentProcess});
 }
 
 void BusService::Open(const QStringList &uris, const QVariantMap &platformData) {
   if (IsTooLate()) return;
-  UseActivationToken(platformData);
+  UseActivationToken(TokenIn(platformData));
   OpenUris(uris);
 }
 
 void BusService::ActivateAction(const QString &action, const QVariantList &,
                                 const QVariantMap &platformData) {
   if (IsTooLate()) return;
-  UseActivationToken(platformData);
+  UseActivationToken(TokenIn(platformData));
   if (action == QLatin1String(kPreferencesAction)) {
     (void)SetFrontProcess({0, kCurrentProcess});
     GiveCommand(nullptr, kHICommandPreferences);

@@ -2,6 +2,7 @@
 /// folders.
 #pragma once
 
+#include <QByteArray>
 #include <QDBusContext>
 #include <QObject>
 #include <QStringList>
@@ -26,6 +27,9 @@ class BusService final : public QObject, protected QDBusContext {
   /// Answers an error to a call that comes too late, so that the caller does it itself.
   bool IsTooLate() const;
 };
+
+/// Lets a window of the program come to the front next: the token by which the desktop permits it.
+void UseActivationToken(const QByteArray &token);
 
 /// What became of the attempt to be the one Vannerly of the session.
 enum class BusOutcome {
