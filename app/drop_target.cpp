@@ -2,9 +2,12 @@
 
 #include <vector>
 
+#include "app/display/main_window.h"
+#include "app/display/status_display.h"
 #include "platform/apple_events.h"
 #include "platform/processes.h"
 #include "platform/workspace.h"
+#include "prefs/preferences.h"
 
 namespace {
 
@@ -44,6 +47,21 @@ void ShowHilite(WindowRef window, DragRef drag) {
              static_cast<std::int16_t>(width - kHiliteInset)});
 }
 
+// Says before a drop what could not be taken back, if there is such a thing.
+void ShowDropWarning() {
+  if (!GetDeleteEmptiedFolders() || GetDeleteToTrash()) return;
+  PascalString text;
+  CopyCStringToPascal("Sub-folders are deleted for good, with every file still in them.", text);
+  (void)SetControlTextAndDraw(MainWindow.dropWarning, text, true);
+  HideControl(MainWindow.statusLine1);
+  ShowControl(MainWindow.dropWarning);
+}
+
+void HideDropWarning() {
+  HideControl(MainWindow.dropWarning);
+  ShowControl(MainWindow.statusLine1);
+}
+
 OSErr PutAliasOf(const FSSpec &spec, AliasHandle &alias, AEDescList *list) {
   bool wasChanged;
   const OSErr error = alias == nullptr ? NewAlias(nullptr, spec, &alias)
@@ -75,10 +93,14 @@ OSErr DragTrackingHandler(DragTrackingMessage message, WindowRef window, void * 
       DragIsAcceptable = DragHasFileItems(drag);
       return DragIsAcceptable ? noErr : dragNotAcceptedErr;
     case kDragTrackingEnterWindow:
-      if (DragIsAcceptable) ShowHilite(window, drag);
+      if (!DragIsAcceptable) return noErr;
+      ShowHilite(window, drag);
+      ShowDropWarning();
       return noErr;
     case kDragTrackingLeaveWindow:
-      if (DragIsAcceptable) (void)HideDragHilite(drag);
+      if (!DragIsAcceptable) return noErr;
+      (void)HideDragHilite(drag);
+      HideDropWarning();
       return noErr;
     case kDragTrackingLeaveHandler:
       return noErr;

@@ -12,7 +12,7 @@ void FetchMainWindowControls() {
       {6, &MainWindowState::statusLine2},    {7, &MainWindowState::stopButton},
       {8, &MainWindowState::summaryLine},    {9, &MainWindowState::resultsButton},
       {10, &MainWindowState::undoButton},    {11, &MainWindowState::whichFolder},
-      {12, &MainWindowState::stopAllButton},
+      {12, &MainWindowState::stopAllButton}, {15, &MainWindowState::dropWarning},
   };
   for (const auto &[id, control] : kControls) {
     (void)GetControlByID(MainWindow.window, {kControlSignature, id}, &(MainWindow.*control));

@@ -22,6 +22,7 @@ struct MainWindowState {
   ControlRef undoButton = nullptr;     ///< 10: shown beside it when the run can be taken back
   ControlRef whichFolder = nullptr;    ///< 11: of how many, while a run of several is on
   ControlRef stopAllButton = nullptr;  ///< 12: shown with it
+  ControlRef dropWarning = nullptr;    ///< 15: in the place of the first, during a drag
 };
 extern MainWindowState MainWindow;
 

@@ -67,9 +67,22 @@ void CloseSheet() {
   sheet = {};
 }
 
+// Whoever turns deletion on and has never chosen between the two gets the trash with it: deleting
+// for good is a choice of its own. Called first, so that a run under way never sees the one without
+// the other.
+void OfferTrash() {
+  if (ReadStoredPreference(kDeleteToTrash)) return;
+  CFPreferencesSetAppValue(kDeleteToTrash.name, true);
+  ControlRef box = nullptr;
+  (void)GetControlByID(sheet.window, {kControlSignature, kTrashControlID}, &box);
+  SetControlValue(box, 1);
+}
+
 void SaveCheckBox(std::size_t index) {
-  CFPreferencesSetAppValue(kCheckBoxes[index].key.name,
-                           GetControlValue(sheet.checkBoxes[index]) != 0);
+  const std::string_view key = kCheckBoxes[index].key.name;
+  const bool isOn = GetControlValue(sheet.checkBoxes[index]) != 0;
+  if (isOn && key == kDeleteEmptiedFolders.name) OfferTrash();
+  CFPreferencesSetAppValue(key, isOn);
   (void)CFPreferencesAppSynchronize();
   EnableTrashBox();
 }

@@ -76,6 +76,34 @@ TEST_F(DropTarget, HoldsTheGoodItemsOfADropWhoseLastItemIsGood) {
   }
 }
 
+TEST_F(DropTarget, WarnsOfDeletionForGoodWhileAFolderIsOverTheWindow) {
+  OpaqueDrag folder{{Item("folder")}};
+  OpaqueDrag text{{Item("text")}};
+  const struct {
+    bool deletes;
+    bool usesTrash;
+    OpaqueDrag *drag;
+    bool warns;
+  } kCases[] = {{false, false, &folder, false},
+                {true, true, &folder, false},
+                {true, false, &text, false},
+                {true, false, &folder, true}};
+  for (const auto &[deletes, usesTrash, drag, warns] : kCases) {
+    SetPreference("DeleteEmptiedFolders", deletes);
+    SetPreference("DeleteToTrash", usesTrash);
+    OpaqueControl &warning = Recorder().Control(15);
+    warning.shown = false;
+    (void)Recorder().TrackDrag(kDragTrackingEnterHandler, drag);
+    (void)Recorder().TrackDrag(kDragTrackingEnterWindow, drag);
+    EXPECT_EQ(warning.shown, warns);
+    EXPECT_EQ(Recorder().Control(1).shown, !warns) << "they have one place";
+    EXPECT_EQ(warning.text.find("deleted for good") != std::string::npos, warns);
+    (void)Recorder().TrackDrag(kDragTrackingLeaveWindow, drag);
+    EXPECT_FALSE(warning.shown);
+    EXPECT_TRUE(Recorder().Control(1).shown);
+  }
+}
+
 TEST_F(DropTarget, EventWithoutItemsChangesNothing) {
   Flatten({"folder"});
   EXPECT_EQ(HandleOpenDocuments(AppleEvent(), nullptr, 0), errAEDescNotFound);

@@ -57,6 +57,23 @@ TEST_F(CPreferencesSheetTest, EachClickIsSavedAtOnceAndPassedOn) {
   EXPECT_EQ(Click("quit"), eventNotHandledErr);
 }
 
+TEST_F(CPreferencesSheetTest, TurningDeletionOnChoosesTheTrashUntilTheUserHasChosen) {
+  ShowPreferencesSheet();
+  Choose(9, 1);
+  Click("DLTE");
+  EXPECT_TRUE(GetDeleteToTrash());
+  EXPECT_EQ(Shown(12), 1);
+  Choose(12, 0);
+  Click("Trsh");
+  for (const bool on : {false, true}) {
+    Choose(9, on ? 1 : 0);
+    Click("DLTE");
+  }
+  EXPECT_TRUE(GetDeleteEmptiedFolders());
+  EXPECT_FALSE(GetDeleteToTrash()) << "the user had cleared it";
+  EXPECT_EQ(Shown(12), 0);
+}
+
 TEST_F(CPreferencesSheetTest, OpenSheetIsRefreshedExceptForTheOperation) {
   ShowPreferencesSheet();
   SetPreference("QuitWhenDone", true);

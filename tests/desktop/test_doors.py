@@ -72,6 +72,8 @@ class Drags(DesktopCase):
         return self.frame_colors()
 
     def test_folder_is_framed_and_flattened(self):
+        self.write_preferences("DeleteEmptiedFolders = true\n")
+        warning = "Sub-folders are deleted for good, with every file still in them."
         plain = self.open_idle()
         drop = self.make_folder()
         other = self.make_folder("drop é \udcff 100%")
@@ -82,6 +84,7 @@ class Drags(DesktopCase):
         self.assertEqual(framed[:2], plain[:2], "the frame is not inset by two pixels")
         self.assertNotEqual(framed[2], plain[2])
         self.assertEqual(framed[2], framed[3], "the frame is thinner than two pixels")
+        self.wait_for(warning)
         # Never told of a move, after which a file manager might remove what it has dragged.
         self.assertEqual(self.drop(source), 1)
         wait_until(lambda: self.moved(drop) == 4 and self.moved(other) == 4, "not flattened")
@@ -89,6 +92,7 @@ class Drags(DesktopCase):
         self.wait_until_idle()
         self.pointer(5, 500)
         wait_until(lambda: self.frame_colors() == plain, "the frame stays")
+        self.assertIsNone(self.find(warning))
         self.quit()
 
     def test_files_of_a_sandboxed_program(self):

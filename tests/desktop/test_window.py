@@ -96,8 +96,12 @@ class Window(DesktopCase):
 
         self.assertFalse(is_checked("Rename a file .*"))
         self.assertTrue(is_checked("Leave it where it is .*"))
-        # The one that deletes says so in as many words.
-        self.wait_for(r"Delete the sub-folders for good, with every file still in them.*")
+        # What deletes says so in as many words, and the trash is chosen with it.
+        self.wait_for("Delete the sub-folders, with every file still in them.*")
+        self.assertFalse(is_checked("Move them to the trash.*"))
+        self.key("alt+d")
+        wait_until(lambda: is_checked("Move them to the trash.*otherwise they are deleted for good.*"),
+                   "deletion for good is what the box leads to")
         self.key("alt+q")
         wait_until(lambda: is_checked("Quit Vannerly .*"), "the mnemonic does nothing")
         self.key("Escape")
@@ -276,7 +280,7 @@ class Window(DesktopCase):
         self.key("ctrl+comma")
         self.wait_for("Preferences", "dialog")
         time.sleep(0.5)
-        for name in ("Delete the sub-folders .*", "Leave it where .*"):
+        for name in ("Delete the sub-folders.*", "Leave it where .*"):
             box = self.wait_for(name)
             self.assertFalse(box.get_state_set().contains(Atspi.StateType.CHECKED))
             self.assertGreaterEqual(self.contrast(box, 16), 3, name)
