@@ -58,6 +58,8 @@ const char *WordsOf(RunOutcome outcome) {
       return "not a folder";
     case RunOutcome::kNoJournal:
       return "no journal";
+    case RunOutcome::kAsksFirst:
+      return "asks first";
     case RunOutcome::kInUse:
       break;
   }

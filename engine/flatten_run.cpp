@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "engine/ask_first.h"
 #include "engine/collate.h"
 #include "engine/dropped_items.h"
 #include "engine/emptied_folders.h"
@@ -27,6 +28,10 @@ constexpr std::int32_t kAliasOperation = 2;
 // More names in a row than anyone but an adversary takes.
 constexpr int kMostTries = 1000;
 
+bool HasToAskFirst() {
+  return FlattenRun.askFirst == AskFirst::kBeforeWork && FlattenRun.whyAsk.IsAny();
+}
+
 bool AllocateRefs() {
   CollectedFileList &files = FlattenRun.CollectedFiles;
   files.refs.reset(
@@ -41,8 +46,11 @@ RunOutcome CollectFiles(OSErr *scanError) {
   CollectedFileList &files = FlattenRun.CollectedFiles;
   files.count = 0;
   files.collected = 0;
+  NoteIfHomeIsBelow(FlattenRun.droppedFolder);
+  if (HasToAskFirst()) return RunOutcome::kAsksFirst;
   *scanError = CountFilesInFolder(FlattenRun.droppedFolder);
   CountRunEvent(RunEvent::kFound, files.count);
+  if (HasToAskFirst()) return RunOutcome::kAsksFirst;
   if (files.count <= 0) return RunOutcome::kNothingFound;
   if (!AllocateRefs()) return RunOutcome::kOutOfMemory;
   const OSErr error = CollectFilesInFolder(FlattenRun.droppedFolder);
@@ -171,6 +179,12 @@ void FlattenDroppedFolder() {
   }
   OSErr scanError = noErr;
   const RunOutcome outcome = CollectFiles(&scanError);
+  if (outcome == RunOutcome::kAsksFirst) {
+    // Not even the later phases, whether it was stopped or not: they would delete.
+    EndRunJournal(RunEnd::kDone);
+    EndFolderReport(StopOrQuitRequested() ? RunOutcome::kStopped : outcome);
+    return;
+  }
   // Mostly the walk has told of the folder that has ended it.
   if (scanError != noErr && ReportOfFolder.CountOf(RunEvent::kFolderNotRead) == 0) {
     NoteRunEvent({RunEvent::kFolderNotRead, FlattenRun.droppedFolder, scanError});

@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "engine/ask_first.h"
 #include "platform/events.h"
 #include "platform/file_manager.h"
 #include "platform/utilities.h"
@@ -23,6 +24,8 @@ struct FlattenRunState {
   bool StopAllRequested = false;  ///< set with it when the folders behind are meant too
   std::int32_t ScanMode = 0;      ///< kScanCounts or kScanCollects
   FSRef droppedFolder = {};       ///< the folder being flattened
+  AskFirst askFirst = AskFirst::kNever;
+  WhyAsk whyAsk = {};  ///< what has been found in that folder, so far
 };
 extern FlattenRunState FlattenRun;
 

@@ -1,5 +1,6 @@
 #include "engine/folder_scan.h"
 
+#include "engine/ask_first.h"
 #include "engine/flatten_run.h"
 #include "engine/folder_walk.h"
 #include "engine/package_test.h"
@@ -60,6 +61,9 @@ OSErr CollectFilesInFolder(const FSRef &folder) {
 bool ScanItemCallback(bool /*containerChanged*/, std::uint32_t /*level*/,
                       const FSCatalogInfo *catalogInfo, const FSRef *ref, const FSSpec * /*spec*/,
                       const HFSUniStr255 * /*name*/, void *userData) {
+  if (FlattenRun.askFirst != AskFirst::kNever && FlattenRun.ScanMode == kScanCounts) {
+    NoteIfCheckout(*ref);
+  }
   if (IsAccepted(*catalogInfo, *ref)) {
     const std::int32_t mode =
         userData != nullptr ? *static_cast<const std::int32_t *>(userData) : kScanCollects;

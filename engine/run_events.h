@@ -83,6 +83,7 @@ enum class RunOutcome : std::uint8_t {
   kNotAFolder,    ///< it no longer is one; nothing was done
   kInUse,         ///< by another process; nothing was done
   kNoJournal,     ///< the one of the run to be taken back is gone; nothing was done
+  kAsksFirst,     ///< AskFirst wants it: nothing was done
 };
 
 /// How often each event has happened, in one folder or in several.

@@ -4,13 +4,29 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <memory>
 
+#include "platform/home_folder.h"
+#include "platform/linux/tree/item_location.h"
+
 namespace {
+
+/// By $HOME and by the password database alike: whichever the user means.
+const char *HomeByDatabase() {
+  const passwd *user = getpwuid(getuid());
+  return user != nullptr ? user->pw_dir : nullptr;
+}
+
+/// Without links; null for what is not there.
+using ResolvedPath = std::unique_ptr<char, void (*)(void *)>;
+ResolvedPath Resolve(const char *path) {
+  return {path != nullptr ? realpath(path, nullptr) : nullptr, std::free};
+}
 
 bool IsSameItem(const struct stat &item, const char *path) {
   struct stat other;
@@ -18,12 +34,20 @@ bool IsSameItem(const struct stat &item, const char *path) {
          item.st_dev == other.st_dev && item.st_ino == other.st_ino;
 }
 
-/// By $HOME and by the password database alike: whichever the user means, flattening it would be an
-/// accident.
+/// Flattening it would be an accident.
 bool IsHomeFolder(const struct stat &item) {
-  if (IsSameItem(item, std::getenv("HOME"))) return true;
-  const passwd *user = getpwuid(getuid());
-  return user != nullptr && IsSameItem(item, user->pw_dir);
+  return IsSameItem(item, std::getenv("HOME")) || IsSameItem(item, HomeByDatabase());
+}
+
+/// Whether the item is one of the folders above the one at `path`.
+bool IsAbove(const struct stat &item, const char *path) {
+  const ResolvedPath resolved = Resolve(path);
+  if (resolved == nullptr) return false;
+  for (std::string above = resolved.get(); above.size() > 1;) {
+    above.resize(std::max(above.rfind('/'), std::size_t{1}));
+    if (IsSameItem(item, above.c_str())) return true;
+  }
+  return false;
 }
 
 const char *WhyProtected(const struct stat &folder) {
@@ -44,8 +68,7 @@ Admission Refuse(std::string path, std::string reason, bool isProtected = false)
 }  // namespace
 
 Admission AdmitFolder(const std::string &path, bool isForced) {
-  const std::unique_ptr<char, void (*)(void *)> resolved(realpath(path.c_str(), nullptr),
-                                                         std::free);
+  const ResolvedPath resolved = Resolve(path.c_str());
   struct stat item;
   if (!resolved || lstat(resolved.get(), &item) != 0)
     return Refuse(AbsolutePath(path), std::strerror(errno));
@@ -57,4 +80,10 @@ Admission AdmitFolder(const std::string &path, bool isForced) {
     return Refuse(std::string(resolved.get()),
                   "cannot be opened (error " + std::to_string(error) + ")");
   return {folder, std::string(resolved.get()), {}, false};
+}
+
+bool IsHomeBelow(const FSRef &folder) {
+  struct stat item;
+  if (stat(PathOnDisk(folder).c_str(), &item) != 0) return false;
+  return IsAbove(item, std::getenv("HOME")) || IsAbove(item, HomeByDatabase());
 }

@@ -59,6 +59,10 @@ std::size_t CopyFolderPath(FolderIndex folder, char *path, std::size_t size) {
 
 }  // namespace
 
+std::string_view FSGetNameBytes(const FSRef &ref) {
+  return ReferenceIn(ref).NameView();
+}
+
 OSStatus FSRefMakePath(const FSRef &ref, char *path, std::uint32_t size) {
   const ItemReference &item = ReferenceIn(ref);
   if (!IsKnownFolder(item.folder) || size == 0) return paramErr;
