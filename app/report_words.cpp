@@ -42,6 +42,11 @@ ResultWords WordsOf(OSErr error) {
   return known->words;
 }
 
+const char *HappenedInWords(RunEvent event, bool isPlanned) {
+  const EventWords &words = kEventWords[static_cast<std::size_t>(event)];
+  return isPlanned ? words.wouldHappen : words.happened;
+}
+
 const char *WordsOf(RunOutcome outcome) {
   switch (outcome) {
     case RunOutcome::kFinished:

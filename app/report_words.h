@@ -25,14 +25,16 @@ struct EventWords {
   const char *line;
   /// The same in a preview; null for what is told there as a change, or only counted.
   const char *planned = nullptr;
+  const char *wouldHappen = nullptr;  ///< `happened` in the list of a plan; null for never in it
 };
 
 inline constexpr std::array<EventWords, kRunEventCount> kEventWords{{
     {RunEvent::kFound, "found", "found", nullptr, nullptr},
     {RunEvent::kHandled, "handled", "handled", nullptr, nullptr},
-    {RunEvent::kMoved, "moved", "moved", "moved", nullptr},
+    {RunEvent::kMoved, "moved", "moved", "moved", nullptr, nullptr, "would be moved"},
     {RunEvent::kAlreadyInPlace, "alreadyInPlace", "already in place", nullptr, nullptr},
-    {RunEvent::kAliased, "aliased", "aliased", "given an alias", nullptr},
+    {RunEvent::kAliased, "aliased", "aliased", "given an alias", nullptr, nullptr,
+     "would get an alias"},
     {RunEvent::kUntouched, "untouched", "untouched", nullptr, nullptr},
     {RunEvent::kHidden, "hiddenUncollated", "hidden and not collated", nullptr, nullptr},
     {RunEvent::kWithoutExtension, "withoutExtensionUncollated",
@@ -44,22 +46,27 @@ inline constexpr std::array<EventWords, kRunEventCount> kEventWords{{
     {RunEvent::kFolderTakenAway, "foldersTakenAway", "folders taken away", "folder taken away",
      nullptr},
     {RunEvent::kLeftInPlace, "leftInPlace", "left in place", "left in place",
-     "left in place{reason}{now}", "would be left in place{reason}"},
-    {RunEvent::kRenamed, "renamed", "renamed", "moved under another name", "moved as {name}"},
+     "left in place{reason}{now}", "would be left in place{reason}", "would be left in place"},
+    {RunEvent::kRenamed, "renamed", "renamed", "moved under another name", "moved as {name}",
+     nullptr, "would be moved under another name"},
     {RunEvent::kFolderNotRead, "unreadFolders", "folders not looked into", "not looked into",
-     "could not be looked into{reason}", "could not be looked into{reason}"},
+     "could not be looked into{reason}", "could not be looked into{reason}",
+     "could not be looked into"},
     {RunEvent::kFileDeleted, "deletedFiles", "files deleted", "file deleted",
-     "deleted with its folder"},
-    {RunEvent::kFolderDeleted, "deletedFolders", "folders deleted", "folder deleted", "deleted"},
+     "deleted with its folder", nullptr, "file would be deleted"},
+    {RunEvent::kFolderDeleted, "deletedFolders", "folders deleted", "folder deleted", "deleted",
+     nullptr, "folder would be deleted"},
     {RunEvent::kTrashed, "trashed", "moved to the trash", "moved to the trash",
-     "moved to the trash with all that was in it"},
+     "moved to the trash with all that was in it", nullptr, "would be moved to the trash"},
     {RunEvent::kNotDeleted, "notDeleted", "not deleted", "not deleted",
      "not deleted, nor the folders it lies in{reason}",
-     "would not be deleted, nor the folders it lies in{reason}"},
-    {RunEvent::kFolderMade, "foldersMade", "folders made", "folder made", "made"},
-    {RunEvent::kCollated, "collated", "collated", "collated", "items moved into it: {count}"},
+     "would not be deleted, nor the folders it lies in{reason}", "would not be deleted"},
+    {RunEvent::kFolderMade, "foldersMade", "folders made", "folder made", "made", nullptr,
+     "folder would be made"},
+    {RunEvent::kCollated, "collated", "collated", "collated", "items moved into it: {count}",
+     nullptr, "would be collated"},
     {RunEvent::kNotCollated, "notCollated", "not collated", "not collated", "not collated{reason}",
-     "would not be collated{reason}"},
+     "would not be collated{reason}", "would not be collated"},
     {RunEvent::kNotPutBack, "notPutBack", "not put back", "not put back",
      "not put back{old}{reason}"},
     {RunEvent::kLost, "lost", "lost", "lost", "can't be put back: it was deleted for good"},
@@ -71,13 +78,17 @@ consteval bool AreEventWordsComplete() {
     const EventWords &words = kEventWords[i];
     if (words.event != static_cast<RunEvent>(i) || words.key == nullptr ||
         words.counted == nullptr || (words.line != nullptr) != IsToldOneByOne(words.event) ||
-        (words.line != nullptr && words.happened == nullptr)) {
+        (words.line != nullptr && words.happened == nullptr) ||
+        (words.planned != nullptr && words.wouldHappen == nullptr)) {
       return false;
     }
   }
   return true;
 }
 static_assert(AreEventWordsComplete());
+
+/// What has happened to an item in the list of results, or in that of a plan would happen.
+const char *HappenedInWords(RunEvent event, bool isPlanned);
 
 /// How the work on a folder ended, in a word or two that scripts may rely on.
 const char *WordsOf(RunOutcome outcome);

@@ -18,11 +18,12 @@ void EndPlan();
 bool IsPlanning();
 
 enum class PlannedKind : std::uint8_t {
-  kMoved,    ///< from `path` to `newPath`, under whatever name
-  kAliased,  ///< a symbolic link is made that leads from `path` to `newPath`
-  kDeleted,  ///< a file, a link or an empty folder
-  kTrashed,  ///< with all that is in it
-  kMade,     ///< a folder
+  kMoved,          ///< from `path` to `newPath`, under whatever name
+  kAliased,        ///< a symbolic link is made that leads from `path` to `newPath`
+  kFileDeleted,    ///< or a link
+  kFolderDeleted,  ///< an empty one
+  kTrashed,        ///< with all that is in it
+  kMade,           ///< a folder
 };
 
 /// A change as the user would see it: a move in several steps is one.

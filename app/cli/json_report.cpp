@@ -57,7 +57,8 @@ void Add(CReportDocument &document, const PlannedChange &change) {
       return document.AddChange(ReportedChange::kTrashed, change.path, {});
     case PlannedKind::kMade:
       return document.AddChange(ReportedChange::kMade, change.path, {});
-    case PlannedKind::kDeleted:
+    case PlannedKind::kFileDeleted:
+    case PlannedKind::kFolderDeleted:
       return document.AddChange(ReportedChange::kDeleted, change.path, {});
   }
 }

@@ -6,6 +6,7 @@
 
 #include "app/cli/event_lines.h"
 #include "app/display/status_display.h"
+#include "app/listed_counts.h"
 #include "app/report_words.h"
 #include "engine/flatten_run.h"
 #include "platform/linux/tree/item_location.h"
@@ -16,24 +17,6 @@
 namespace {
 
 constexpr std::size_t kBytesAtOnce = std::size_t{64} * 1024;
-
-/// A number that stands in the summary unless it is 0.
-struct Part {
-  std::int64_t count;
-  const char *one;
-  const char *several;
-};
-
-template <typename Parts>
-std::string Listed(const Parts &parts) {
-  std::string text;
-  for (const Part &part : parts) {
-    if (part.count == 0) continue;
-    if (!text.empty()) text += ", ";
-    text.append(std::to_string(part.count)).append(part.count == 1 ? part.one : part.several);
-  }
-  return text;
-}
 
 class CPlanReport final : public CRunObserver {
  public:
@@ -142,30 +125,14 @@ class CPlanReport final : public CRunObserver {
         return AddLine({path, ": would be moved to the trash with all that is in it"});
       case PlannedKind::kMade:
         return AddLine({path, ": would be made"});
-      case PlannedKind::kDeleted:
+      case PlannedKind::kFileDeleted:
+      case PlannedKind::kFolderDeleted:
         return AddLine({path, ": would be deleted"});
     }
   }
 
   std::string Summary() const {
-    const auto count = [this](RunEvent event) { return totals_[static_cast<std::size_t>(event)]; };
-    const Shortfalls left = ShortfallsOf(totals_);
-    const std::string done = Listed(std::initializer_list<Part>{
-        {count(RunEvent::kMoved), " file would be moved", " files would be moved"},
-        {count(RunEvent::kRenamed), " of them under a new name", " of them under new names"},
-        {count(RunEvent::kAliased), " alias would be made", " aliases would be made"},
-        {count(RunEvent::kFolderDeleted), " folder would be deleted", " folders would be deleted"},
-        {count(RunEvent::kTrashed), " folder would be moved to the trash",
-         " folders would be moved to the trash"},
-        {count(RunEvent::kCollated), " item would be collated", " items would be collated"},
-        {left.deleted, " file would be deleted with its folder",
-         " files would be deleted with their folders"},
-        {left.leftInPlace, " file would be left in place", " files would be left in place"},
-        {left.notReached, " file was not reached", " files were not reached"},
-        {left.notRead, " folder could not be looked into", " folders could not be looked into"},
-        {left.notDeleted, " item would not be deleted", " items would not be deleted"},
-        {left.notCollated, " item would not be collated", " items would not be collated"},
-    });
+    const std::string done = ListPlannedCounts(totals_, Digits::kPlain);
     const std::string begin = isStopped_ ? "The preview was stopped. Nothing was done"  //
                                          : "Nothing was done";
     return done.empty() ? begin + ", and nothing would be." : begin + ". " + done + ".";

@@ -276,7 +276,8 @@ int CPlan::Remove(const TreeChange &change) {
   const char *const name = tree_.Remove(
       {folder, change.name}, {item.identity.inode, static_cast<unsigned char>(IFTODT(item.mode))});
   NoteChanged(folder);
-  if (!isTrashing_) changes_.push_back({PlannedKind::kDeleted, change.folder.index, 0, name, ""});
+  const PlannedKind kind = isFolder ? PlannedKind::kFolderDeleted : PlannedKind::kFileDeleted;
+  if (!isTrashing_) changes_.push_back({kind, change.folder.index, 0, name, ""});
   return 0;
 }
 
