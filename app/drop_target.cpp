@@ -4,8 +4,7 @@
 
 #include "app/display/main_window.h"
 #include "app/display/status_display.h"
-#include "platform/apple_events.h"
-#include "platform/processes.h"
+#include "app/own_events.h"
 #include "platform/workspace.h"
 #include "prefs/preferences.h"
 
@@ -95,11 +94,13 @@ OSErr DragTrackingHandler(DragTrackingMessage message, WindowRef window, void * 
     case kDragTrackingEnterWindow:
       if (!DragIsAcceptable) return noErr;
       ShowHilite(window, drag);
+      (void)ShowDragPlace(drag, "Drop here to preview");
       ShowDropWarning();
       return noErr;
     case kDragTrackingLeaveWindow:
       if (!DragIsAcceptable) return noErr;
       (void)HideDragHilite(drag);
+      (void)HideDragPlace(drag);
       HideDropWarning();
       return noErr;
     case kDragTrackingLeaveHandler:
@@ -122,7 +123,8 @@ OSErr DragReceiveHandler(WindowRef /*window*/, void * /*refCon*/, DragRef drag) 
     if (const OSErr error = GetFileFlavor(drag, item, &flavor); error != noErr) return error;
     specs[i] = flavor.fileSpec;
   }
-  const OSErr error = SendOpenDocumentsToSelf(count, specs.data());
+  const AEEventID eventID = IsDragOverPlace(drag) ? kAEPreviewDocuments : kAEOpenDocuments;
+  const OSErr error = SendItemsOfDrop(eventID, count, specs.data());
   if (error != noErr) SysBeep(30);
   return error;
 }
@@ -138,26 +140,15 @@ bool DragHasFileItems(DragRef drag) {
   return found;
 }
 
-OSErr SendOpenDocumentsToSelf(std::int32_t count, const FSSpec *specs) {
+OSErr SendItemsOfDrop(AEEventID eventID, std::int32_t count, const FSSpec *specs) {
   if (count == 0 || specs == nullptr) return paramErr;
-  constexpr ProcessSerialNumber kSelf{0, kCurrentProcess};
-  AEAddressDesc target;
-  OSErr error = AECreateDesc(typeProcessSerialNumber, &kSelf, sizeof kSelf, &target);
-  if (error != noErr) return error;
-  AppleEvent event;
-  error = AECreateAppleEvent(kCoreEventClass, kAEOpenDocuments, target, kAutoGenerateReturnID,
-                             kAnyTransactionID, &event);
-  if (error != noErr) return error;
   AEDescList list;
-  error = AECreateList(nullptr, 0, false, &list);
+  OSErr error = AECreateList(nullptr, 0, false, &list);
   if (error != noErr) return error;
 
   AliasHandle alias;
   for (std::int32_t i = 0; i < count; ++i) error = PutAliasOf(specs[i], alias, &list);
   // Only the last item decides, so that a drop whose last item is good goes through.
   if (error != noErr) return error;
-  error = AEPutParamDesc(&event, keyDirectObject, list);
-  if (error != noErr) return error;
-  AppleEvent reply;
-  return AESend(event, &reply, kAENoReply, kAENormalPriority, kAEDefaultTimeout);
+  return SendItemsToSelf(eventID, list);
 }

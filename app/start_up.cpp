@@ -6,7 +6,7 @@
 #include "app/drop_target.h"
 #include "app/help_links.h"
 #include "app/history/taking_back.h"
-#include "app/open_documents.h"
+#include "app/preview.h"
 #include "platform/journal.h"
 #include "platform/menus.h"
 
@@ -36,7 +36,7 @@ OSStatus RunVannerly() {
   (void)InstallDropTarget(MainWindow.window);
   ShowWindow(MainWindow.window);
   (void)RecoverInterruptedRuns();  // The platform tells what there is to tell.
-  (void)AEInstallEventHandler(kCoreEventClass, kAEOpenDocuments, HandleOpenDocuments, 0, false);
+  InstallPreviews();
   OfferTakingBack();
   EnableMenuCommand(nullptr, kHICommandPreferences);
   (void)InstallEventHandler(GetApplicationEventTarget(), HandleCommand,

@@ -21,6 +21,8 @@ inline constexpr DescType typeProcessSerialNumber = FourChars("psn ");
 inline constexpr AEKeyword keyDirectObject = FourChars("----");
 inline constexpr AEEventClass kCoreEventClass = FourChars("aevt");
 inline constexpr AEEventID kAEOpenDocuments = FourChars("odoc");
+/// Our own: what opening these would do is to be shown, and nothing done.
+inline constexpr AEEventID kAEPreviewDocuments = FourChars("pvew");
 
 /// A typed piece of data, a list of such, or an event with its parameters. Owns all it holds; a
 /// copy is a full copy.

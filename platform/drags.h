@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
 #include "platform/file_manager.h"
 #include "platform/types.h"
@@ -52,3 +53,11 @@ OSErr GetFlavorData(DragRef drag, DragItemRef item, FlavorType type, void *data,
 /// until it is hidden.
 OSErr ShowDragHilite(DragRef drag, const Rect &area);
 OSErr HideDragHilite(DragRef drag);
+
+/// Shows a part of the window, until it is hidden, in which a drop means something of its own, as
+/// `text` (UTF-8) says; where it is, the platform chooses.
+OSErr ShowDragPlace(DragRef drag, std::string_view text);
+OSErr HideDragPlace(DragRef drag);
+/// Whether what is dragged is over that place; for the receive handler, whether it was dropped
+/// there.
+bool IsDragOverPlace(DragRef drag);

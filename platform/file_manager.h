@@ -184,8 +184,8 @@ void FSEndMove();
 /// noErr when both refer to the same item at the same place, else errFSRefsDifferent.
 OSErr FSCompareFSRefs(const FSRef &first, const FSRef &second);
 
-/// The item's name, as the bytes that the reference has: the disk is not looked at. Valid as long as
-/// `ref` stays as it is.
+/// The item's name, as the bytes that the reference has: the disk is not looked at. Valid as long
+/// as `ref` stays as it is.
 std::string_view FSGetNameBytes(const FSRef &ref);
 
 /// Writes the item's absolute path, zero-terminated, as the bytes it has on disk. A path that does

@@ -38,6 +38,14 @@ enum class ResultFormat : std::uint8_t {
   kCsv,   ///< the rows that are shown, as they are shown
 };
 
+/// What a plan asks beside its rows, in UTF-8: whether to do what they say.
+struct PlanQuestion {
+  std::string summary;
+  std::string notice;  ///< what there is to be thought of first; mostly empty
+  bool isGrave;        ///< the notice is a warning
+  bool canBeCarriedOut;
+};
+
 /// The list: the rows that its user wants to see, in the order that he wants. All texts are bytes,
 /// with names as they are on disk.
 class CResultList {
@@ -54,6 +62,12 @@ class CResultList {
 
   /// The paths of the folders that it is about.
   virtual std::vector<std::string> Folders() const = 0;
+  /// None while it tells of what was done. It has changed only when Follow brings other rows, but
+  /// for whether the plan can be carried out.
+  virtual std::optional<PlanQuestion> Question() const = 0;
+  /// Answers it; not to be called for a plan that can't be carried out.
+  virtual void CarryOut() = 0;
+
   /// What is missing in the list, and why; empty when nothing is.
   virtual std::string WhatIsMissing() const = 0;
   /// The kinds that rows have, whether they are wanted or not.

@@ -1,4 +1,4 @@
-/// The seven preference keys with their types and defaults, written once.
+/// The eight preference keys with their types and defaults, written once.
 #pragma once
 
 #include <cstdint>
@@ -31,10 +31,14 @@ inline constexpr PreferenceKey kDeleteToTrash{"DeleteToTrash", PreferenceType::k
 inline constexpr PreferenceKey kAggregateFilesWhenDone{"AggregateFilesWhenDone",
                                                        PreferenceType::kBoolean, false};
 
+/// Show what a drop on the window would do, and do it when the user says so.
+inline constexpr PreferenceKey kPreviewFirst{"PreviewFirst", PreferenceType::kBoolean, false};
+
 inline constexpr PreferenceKey kPreferenceKeys[] = {kOperation,
                                                     kQuitWhenDone,
                                                     kIgnoreApplications,
                                                     kRenameDuplicates,
                                                     kDeleteEmptiedFolders,
                                                     kDeleteToTrash,
-                                                    kAggregateFilesWhenDone};
+                                                    kAggregateFilesWhenDone,
+                                                    kPreviewFirst};

@@ -16,7 +16,7 @@ struct PreferenceSetting {
   PreferenceSource source;  ///< kDefault also when a stored value is of the wrong type
 };
 
-/// All seven, in the order of the key table.
+/// All of them, in the order of the key table.
 std::vector<PreferenceSetting> ListPreferences();
 
 /// A key and a value that is right for it.

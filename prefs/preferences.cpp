@@ -39,6 +39,10 @@ bool GetAggregateFilesWhenDone() {
   return GetBoolean(kAggregateFilesWhenDone);
 }
 
+bool GetPreviewFirst() {
+  return GetBoolean(kPreviewFirst);
+}
+
 std::optional<std::int16_t> ReadStoredPreference(const PreferenceKey &key) {
   const std::optional<CFPreferenceValue> value = CFPreferencesCopyAppValue(key.name);
   if (!value) return std::nullopt;

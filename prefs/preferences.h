@@ -18,6 +18,8 @@ bool GetRenameDuplicates();
 bool GetDeleteEmptiedFolders();
 bool GetDeleteToTrash();
 bool GetAggregateFilesWhenDone();
+/// Concerns the program in a window alone.
+bool GetPreviewFirst();
 
 /// The stored value of a key, a Boolean as 0 or 1 and a number cut to 16 bits; none when it is
 /// missing or of another type.

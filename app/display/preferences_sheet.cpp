@@ -22,6 +22,7 @@ constexpr CheckBox kCheckBoxes[] = {
     {9, FourChars("DLTE"), kDeleteEmptiedFolders, GetDeleteEmptiedFolders},
     {kTrashControlID, FourChars("Trsh"), kDeleteToTrash, GetDeleteToTrash},
     {10, FourChars("CFWD"), kAggregateFilesWhenDone, GetAggregateFilesWhenDone},
+    {13, FourChars("Prvw"), kPreviewFirst, GetPreviewFirst},
 };
 constexpr std::size_t kCheckBoxCount = std::size(kCheckBoxes);
 constexpr std::int32_t kOperationControlID = 11;

@@ -4,7 +4,18 @@
 #include "app/display/status_display.h"
 #include "platform/processes.h"
 
+namespace {
+
+bool isQuitHeldBack = false;
+
+}  // namespace
+
+void HoldQuitBack(bool isHeldBack) {
+  isQuitHeldBack = isHeldBack;
+}
+
 void QuitTimerProc(EventLoopTimerRef /*timer*/, void * /*userData*/) {
+  if (isQuitHeldBack) return;
   SetStatusText("Bye.", 1);
   (void)TransitionWindow(MainWindow.window, kWindowFadeTransitionEffect,
                          kWindowHideTransitionAction, nullptr);

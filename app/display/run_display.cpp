@@ -9,6 +9,7 @@
 #include "engine/run_observers.h"
 #include "fsutil/item_info.h"
 #include "platform/launch_services.h"
+#include "platform/plan.h"
 #include "platform/utilities.h"
 #include "prefs/preferences.h"
 
@@ -73,6 +74,8 @@ class CRunDisplay final : public CRunObserver {
 
   void BeginPhase(RunPhase phase, const char *folderName) noexcept override {
     phase_ = phase;
+    const bool isCounting = phase == RunPhase::kCounting || phase == RunPhase::kCollecting;
+    if (IsPlanning() && !isCounting) return ShowPlanning();
     switch (phase) {
       case RunPhase::kWaiting:
         SetStatusText("Waiting for another Vannerly to end its work in this folder...", 1);
@@ -105,6 +108,8 @@ class CRunDisplay final : public CRunObserver {
   }
 
   void TakeInHand(const char *name) noexcept override {
+    // It is not moved, only looked at; and so fast that there is nothing to read.
+    if (IsPlanning()) return YieldToEvents();
     FormatStatusText(1, "Moving File: %s", name);
   }
 
@@ -134,16 +139,27 @@ class CRunDisplay final : public CRunObserver {
     if (report.outcome == RunOutcome::kNotAFolder) return;
     ShowIdleControls();
     if (items_ > 1) HideWhichFolder();
-    if (report.outcome != RunOutcome::kInUse) ShowElapsedTime(startTime_);
+    const bool isDone = !IsPlanning() && report.outcome != RunOutcome::kInUse &&
+                        report.outcome != RunOutcome::kAsksFirst;
+    if (isDone) {
+      ShowElapsedTime(startTime_);
+    } else if (report.outcome != RunOutcome::kInUse) {
+      SetStatusText("", 2);
+    }
     SetStatusText(kIdleHint, 1);
     // Whoever takes a run back wants to see what came of it.
-    if (report.outcome != RunOutcome::kInUse && !IsTakingBack(phase_) && GetQuitWhenDone()) {
+    if (isDone && !IsTakingBack(phase_) && GetQuitWhenDone()) {
       (void)InstallEventLoopTimer(GetCurrentEventLoop(), 1.0, 0,
                                   NewEventLoopTimerUPP(QuitTimerProc), nullptr, nullptr);
     }
   }
 
  private:
+  void ShowPlanning() {
+    SetStatusText("Planning what would happen...", 1);
+    if (phase_ == RunPhase::kHandling) ShowProgress();
+  }
+
   void ShowWhichFolder() const {
     ShortString text;
     PascalString pascalText;

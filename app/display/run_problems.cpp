@@ -7,6 +7,7 @@
 #include "engine/run_observers.h"
 #include "fsutil/item_info.h"
 #include "platform/notices.h"
+#include "platform/plan.h"
 
 namespace {
 
@@ -26,6 +27,7 @@ class CRunProblems final : public CRunObserver {
   }
 
   void EndFolder(const FolderReport &report) noexcept override {
+    if (IsPlanning()) return;  // Its list tells.
     Tell([&]() -> std::string {
       if (const char *reason = WhyLeftAlone(report.outcome)) return reason;
       // Whoever quits knows that nothing more was begun.

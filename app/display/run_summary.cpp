@@ -1,41 +1,20 @@
 #include "app/display/run_summary.h"
 
-#include <initializer_list>
 #include <utility>
 
 #include "app/display/main_window.h"
 #include "app/display/status_display.h"
+#include "app/listed_counts.h"
 #include "engine/run_observers.h"
+#include "platform/plan.h"
 
 namespace {
-
-/// In groups of three digits.
-std::string NumberText(std::int64_t number) {
-  std::string text = std::to_string(number);
-  for (std::size_t at = text.size(); at > 3;) text.insert(at -= 3, ",");
-  return text;
-}
-
-struct Part {
-  std::int64_t count;
-  const char *one;
-  const char *several;
-};
-
-std::string Joined(std::initializer_list<Part> parts) {
-  std::string text;
-  for (const auto &[count, one, several] : parts) {
-    if (count == 0) continue;
-    if (!text.empty()) text += ", ";
-    text.append(NumberText(count)).append(count == 1 ? one : several);
-  }
-  return text;
-}
 
 class CRunSummary final : public CRunObserver {
  public:
   void BeginWork(const FSRef & /*folder*/) noexcept override {
-    if (std::exchange(isRunOn_, true)) return;
+    if (IsPlanning() || std::exchange(isRunOn_, true)) return;
+    isAnythingDone_ = false;
     totals_ = {};
     isRedo_ = false;
     HideControl(MainWindow.summaryLine);
@@ -47,11 +26,13 @@ class CRunSummary final : public CRunObserver {
   }
 
   void EndFolder(const FolderReport &report) noexcept override {
+    if (IsPlanning() || report.outcome == RunOutcome::kAsksFirst) return;
+    isAnythingDone_ = true;
     for (std::size_t i = 0; i < kRunEventCount; ++i) totals_[i] += report.counts[i];
   }
 
   void EndRun() noexcept override {
-    if (!std::exchange(isRunOn_, false)) return;
+    if (!std::exchange(isRunOn_, false) || !isAnythingDone_) return;
     try {
       const std::string summary = SummaryOf(totals_, isRedo_);
       PascalString text;
@@ -67,6 +48,7 @@ class CRunSummary final : public CRunObserver {
  private:
   bool isRunOn_ = false;
   bool isRedo_ = false;
+  bool isAnythingDone_ = false;  ///< or has been tried
   RunCounts totals_{};
 };
 
@@ -75,7 +57,7 @@ class CRunSummary final : public CRunObserver {
 std::string SummaryOf(const RunCounts &counts, bool isRedo) {
   const auto count = [&counts](RunEvent event) { return counts[static_cast<std::size_t>(event)]; };
   const Shortfalls left = ShortfallsOf(counts);
-  std::string text = Joined({
+  std::string text = ListCounts({
       {count(RunEvent::kMoved), " moved", " moved"},
       {count(RunEvent::kRenamed), " of them renamed", " of them renamed"},
       {count(RunEvent::kAliased), " alias made", " aliases made"},

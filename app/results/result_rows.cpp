@@ -16,8 +16,8 @@ std::uint16_t ShortLength(std::size_t length) {
 
 }  // namespace
 
-CResultRows::CResultRows()
-    : lastPieceUsed_(kPiece), byName_(0, FolderHash{this}, FolderEqual{this}) {}
+CResultRows::CResultRows(Tense tense)
+    : tense_(tense), lastPieceUsed_(kPiece), byName_(0, FolderHash{this}, FolderEqual{this}) {}
 
 CResultRows::Text CResultRows::Keep(std::string_view text) {
   if (text.size() > kPiece) throw std::length_error("a name");
@@ -122,6 +122,7 @@ ResultPlace CResultRows::PlaceOf(std::string_view path, ResultFolder dropped) {
   const std::size_t slash = path.rfind('/');
   const ResultPlace place{kNoResultFolder, path.substr(slash + 1)};
   const std::string_view folderPath = path.substr(0, slash);
+  if (folderPath == root) return {dropped, place.name};
   if (lastFolder_ != kNoResultFolder && folderPath == lastPath_) return {lastFolder_, place.name};
   const std::size_t rootLength = root == "/" ? 0 : root.size();
   ResultFolder folder = dropped;

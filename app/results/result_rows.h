@@ -37,9 +37,12 @@ struct ResultRow {
   std::int32_t count = 1;  ///< of items, where the row stands for several; it has no `to` then
 };
 
+/// Whether what the rows say has happened, or would.
+enum class Tense : std::uint8_t { kHappened, kWouldHappen };
+
 class CResultRows {
  public:
-  CResultRows();
+  explicit CResultRows(Tense tense = Tense::kHappened);
   CResultRows(const CResultRows &) = delete;
   CResultRows &operator=(const CResultRows &) = delete;
 
@@ -53,6 +56,7 @@ class CResultRows {
   /// The first row of such a folder, and where its rows end so far.
   std::pair<std::size_t, std::size_t> Section(std::size_t number) const;
 
+  bool AreOfPlan() const { return tense_ == Tense::kWouldHappen; }
   std::size_t Count() const { return rows_.size(); }
   std::size_t CountOf(RunEvent event) const { return counts_[static_cast<std::size_t>(event)]; }
   ResultRow operator[](std::size_t row) const;
@@ -128,6 +132,7 @@ class CResultRows {
   template <typename Stop>
   void AppendPathUpTo(const ResultPlace &place, std::string *path, Stop stop) const;
 
+  Tense tense_;
   // In pieces, unlike a vector's: none has to be copied, and so be there twice, when there are
   // more.
   std::deque<Row> rows_;

@@ -1,11 +1,14 @@
 /// Where the rows of the results window come from.
 #pragma once
 
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "app/report_document.h"
 #include "app/results/result_rows.h"
+#include "platform/results_window.h"
 
 /// What is known of one of the folders, beside its rows.
 struct ResultFolderReport {
@@ -40,4 +43,15 @@ class CResultSource {
   /// Adds a little to the rows, some thousands at most; false when nothing is left for now. Throws
   /// when there is no memory.
   virtual bool TakeIn(CResultRows *rows) = 0;
+
+  /// The rows of a source that has them all itself: they are shown as they are, and nothing is
+  /// taken in. Null for any other.
+  virtual std::shared_ptr<CResultRows> OwnRows() { return nullptr; }
+
+  /// What is asked; none where nothing is.
+  virtual std::optional<PlanQuestion> Question() const { return std::nullopt; }
+  /// The answer: what the rows say is to be done.
+  virtual void CarryOut() {}
+  /// It is not shown any more: dismissed by the user, or as another source takes its place.
+  virtual void LetGo(bool /*isDismissed*/) {}
 };

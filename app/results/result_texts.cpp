@@ -26,7 +26,7 @@ void AppendResultText(const CResultRows &rows, const ResultRow &row, ResultColum
     case ResultColumn::kItem:
       return rows.AppendShortPath(row.item, text);
     case ResultColumn::kHappened:
-      *text += kEventWords[static_cast<std::size_t>(row.event)].happened;
+      *text += HappenedInWords(row.event, rows.AreOfPlan());
       return;
     case ResultColumn::kWhere:
       return AppendWhere(rows, row, text);

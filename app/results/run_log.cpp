@@ -3,7 +3,9 @@
 #include <utility>
 
 #include "app/results/change_rows.h"
+#include "app/results/note_rows.h"
 #include "fsutil/item_info.h"
+#include "platform/plan.h"
 #include "platform/run_changes.h"
 
 std::size_t CRunLog::EndOfNotes(std::size_t folder) const {
@@ -21,6 +23,7 @@ void CRunLog::TakeDown(Work work) noexcept {
 }
 
 void CRunLog::BeginFolder(const FSRef &folder) noexcept {
+  if (IsPlanning()) return;  // Nothing happens.
   TakeDown([&] {
     if (std::exchange(isRunOver_, false)) {
       folders_.clear();
@@ -47,15 +50,7 @@ void CRunLog::BeginPhase(RunPhase phase, const char * /*folderName*/) noexcept {
 
 void CRunLog::TakeNote(const RunNote &note) noexcept {
   if (!isWorkInHand_ || (IsToldByJournal(note.event) && !folders_.back().journal.empty())) return;
-  TakeDown([&] {
-    const std::string path = note.path != nullptr ? *note.path : GetItemPath(note.item);
-    std::string toPath;
-    if (note.oldPath != nullptr) toPath = *note.oldPath;
-    if (note.now != nullptr) toPath = GetItemPath(*note.now);
-    ResultRow row{note.event, notes_->PlaceOf(path, dropped_), {}, note.error, note.count};
-    if (!toPath.empty() && toPath != path) row.to = notes_->PlaceOf(toPath, dropped_);
-    notes_->Add(row);
-  });
+  TakeDown([&] { AddRowOfNote(note, dropped_, notes_.get()); });
 }
 
 void CRunLog::EndFolder(const FolderReport &report) noexcept {

@@ -27,9 +27,17 @@ using Clock = std::chrono::steady_clock;
 
 /// What is there only while the window is open.
 struct Shown {
-  unsigned version = 0;  ///< of the source
-  CResultRows rows;
-  CResultSelection selection{rows};
+  explicit Shown(CResultSource *source)
+      : version(source->Version()), rows(source->OwnRows()), selection(Rows()) {}
+
+  CResultRows &Rows() {
+    if (rows == nullptr) rows = std::make_shared<CResultRows>();
+    return *rows;
+  }
+
+  unsigned version;  ///< of the source
+  std::shared_ptr<CResultRows> rows;
+  CResultSelection selection;
   bool isFull = false;  ///< there was no memory for more
 };
 
@@ -40,7 +48,10 @@ class CRunResults final : public CResultList {
 
   /// What is shown from now on, also in a window that is open.
   void SetSource(CResultSource *source) {
-    if (source != source_) source_->Rewind();
+    if (source != source_) {
+      source_->LetGo(false);
+      source_->Rewind();
+    }
     isOtherSource_ = isOtherSource_ || source != source_;
     source_ = source;
     if (wakeUp_) wakeUp_();
@@ -54,6 +65,7 @@ class CRunResults final : public CResultList {
 
   void Close() override {
     wakeUp_ = nullptr;
+    source_->LetGo(true);
     source_->Rewind();
     shown_.reset();
   }
@@ -65,7 +77,7 @@ class CRunResults final : public CResultList {
       const bool isOther = IsOtherThanShown();
       if (isOther) Restart();
       const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
-      while (!shown_->isFull && source_->TakeIn(&shown_->rows)) {
+      while (!shown_->isFull && source_->TakeIn(shown_->rows.get())) {
         if (Clock::now() < end) continue;
         *toCome = ResultsToCome::kNow;
         break;
@@ -78,6 +90,17 @@ class CRunResults final : public CResultList {
 
   std::vector<std::string> Folders() const override { return source_->Folders(); }
 
+  std::optional<PlanQuestion> Question() const override {
+    std::optional<PlanQuestion> question = source_->Question();
+    if (question && shown_->isFull) question->canBeCarriedOut = false;
+    return question;
+  }
+
+  void CarryOut() override {
+    // Nothing but what has been seen.
+    if (!IsOtherThanShown()) source_->CarryOut();
+  }
+
   std::string WhatIsMissing() const override {
     return shown_->isFull ? "There is not enough memory for all items." : source_->WhatIsMissing();
   }
@@ -85,8 +108,10 @@ class CRunResults final : public CResultList {
   std::vector<ResultKind> Kinds() const override {
     std::vector<ResultKind> kinds;
     for (unsigned event = 0; event < kRunEventCount; ++event) {
-      const std::size_t count = shown_->rows.CountOf(static_cast<RunEvent>(event));
-      if (count > 0) kinds.push_back({event, kEventWords[event].happened, count});
+      const std::size_t count = shown_->rows->CountOf(static_cast<RunEvent>(event));
+      if (count == 0) continue;
+      const bool isPlanned = shown_->rows->AreOfPlan();
+      kinds.push_back({event, HappenedInWords(static_cast<RunEvent>(event), isPlanned), count});
     }
     return kinds;
   }
@@ -109,16 +134,18 @@ class CRunResults final : public CResultList {
 
   std::string TextOf(std::size_t row, ResultColumn column) const override {
     std::string text;
-    AppendResultText(shown_->rows, shown_->rows[NumberOf(row)], column, &text);
+    AppendResultText(*shown_->rows, (*shown_->rows)[NumberOf(row)], column, &text);
     return text;
   }
 
   std::string PathOf(std::size_t row) const override {
-    const ResultRow told = shown_->rows[NumberOf(row)];
+    const ResultRow told = (*shown_->rows)[NumberOf(row)];
     // What was not put back, or is lost, is told with where it belongs.
-    const bool isElsewhere = told.event == RunEvent::kNotPutBack || told.event == RunEvent::kLost;
+    // Nothing in a plan has come anywhere.
+    const bool isElsewhere = told.event == RunEvent::kNotPutBack || told.event == RunEvent::kLost ||
+                             shown_->rows->AreOfPlan();
     std::string path;
-    shown_->rows.AppendPath(told.to.IsSet() && !isElsewhere ? told.to : told.item, &path);
+    shown_->rows->AppendPath(told.to.IsSet() && !isElsewhere ? told.to : told.item, &path);
     return path;
   }
 
@@ -129,10 +156,10 @@ class CRunResults final : public CResultList {
  private:
   bool SaveDocument(const std::function<bool(std::string_view text)> &write) {
     // Of a run that has begun since the last look the list shows nothing yet.
-    CResultRows others;
+    Shown others(source_);
     const bool isOther = IsOtherThanShown();
     if (isOther) source_->Rewind();
-    CResultRows &rows = isOther ? others : shown_->rows;
+    CResultRows &rows = isOther ? others.Rows() : shown_->Rows();
     WithMemory([&] {
       while (!shown_->isFull && source_->TakeIn(&rows)) continue;
     });
@@ -141,7 +168,9 @@ class CRunResults final : public CResultList {
 
   bool SaveShown(const std::function<bool(std::string_view text)> &write) const {
     constexpr std::size_t kPiece = std::size_t{1} << 16;
-    std::array<std::string, 4> fields{"Item", "What happened", "Where to or why", "Path"};
+    std::array<std::string, 4> fields{
+        "Item", shown_->rows->AreOfPlan() ? "What would happen" : "What happened",
+        "Where to or why", "Path"};
     std::string text;
     AppendCsvRecord(fields, &text);
     for (std::size_t row = 0; row < Count(); ++row) {
@@ -171,10 +200,9 @@ class CRunResults final : public CResultList {
   }
 
   void Restart() {
-    shown_ = std::make_unique<Shown>();
-    shown_->version = source_->Version();
-    isOtherSource_ = false;
     source_->Rewind();
+    shown_ = std::make_unique<Shown>(source_);
+    isOtherSource_ = false;
     shown_->selection.SortBy(wanted_.column, wanted_.isDescending);
     shown_->selection.Select(wanted_.event, wanted_.search);
   }
@@ -220,6 +248,15 @@ std::vector<RunOfFolder> LatestRunByFolder() {
     runs.push_back({folder.path, folder.journal});
   }
   return runs;
+}
+
+void ShowPlan(CResultSource *plan) {
+  Results().SetSource(plan);
+  ShowResultsWindow(&Results());
+}
+
+void GoOnToLatestRun() {
+  Results().SetSource(&Results().LatestRun());
 }
 
 void ShowResultsOf(const PastRun &run) {

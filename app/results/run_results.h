@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "app/results/result_source.h"
 #include "platform/history.h"
 #include "platform/types.h"
 
@@ -25,3 +26,8 @@ std::vector<RunOfFolder> LatestRunByFolder();
 
 /// Shows a run of the history.
 void ShowResultsOf(const PastRun &run);
+
+/// Shows a plan, which has to stay, and lets it be carried out.
+void ShowPlan(CResultSource *plan);
+/// Shows the run that follows in the window that shows something else, which stays where it is.
+void GoOnToLatestRun();

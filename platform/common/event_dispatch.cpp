@@ -3,7 +3,6 @@
 #include <cstring>
 #include <memory>
 
-#include "platform/apple_events.h"
 #include "platform/common/carbon_event.h"
 
 namespace {
@@ -92,11 +91,11 @@ void SendWindowActivated(EventTargetRef target) {
     (void)SendToTarget(GetApplicationEventTarget(), &event);
 }
 
-OSErr SendOpenDocuments(const std::vector<FSRef> &items) {
+OSErr SendDocuments(AEEventID eventID, const std::vector<FSRef> &items) {
   AppleEvent event;
   event.descriptorType = typeAppleEvent;
   event.eventClass = kCoreEventClass;
-  event.eventID = kAEOpenDocuments;
+  event.eventID = eventID;
   AEDescList &list = event.parameters[keyDirectObject];
   list.descriptorType = typeAEList;
   for (const FSRef &item : items) (void)AEPutPtr(&list, 0, typeFSRef, &item, sizeof item);

@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "platform/apple_events.h"
 #include "platform/events.h"
 #include "platform/file_manager.h"
 
@@ -13,5 +14,6 @@ void DisposeEventTarget(EventTargetRef target);
 /// Tells the handlers of a window's target, and then the application's, that it has been activated.
 void SendWindowActivated(EventTargetRef target);
 
-/// Sends the open-documents event for these items to the own process; the answer is the handler's.
-OSErr SendOpenDocuments(const std::vector<FSRef> &items);
+/// Sends an event of the core class for these items to the own process; the answer is the
+/// handler's.
+OSErr SendDocuments(AEEventID eventID, const std::vector<FSRef> &items);

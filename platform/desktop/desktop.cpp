@@ -12,6 +12,7 @@
 #include "platform/common/event_dispatch.h"
 #include "platform/desktop/doors/bus_service.h"
 #include "platform/desktop/doors/door.h"
+#include "platform/desktop/doors/folder_chooser.h"
 #include "platform/desktop/quit_signals.h"
 #include "platform/desktop/text/uris.h"
 #include "platform/desktop/usual_commands.h"
@@ -30,11 +31,14 @@ constexpr int kWrongUsage = 2;
 
 constexpr char kHelp[] =
     "Usage: vannerly [FOLDER...]\n"
+    "       vannerly --preview [FOLDER...]\n"
     "       vannerly --preferences\n"
     "\n"
     "Opens the window and flattens the folders: every file below a folder is moved up into it.\n"
     "When Vannerly is open already, the folders go to the one that is.\n"
     "\n"
+    "  --preview       show first what would happen, and let it be done or not; without a\n"
+    "                  folder, one can be chosen\n"
     "  --preferences   show the preferences\n"
     "  --help          print this and exit\n"
     "  --version       print the version and exit\n"
@@ -57,9 +61,10 @@ void HandleMessageBeforeDisplay(QtMsgType type, const QMessageLogContext &, cons
 }
 
 struct CommandLine {
-  std::vector<std::string> operands;
+  std::vector<std::string> operands = {};
+  bool wantsPreview = false;
   bool wantsPreferences = false;
-  std::optional<int> exitStatus;
+  std::optional<int> exitStatus = std::nullopt;
 };
 
 CommandLine ReadCommandLine(int argc, char **argv) {
@@ -72,19 +77,22 @@ CommandLine ReadCommandLine(int argc, char **argv) {
     } else if (argument == "--") {
       areOptionsOver = true;
     } else if (argument == "--help" || argument == "-h") {
-      return {{}, false, Print(kHelp)};
+      return {.exitStatus = Print(kHelp)};
     } else if (argument == "--version") {
-      return {{}, false, Print("vannerly " VANNERLY_VERSION "\n")};
+      return {.exitStatus = Print("vannerly " VANNERLY_VERSION "\n")};
     } else if (argument == "--preferences") {
       line.wantsPreferences = true;
+    } else if (argument == "--preview") {
+      line.wantsPreview = true;
     } else {
       TellProblem("unknown option " + std::string(argument) + " (see --help)");
-      return {{}, false, kWrongUsage};
+      return {.exitStatus = kWrongUsage};
     }
   }
-  if (line.wantsPreferences && !line.operands.empty()) {
-    TellProblem("--preferences takes no folder");
-    return {{}, false, kWrongUsage};
+  if (line.wantsPreferences && (line.wantsPreview || !line.operands.empty())) {
+    TellProblem(line.wantsPreview ? "--preferences can't be combined with --preview"
+                                  : "--preferences takes no folder");
+    return {.exitStatus = kWrongUsage};
   }
   return line;
 }
@@ -136,7 +144,7 @@ std::optional<int> OpenDesktop(int argc, char **argv) {
   StartQt(argv);
 
   const Operands operands = AdmitOperands(commandLine.operands);
-  switch (ClaimBusName({operands.uris, commandLine.wantsPreferences})) {
+  switch (ClaimBusName({operands.uris, commandLine.wantsPreview, commandLine.wantsPreferences})) {
     case BusOutcome::kHandedOver:
       CloseDesktop();
       return EXIT_SUCCESS;
@@ -154,7 +162,9 @@ std::optional<int> OpenDesktop(int argc, char **argv) {
   JournalSetLineHandler(TellProblem);
   // What was asked for is done as soon as the event loop runs.
   QTimer::singleShot(0, qApp, [folders = operands.folders, commandLine] {
-    if (!folders.empty()) (void)SendOpenDocuments(folders);
+    const AEEventID eventID = commandLine.wantsPreview ? kAEPreviewDocuments : kAEOpenDocuments;
+    if (!folders.empty()) (void)SendDocuments(eventID, folders);
+    if (commandLine.wantsPreview && commandLine.operands.empty()) OfferFolderChooser(eventID);
     if (commandLine.wantsPreferences) GiveCommand(nullptr, kHICommandPreferences);
   });
   return std::nullopt;

@@ -8,6 +8,7 @@
 namespace {
 
 constexpr OSType kHICommandOpen = FourChars("open");
+constexpr OSType kPreviewFolder = FourChars("pvew");
 constexpr OSType kHICommandAbout = FourChars("abou");
 constexpr OSType kMessagesCommand = FourChars("mesg");
 
@@ -16,7 +17,10 @@ OSStatus HandleUsualCommand(EventHandlerCallRef, EventRef event, void *) {
   (void)GetEventParameter(event, kEventParamDirectObject, typeHICommand, sizeof command, &command);
   switch (command.commandID) {
     case kHICommandOpen:
-      OfferFolderChooser();
+      OfferFolderChooser(kAEOpenDocuments);
+      return noErr;
+    case kPreviewFolder:
+      OfferFolderChooser(kAEPreviewDocuments);
       return noErr;
     case kHICommandAbout:
       ShowAboutBox();

@@ -33,7 +33,8 @@ void OpenWhenLoopStarts(std::vector<FSRef> folders) {
 }
 
 void RunApplicationEventLoop() {
-  if (!foldersToOpen.empty()) (void)SendOpenDocuments(std::exchange(foldersToOpen, {}));
+  if (!foldersToOpen.empty())
+    (void)SendDocuments(kAEOpenDocuments, std::exchange(foldersToOpen, {}));
   while (!isQuit) {
     const auto due = NextTimerDue();
     if (!due) break;

@@ -41,7 +41,8 @@ TEST_F(CPreferencesSheetTest, EachClickIsSavedAtOnceAndPassedOn) {
     bool (*getter)();
   } kCheckBoxes[] = {{4, "Qwdo", GetQuitWhenDone},     {7, "TBAF", GetIgnoreApplications},
                      {8, "RNME", GetRenameDuplicates}, {9, "DLTE", GetDeleteEmptiedFolders},
-                     {12, "Trsh", GetDeleteToTrash},   {10, "CFWD", GetAggregateFilesWhenDone}};
+                     {12, "Trsh", GetDeleteToTrash},   {10, "CFWD", GetAggregateFilesWhenDone},
+                     {13, "Prvw", GetPreviewFirst}};
   for (const auto &[id, command, getter] : kCheckBoxes) {
     for (const bool on : {!getter(), getter()}) {
       Choose(id, on ? 1 : 0);

@@ -5,9 +5,9 @@
 #include <cstring>
 #include <nlohmann/json.hpp>
 
-#include "app/results/run_results.h"
 #include "engine/take_back_run.h"
 #include "platform/history.h"
+#include "tests/app/results_list.h"
 #include "tests/support/program_test.h"
 #include "tests/support/tree_change_fault.h"
 
@@ -19,8 +19,7 @@ using Json = nlohmann::json;
 class CResultsTest : public CProgramTest {
  protected:
   CResultsTest() {
-    static const bool isWatched = (WatchRunsForResults(), true);
-    (void)isWatched;
+    WatchRunsOnce();
     SetPreference("DeleteEmptiedFolders", true);
     SetPreference("AggregateFilesWhenDone", true);
   }
@@ -35,32 +34,6 @@ class CResultsTest : public CProgramTest {
     Results().Open([this] { ++runsBegun; });
     isOpen_ = true;
     return Results();
-  }
-
-  static CResultList &Results() { return *Recorder().Results(); }
-
-  /// Takes in all that there is now.
-  static ResultsToCome Follow() {
-    ResultsToCome toCome = ResultsToCome::kNow;
-    while (toCome == ResultsToCome::kNow) (void)Results().Follow(1000, &toCome);
-    return toCome;
-  }
-
-  /// Every row: "ITEM | WHAT | WHERE", the long part of a new name left out.
-  static List Rows() {
-    List rows;
-    for (std::size_t row = 0; row < Results().Count(); ++row) {
-      std::string line;
-      for (int column = 0; column < kResultColumns; ++column) {
-        std::string text = Results().TextOf(row, static_cast<ResultColumn>(column));
-        if (const std::size_t dash = text.find(" - "); dash != std::string::npos) {
-          text.replace(dash + 3, 36, "UUID");
-        }
-        line += (column > 0 ? " | " : "") + text;
-      }
-      rows.push_back(line);
-    }
-    return rows;
   }
 
   /// The document saved as JSON.

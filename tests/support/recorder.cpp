@@ -319,6 +319,18 @@ OSErr HideDragHilite(DragRef) {
   return noErr;
 }
 
+OSErr ShowDragPlace(DragRef, std::string_view) {
+  return noErr;
+}
+
+OSErr HideDragPlace(DragRef) {
+  return noErr;
+}
+
+bool IsDragOverPlace(DragRef drag) {
+  return drag != nullptr && drag->isOverPlace;
+}
+
 // The event loop.
 
 void QuitApplicationEventLoop() {

@@ -42,6 +42,7 @@ using RecordedDragItem = std::map<FlavorType, std::vector<std::uint8_t>>;
 /// A drag that a test makes up: item 1 is the first.
 struct OpaqueDrag {
   std::vector<RecordedDragItem> items;
+  bool isOverPlace = false;
 };
 
 class CRecorder {

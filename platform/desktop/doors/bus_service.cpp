@@ -6,6 +6,7 @@
 #include <QDBusMessage>
 
 #include "platform/desktop/doors/documents.h"
+#include "platform/desktop/doors/folder_chooser.h"
 #include "platform/desktop/windows/commands.h"
 #include "platform/processes.h"
 
@@ -15,6 +16,7 @@ constexpr char kName[] = "com.brenmoor.Vannerly";
 constexpr char kPath[] = "/com/brenmoor/Vannerly";
 constexpr char kInterface[] = "org.freedesktop.Application";
 constexpr char kPreferencesAction[] = "preferences";
+constexpr char kPreviewAction[] = "preview";
 constexpr int kMillisecondsToAnswer = 10000;
 
 bool isNameReleased = false;
@@ -42,8 +44,19 @@ QDBusMessage MethodCall(const char *method) {
 QDBusMessage CallFor(const StartRequest &request) {
   if (request.wantsPreferences)
     return MethodCall("ActivateAction") << QLatin1String(kPreferencesAction) << QVariantList();
+  if (request.wantsPreview) {
+    const QVariantList uris(request.uris.begin(), request.uris.end());
+    return MethodCall("ActivateAction") << QLatin1String(kPreviewAction) << uris;
+  }
   if (request.uris.isEmpty()) return MethodCall("Activate");
   return MethodCall("Open") << request.uris;
+}
+
+/// The addresses in an action's parameter: each by itself, or a list of them.
+QStringList UrisIn(const QVariantList &parameter) {
+  QStringList uris;
+  for (const QVariant &value : parameter) uris += value.toStringList();
+  return uris;
 }
 
 bool HandOver(QDBusConnection &bus, const StartRequest &request) {
@@ -73,10 +86,10 @@ void BusService::Activate(const QVariantMap &platformData) {
 void BusService::Open(const QStringList &uris, const QVariantMap &platformData) {
   if (IsTooLate()) return;
   UseActivationToken(TokenIn(platformData));
-  OpenUris(uris);
+  SendUris(kAEOpenDocuments, uris);
 }
 
-void BusService::ActivateAction(const QString &action, const QVariantList &,
+void BusService::ActivateAction(const QString &action, const QVariantList &parameter,
                                 const QVariantMap &platformData) {
   if (IsTooLate()) return;
   UseActivationToken(TokenIn(platformData));
@@ -86,6 +99,8 @@ void BusService::ActivateAction(const QString &action, const QVariantList &,
   } else if (action == QLatin1String("undo") || action == QLatin1String("redo")) {
     (void)SetFrontProcess({0, kCurrentProcess});
     GiveCommand(nullptr, action == QLatin1String("undo") ? kHICommandUndo : kHICommandRedo);
+  } else if (action == QLatin1String(kPreviewAction)) {
+    AskForPreview(UrisIn(parameter));
   } else if (action == QLatin1String("quit")) {
     GiveCommand(nullptr, kHICommandQuit);
   } else {

@@ -40,7 +40,8 @@ enum class BusOutcome {
 
 /// What a start is for.
 struct StartRequest {
-  QStringList uris;               ///< the folders to flatten
+  QStringList uris;               ///< the folders to flatten, or to preview
+  bool wantsPreview = false;      ///< of the folders, or without any of one that is to be chosen
   bool wantsPreferences = false;  ///< the preferences are to be shown; then there are no folders
 };
 

@@ -69,7 +69,7 @@ DragContent ContentOfDrag(const QMimeData &data) {
   return content;
 }
 
-void OpenUris(const QStringList &uris) {
+void SendUris(AEEventID eventID, const QStringList &uris) {
   ForgetProblems();
   std::vector<FSRef> folders;
   for (const QString &uri : uris) {
@@ -81,7 +81,7 @@ void OpenUris(const QStringList &uris) {
     }
   }
   if (!folders.empty()) {
-    (void)SendOpenDocuments(folders);
+    (void)SendDocuments(eventID, folders);
   } else {
     (void)SetFrontProcess({0, kCurrentProcess});  // Where the reason can be read.
   }

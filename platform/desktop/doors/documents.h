@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/apple_events.h"
 #include "platform/file_manager.h"
 
 /// What a drag has in it.
@@ -15,6 +16,6 @@ struct DragContent {
 };
 DragContent ContentOfDrag(const QMimeData &data);
 
-/// Sends the open-documents event for those of the addresses that name folders on this machine
-/// which are let in, and tells why the others are not.
-void OpenUris(const QStringList &uris);
+/// Sends an event, to open or to preview, for those of the addresses that name folders on this
+/// machine which are let in, and tells why the others are not.
+void SendUris(AEEventID eventID, const QStringList &uris);

@@ -73,3 +73,20 @@ OSErr HideDragHilite(DragRef drag) {
   DropSite::Of(drag->window).HideFrame();
   return noErr;
 }
+
+OSErr ShowDragPlace(DragRef drag, std::string_view text) {
+  if (drag == nullptr) return paramErr;
+  DropSite::Of(drag->window)
+      .ShowPlace(QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())));
+  return noErr;
+}
+
+OSErr HideDragPlace(DragRef drag) {
+  if (drag == nullptr) return paramErr;
+  DropSite::Of(drag->window).HidePlace();
+  return noErr;
+}
+
+bool IsDragOverPlace(DragRef drag) {
+  return drag != nullptr && drag->isOverPlace;
+}

@@ -40,12 +40,14 @@ bool DropSite::eventFilter(QObject *watched, QEvent *event) {
       Enter(*static_cast<QDragEnterEvent *>(event)->mimeData());
       break;
     case QEvent::DragMove:
+      LookWhetherOverPlace(*static_cast<QDropEvent *>(event));
       Track(kDragTrackingInWindow);
       break;
     case QEvent::DragLeave:
       Leave();
       return true;
     case QEvent::Drop:
+      LookWhetherOverPlace(*static_cast<QDropEvent *>(event));
       Leave();
       if (isAcceptable_) TellWhyNot();
       if (!isAcceptable_ || receive == nullptr) break;
@@ -70,6 +72,7 @@ void DropSite::Enter(const QMimeData &data) {
   if (isInside_) Leave();
   isInside_ = true;
   drag_.window = window_;
+  drag_.isOverPlace = false;
   drag_.items.clear();
   DragContent content = ContentOfDrag(data);
   problems_ = std::move(content.problems);
@@ -116,4 +119,21 @@ void DropSite::ShowFrame(const Rect &area) {
 
 void DropSite::HideFrame() {
   if (frame_ != nullptr) frame_->hide();
+}
+
+void DropSite::ShowPlace(const QString &text) {
+  if (place_ == nullptr) place_ = new DropPlace(window_->content);
+  place_->ShowText(text);
+}
+
+void DropSite::HidePlace() {
+  if (place_ != nullptr) place_->hide();
+}
+
+/// Where a drop falls decides, not where the drag was seen last.
+void DropSite::LookWhetherOverPlace(const QDropEvent &event) {
+  if (place_ == nullptr || place_->isHidden()) return;
+  const QPoint point = window_->content->mapFrom(window_->widget, event.position().toPoint());
+  drag_.isOverPlace = place_->geometry().contains(point);
+  place_->SetTargeted(drag_.isOverPlace);
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/desktop/widgets/drop_place.h"
 #include "platform/drags.h"
 
 /// What is being dragged: the folders in it that are let in. Nothing else is offered, so that a
@@ -14,6 +15,7 @@
 struct OpaqueDrag {
   std::vector<HFSFlavor> items;
   WindowRef window;  ///< the window that it is over
+  bool isOverPlace;  ///< the place in it that is shown by ShowDragPlace
 };
 
 /// Takes the drags over one window to the handlers installed on it. Belongs to the window.
@@ -28,6 +30,8 @@ class DropSite final : public QObject {
 
   void ShowFrame(const Rect &area);
   void HideFrame();
+  void ShowPlace(const QString &text);
+  void HidePlace();
 
   DragTrackingHandlerProc tracking = nullptr;
   void *trackingRefCon = nullptr;
@@ -41,6 +45,7 @@ class DropSite final : public QObject {
   void Leave();
   void TellWhyNot() const;
   void Track(DragTrackingMessage message);
+  void LookWhetherOverPlace(const QDropEvent &event);
 
   WindowRef window_;
   OpaqueDrag drag_{};
@@ -48,4 +53,5 @@ class DropSite final : public QObject {
   bool isInside_ = false;
   bool isAcceptable_ = false;
   QPointer<QFrame> frame_;  ///< says that a drop would be taken
+  QPointer<DropPlace> place_;
 };

@@ -14,6 +14,7 @@
 #include "platform/desktop/windows/notices.h"
 #include "platform/linux/system/config_folders.h"
 #include "platform/linux/system/safe_file.h"
+#include "platform/processes.h"
 
 namespace {
 
@@ -43,12 +44,14 @@ void KeepPlace(const QString &folder) {
 
 }  // namespace
 
-FolderChooser::FolderChooser(QWidget *parent)
-    : QFileDialog(parent, tr("Flatten Folder")), beginning_(LastPlace()) {
+FolderChooser::FolderChooser(AEEventID eventID, QWidget *parent)
+    : QFileDialog(parent), eventID_(eventID), beginning_(LastPlace()) {
+  const bool isPreview = eventID == kAEPreviewDocuments;
+  setWindowTitle(isPreview ? tr("Preview Folder") : tr("Flatten Folder"));
   setAttribute(Qt::WA_DeleteOnClose);
   setFileMode(QFileDialog::Directory);
   setOption(QFileDialog::ShowDirsOnly);
-  setLabelText(QFileDialog::Accept, tr("&Flatten"));
+  setLabelText(QFileDialog::Accept, isPreview ? tr("&Preview") : tr("&Flatten"));
   setDirectory(beginning_);
   connect(this, &QFileDialog::filesSelected, this, &FolderChooser::Open);
   if (const QLineEdit *name = NameField()) {
@@ -94,11 +97,18 @@ void FolderChooser::Open(const QStringList &folders) {
     KeepPlace(QFileInfo(folder).dir().absolutePath());
     uris.append(QString::fromStdString(UriFromPath(QFile::encodeName(folder).toStdString())));
   }
-  if (!uris.isEmpty()) OpenUris(uris);
+  if (!uris.isEmpty()) SendUris(eventID_, uris);
 }
 
-void OfferFolderChooser() {
+void OfferFolderChooser(AEEventID eventID) {
   static QPointer<FolderChooser> chooser;
-  if (chooser == nullptr) chooser = new FolderChooser(MainWindow());
+  if (chooser != nullptr && chooser->EventID() != eventID) delete chooser;
+  if (chooser == nullptr) chooser = new FolderChooser(eventID, MainWindow());
   BringUp(*chooser);
+}
+
+void AskForPreview(const QStringList &uris) {
+  if (!uris.isEmpty()) return SendUris(kAEPreviewDocuments, uris);
+  (void)SetFrontProcess({0, kCurrentProcess});
+  OfferFolderChooser(kAEPreviewDocuments);
 }

@@ -1,8 +1,10 @@
-/// The window in which the user chooses a folder to flatten.
+/// The window in which the user chooses a folder to flatten or to preview.
 #pragma once
 
 #include <QFileDialog>
 #include <QLineEdit>
+
+#include "platform/apple_events.h"
 
 /// Begins where a folder was chosen last, also by an earlier start; the first time in the user's
 /// home. What nobody has chosen is not flattened: there is nothing to accept until a folder is
@@ -11,7 +13,10 @@ class FolderChooser final : public QFileDialog {
   Q_OBJECT
 
  public:
-  explicit FolderChooser(QWidget *parent);
+  /// What is chosen is sent with that event, to open or to preview.
+  FolderChooser(AEEventID eventID, QWidget *parent);
+
+  AEEventID EventID() const { return eventID_; }
 
   void accept() override;
 
@@ -22,9 +27,13 @@ class FolderChooser final : public QFileDialog {
   bool IsNothingChosen() const;
   void UpdateAcceptButton();
 
+  AEEventID eventID_;
   QString beginning_;  ///< the folder in which it was opened
 };
 
-/// Shows the chooser; there is one at most. It is shown beside the event loop, never in one of its
-/// own: a run goes on behind it, and its Stop button can be pressed.
-void OfferFolderChooser();
+/// Shows the chooser for that event; there is one at most. It is shown beside the event loop, never
+/// in one of its own: a run goes on behind it, and its Stop button can be pressed.
+void OfferFolderChooser(AEEventID eventID);
+
+/// Has these folders previewed, or one that the user chooses when there are none.
+void AskForPreview(const QStringList &uris);

@@ -81,7 +81,7 @@ QVariant ResultModel::headerData(int section, Qt::Orientation orientation, int r
     case ResultColumn::kItem:
       return tr("Item");
     case ResultColumn::kHappened:
-      return tr("What happened");
+      return list_.Question() ? tr("What would happen") : tr("What happened");
     case ResultColumn::kWhere:
       return tr("Where to or why");
   }

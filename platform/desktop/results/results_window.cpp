@@ -85,7 +85,14 @@ ResultsWindow::ResultsWindow(CResultList *list)
       kinds_(new QComboBox),
       table_(new ResultTable),
       state_(new StatusLine(nullptr)),
-      missing_(new StatusLine(nullptr)) {
+      missing_(new StatusLine(nullptr)),
+      warningSign_(new QLabel),
+      planNotice_(new StatusLine(nullptr)),
+      planSummary_(new StatusLine(nullptr)),
+      flatten_(new QPushButton(tr("&Flatten"))),
+      cancel_(new QPushButton(tr("Cancel"))),
+      notice_(MakeNotice()),
+      question_(MakeQuestion()) {
   setAttribute(Qt::WA_DeleteOnClose);
   constexpr int kFrame = 40;
   const QSize room = screen()->availableSize();
@@ -99,10 +106,12 @@ ResultsWindow::ResultsWindow(CResultList *list)
                         .arg(save_->shortcut().toString(QKeySequence::NativeText)));
   MakeTable();
   auto *rows = new QVBoxLayout(this);
+  rows->addWidget(notice_);
   rows->addWidget(MakeTopRow());
   rows->addWidget(table_, 1);
   rows->addWidget(missing_);
   rows->addWidget(MakeBottomRow());
+  rows->addWidget(question_);
   auto *close = new QAction(this);
   close->setShortcuts({Qt::Key_Escape, QKeySequence(Qt::CTRL | Qt::Key_W)});
   connect(close, &QAction::triggered, this, &QWidget::close);
@@ -112,8 +121,14 @@ ResultsWindow::ResultsWindow(CResultList *list)
   connect(&nextLook_, &QTimer::timeout, this, &ResultsWindow::Follow);
   searchIsTyped_.setSingleShot(true);
   connect(&searchIsTyped_, &QTimer::timeout, this, &ResultsWindow::Select);
+}
+
+void ResultsWindow::Begin() {
   Follow();
-  table_->setFocus();
+  const auto question = list_.Question();
+  if (!question) return table_->setFocus();
+  // Where there is a warning, nothing is done by a stray key.
+  (question->canBeCarriedOut && !question->isGrave ? flatten_ : cancel_)->setFocus();
 }
 
 ResultsWindow::~ResultsWindow() {
@@ -171,6 +186,42 @@ QWidget *ResultsWindow::MakeBottomRow() {
   return row;
 }
 
+/// What is to be read before anything else.
+QWidget *ResultsWindow::MakeNotice() {
+  const int size = style()->pixelMetric(QStyle::PM_LargeIconSize);
+  warningSign_->setPixmap(style()
+                              ->standardIcon(QStyle::SP_MessageBoxWarning)
+                              .pixmap(QSize(size, size), devicePixelRatioF()));
+  planNotice_->setAlignment(Qt::AlignLeading | Qt::AlignVCenter);
+  planNotice_->setAccessibleDescription(tr("To be considered"));
+  planNotice_->setProperty("lines", 2);
+  auto *notice = new QWidget;
+  auto *layout = new QHBoxLayout(notice);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->addWidget(warningSign_);
+  layout->addWidget(planNotice_, 1);
+  return notice;
+}
+
+QWidget *ResultsWindow::MakeQuestion() {
+  planSummary_->setAlignment(Qt::AlignLeading | Qt::AlignVCenter);
+  planSummary_->setAccessibleDescription(tr("What would happen"));
+  planSummary_->setProperty("lines", 2);
+  flatten_->setToolTip(tr("Do what the list says"));
+  cancel_->setToolTip(tr("Do nothing (Esc)"));
+  connect(flatten_, &QPushButton::clicked, this, &ResultsWindow::CarryOut);
+  connect(cancel_, &QPushButton::clicked, this, &QWidget::close);
+  auto *question = new QWidget;
+  auto *layout = new QHBoxLayout(question);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->addWidget(planSummary_, 1);
+  for (QPushButton *button : {cancel_, flatten_}) {
+    button->setAutoDefault(true);
+    layout->addWidget(button);
+  }
+  return question;
+}
+
 void ResultsWindow::MakeTable() {
   table_->setModel(model_);
   table_->setItemDelegate(new NameDelegate(table_));
@@ -196,7 +247,7 @@ void ResultsWindow::MakeTable() {
   header->setSortIndicatorClearable(true);
   header->setSortIndicator(-1, Qt::AscendingOrder);
   header->resizeSection(0, width() * 2 / 5);
-  header->resizeSection(1, table_->fontMetrics().averageCharWidth() * 32);
+  header->resizeSection(1, table_->fontMetrics().averageCharWidth() * 38);
   connect(header, &QHeaderView::sortIndicatorChanged, this,
           [this](int column, Qt::SortOrder order) {
             KeepCurrentRow([&] { model_->sort(column, order); });
@@ -256,13 +307,15 @@ void ResultsWindow::Select() {
 
 void ResultsWindow::ShowState() {
   const std::vector<std::string> folders = list_.Folders();
-  QString title = tr("Results");
-  if (folders.size() == 1) title = tr("Results of %1").arg(NameOf(folders[0]));
+  QString title = list_.Question() ? tr("Preview") : tr("Results");
+  if (folders.size() == 1) title = tr("%1 of %2").arg(title, NameOf(folders[0]));
   if (folders.size() > 1) {
-    title = tr("Results of %1 and %2 more").arg(NameOf(folders[0]), NumberText(folders.size() - 1));
+    title =
+        tr("%1 of %2 and %3 more").arg(title, NameOf(folders[0]), NumberText(folders.size() - 1));
   }
   setWindowTitle(TitleText(title));
   ShowKinds();
+  ShowQuestion();
   const QString missing = QString::fromStdString(list_.WhatIsMissing());
   missing_->ShowText(missing);
   missing_->setVisible(!missing.isEmpty());
@@ -305,6 +358,26 @@ void ResultsWindow::ShowKinds() {
                                 : tr("%1 items").arg(NumberText(all)));
 }
 
+void ResultsWindow::ShowQuestion() {
+  const auto question = list_.Question();
+  if (!question && question_->isVisible()) table_->setFocus();
+  question_->setVisible(question.has_value());
+  notice_->setVisible(question && !question->notice.empty());
+  table_->setAccessibleName(question ? tr("Preview") : tr("Results"));
+  if (!question) return;
+  warningSign_->setVisible(question->isGrave);
+  planNotice_->ShowText(QString::fromLocal8Bit(question->notice));
+  planSummary_->ShowText(QString::fromStdString(question->summary));
+  flatten_->setEnabled(question->canBeCarriedOut);
+}
+
+void ResultsWindow::CarryOut() {
+  list_.CarryOut();
+  // What comes of it is seen here; until then it can be called off.
+  cancel_->setFocus();
+  ShowQuestion();
+}
+
 void ResultsWindow::OpenFolder() {
   const QModelIndex current = table_->currentIndex();
   if (current.isValid()) ShowItemInFolder(list_.PathOf(static_cast<std::size_t>(current.row())));
@@ -322,9 +395,12 @@ void ResultsWindow::CopyPaths() {
 
 /// Beside the event loop, never in one of its own: a run may be on.
 void ResultsWindow::AskWhereToSave() {
-  auto *dialog = new QFileDialog(this, tr("Save Results"), QDir::homePath());
+  const bool isPlan = list_.Question().has_value();
+  auto *dialog =
+      new QFileDialog(this, isPlan ? tr("Save Preview") : tr("Save Results"), QDir::homePath());
   dialog->setAttribute(Qt::WA_DeleteOnClose);
   dialog->setAcceptMode(QFileDialog::AcceptSave);
+  const QString anyName = isPlan ? tr("preview") : tr("results");
   QStringList filters;
   for (const SavedFormat &saved : kSavedFormats) {
     filters.append(QStringLiteral("%1 (*.%2)").arg(tr(saved.name), QLatin1String(saved.suffix)));
@@ -333,15 +409,15 @@ void ResultsWindow::AskWhereToSave() {
     return kSavedFormats[std::max(0,
                                   static_cast<int>(filters.indexOf(dialog->selectedNameFilter())))];
   };
-  const auto nameForFormat = [dialog, chosen] {
+  const auto nameForFormat = [dialog, chosen, anyName] {
     const QLatin1String suffix(chosen().suffix);
     dialog->setDefaultSuffix(suffix);
     const QStringList names = dialog->selectedFiles();
-    const QString name = names.isEmpty() ? tr("results") : QFileInfo(names[0]).completeBaseName();
+    const QString name = names.isEmpty() ? anyName : QFileInfo(names[0]).completeBaseName();
     dialog->selectFile(name + QLatin1Char('.') + suffix);
   };
   dialog->setNameFilters(filters);
-  dialog->selectFile(tr("results"));
+  dialog->selectFile(anyName);
   nameForFormat();
   connect(dialog, &QFileDialog::filterSelected, this, nameForFormat);
   connect(dialog, &QFileDialog::fileSelected, this,
@@ -365,5 +441,6 @@ void ResultsWindow::Save(const QString &path, ResultFormat format) {
 void ShowResultsWindow(CResultList *list) {
   static QPointer<ResultsWindow> window;
   if (window == nullptr) window = new ResultsWindow(list);
+  window->Begin();
   BringUp(*window);
 }

@@ -1,8 +1,10 @@
-/// The window of results: the list, and what can be done with it.
+/// The window of results: the list, what can be done with it, and what a plan asks.
 #pragma once
 
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QTimer>
 #include <QWidget>
 #include <optional>
@@ -21,9 +23,14 @@ class ResultsWindow final : public QWidget {
   explicit ResultsWindow(CResultList *list);
   ~ResultsWindow() override;
 
+  /// Takes in at once what has come, and gives the keyboard to the answer that is meant, if any.
+  void Begin();
+
  private:
   QWidget *MakeTopRow();
   QWidget *MakeBottomRow();
+  QWidget *MakeNotice();
+  QWidget *MakeQuestion();
   void MakeTable();
   QAction *AddAction(const QString &text, const QKeySequence &key, void (ResultsWindow::*act)());
 
@@ -34,8 +41,10 @@ class ResultsWindow final : public QWidget {
   void KeepCurrentRow(Work work);
   void ShowState();
   void ShowKinds();
+  void ShowQuestion();
   std::optional<unsigned> WantedKind() const;
 
+  void CarryOut();
   void OpenFolder();
   void CopyPaths();
   void AskWhereToSave();
@@ -48,6 +57,14 @@ class ResultsWindow final : public QWidget {
   ResultTable *table_;
   StatusLine *state_;
   StatusLine *missing_;
+  // Of a plan alone.
+  QLabel *warningSign_;
+  StatusLine *planNotice_;
+  StatusLine *planSummary_;
+  QPushButton *flatten_;
+  QPushButton *cancel_;
+  QWidget *notice_;
+  QWidget *question_;
   QAction *open_;
   QAction *copy_;
   QAction *save_;

@@ -10,6 +10,7 @@
 #include "platform/desktop/windows/main_window.h"
 #include "platform/linux/preferences/preference_domain.h"
 #include "platform/linux/system/ending.h"
+#include "platform/plan.h"
 
 namespace {
 
@@ -40,7 +41,8 @@ bool AreFoldersLeft() {
 
 /// Whether the command, given now, would have files deleted that could still be moved.
 bool WouldDelete(OSType command) {
-  if (IsEnding() || !IsTimerFiring() || !IsWanted("DeleteEmptiedFolders")) return false;
+  if (IsEnding() || IsPlanning() || !IsTimerFiring()) return false;
+  if (!IsWanted("DeleteEmptiedFolders")) return false;
   if (TheFolderInHand().hasFilesToMove && !TheFolderInHand().isKept) return true;
   return command == kHICommandQuit && AreFoldersLeft();
 }

@@ -131,10 +131,10 @@ TEST_F(Timers, NoEventThatWaitsIsHandedOverAfterQuit) {
     return noErr;
   };
   ASSERT_EQ(AEInstallEventHandler(kCoreEventClass, kAEOpenDocuments, arming, 0, false), noErr);
-  EXPECT_EQ(SendOpenDocuments({}), noErr);
-  EXPECT_EQ(SendOpenDocuments({}), noErr);
+  EXPECT_EQ(SendDocuments(kAEOpenDocuments, {}), noErr);
+  EXPECT_EQ(SendDocuments(kAEOpenDocuments, {}), noErr);
   (void)SendCommand(nullptr, kHICommandQuit);
-  EXPECT_EQ(SendOpenDocuments({}), errAEEventNotHandled);
+  EXPECT_EQ(SendDocuments(kAEOpenDocuments, {}), errAEEventNotHandled);
   while (const auto due = NextTimerDue()) FireDueTimers(*due);
   EXPECT_EQ(order, "r") << "the one in hand";
 }
