@@ -17,12 +17,12 @@ _vannerly_cli() {
   --operation) words='move alias' ;;
   --set)
     words='Operation= RenameDuplicates= IgnoreApplications= DeleteEmptiedFolders=
-      DeleteToTrash= AggregateFilesWhenDone= QuitWhenDone='
+      DeleteToTrash= AggregateFilesWhenDone= QuitWhenDone= PreviewFirst='
     compopt -o nospace
     ;;
   Operation) words='1 2' ;;
   RenameDuplicates | IgnoreApplications | DeleteEmptiedFolders) words='true false' ;;
-  DeleteToTrash | AggregateFilesWhenDone | QuitWhenDone) words='true false' ;;
+  DeleteToTrash | AggregateFilesWhenDone | QuitWhenDone | PreviewFirst) words='true false' ;;
   *)
     if [[ $current != -* ]]; then return; fi
     words='--operation= --rename-duplicates --no-rename-duplicates --ignore-applications

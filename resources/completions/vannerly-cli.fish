@@ -19,7 +19,7 @@ complete -c vannerly-cli -l preferences -d 'Show the preferences'
 complete -c vannerly-cli -l set -x -d 'Store a preference' -a "
   Operation={1,2}
   {RenameDuplicates,IgnoreApplications,DeleteEmptiedFolders}={true,false}
-  {DeleteToTrash,AggregateFilesWhenDone,QuitWhenDone}={true,false}"
+  {DeleteToTrash,AggregateFilesWhenDone,QuitWhenDone,PreviewFirst}={true,false}"
 complete -c vannerly-cli -l quiet -d 'Show nothing while working, except problems'
 complete -c vannerly-cli -l verbose -d 'Name each file left in place, renamed or deleted'
 complete -c vannerly-cli -l json -d 'Print the same as JSON when all is done'

@@ -4,7 +4,7 @@
 _vannerly() {
   local current=${COMP_WORDS[COMP_CWORD]}
   if [[ $current == -* && " ${COMP_WORDS[*]:0:COMP_CWORD} " != *' -- '* ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--preferences --help --version --' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W '--preview --preferences --help --version --' -- "$current")
   fi
 }
 

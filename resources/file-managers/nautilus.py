@@ -1,20 +1,27 @@
-"""Offers "Flatten with Vannerly" for folders in Files (Nautilus), where its Python bindings are."""
+"""Offers the flattening of folders in Files (Nautilus), where its Python bindings are."""
 
 from gi.repository import Gio, GObject, Nautilus
 
 
 class FlattenWithVannerly(GObject.GObject, Nautilus.MenuProvider):
-    # Until version 4 of the bindings a window is named before the files.
+    # For what is selected only: on the background a slip of the hand would flatten the folder that
+    # one stands in. Until version 4 of the bindings a window is named before the files.
     def get_file_items(self, *arguments):
         files = arguments[-1]
         if not files or not all(
                 file.is_directory() and file.get_uri_scheme() == "file" for file in files):
             return []
-        item = Nautilus.MenuItem(name="FlattenWithVannerly::flatten", label="Flatten with Vannerly",
-                                 tip="Move every file below the folder up into it",
-                                 icon="com.brenmoor.Vannerly")
-        item.connect("activate", self.flatten, [file.get_uri() for file in files])
-        return [item]
+        uris = [file.get_uri() for file in files]
+        return [self.item("flatten", "Flatten with Vannerly",
+                          "Move every file below the folder up into it", ["--", *uris]),
+                self.item("preview", "Preview Flattening…",
+                          "Show what flattening the folder would do", ["--preview", "--", *uris])]
 
-    def flatten(self, _item, uris):
-        Gio.Subprocess.new(["vannerly", "--", *uris], Gio.SubprocessFlags.NONE)
+    def item(self, name, label, tip, arguments):
+        item = Nautilus.MenuItem(name=f"FlattenWithVannerly::{name}", label=label, tip=tip,
+                                 icon="com.brenmoor.Vannerly")
+        item.connect("activate", self.start, arguments)
+        return item
+
+    def start(self, _item, arguments):
+        Gio.Subprocess.new(["vannerly", *arguments], Gio.SubprocessFlags.NONE)
