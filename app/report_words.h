@@ -48,7 +48,7 @@ inline constexpr std::array<EventWords, kRunEventCount> kEventWords{{
     {RunEvent::kLeftInPlace, "leftInPlace", "left in place", "left in place",
      "left in place{reason}{now}", "would be left in place{reason}", "would be left in place"},
     {RunEvent::kRenamed, "renamed", "renamed", "moved under another name", "moved as {name}",
-     nullptr, "would be moved under another name"},
+     nullptr, "would be moved and renamed"},
     {RunEvent::kFolderNotRead, "unreadFolders", "folders not looked into", "not looked into",
      "could not be looked into{reason}", "could not be looked into{reason}",
      "could not be looked into"},

@@ -81,9 +81,9 @@ TEST_F(PreviewTest, WhatIsShownIsDoneWhenTheUserSaysSo) {
                         "a.pdf | would be collated | pdf/a.pdf",
                         "a.txt | would be collated | txt/a.txt", "pdf | folder would be made | ",
                         "sub | folder would be deleted | ", "sub/a.pdf | would be moved | a.pdf",
-                        "sub/a.txt | would be moved under another name | a - UUID.txt",
+                        "sub/a.txt | would be moved and renamed | a - UUID.txt",
                         "sub/deep | folder would be deleted | ",
-                        "sub/deep/a.txt | would be moved under another name | a - UUID.txt",
+                        "sub/deep/a.txt | would be moved and renamed | a - UUID.txt",
                         "sub/deep/b | would be moved | b", "txt | folder would be made | "}));
   EXPECT_EQ(Results().PathOf(0), files.PathOf("drop/sub/a.pdf")) << "where it is now";
   const auto question = Results().Question();
@@ -105,7 +105,9 @@ TEST_F(PreviewTest, WhatIsShownIsDoneWhenTheUserSaysSo) {
   List done = Rows();
   for (std::string &row : rows) {
     for (const auto &[would, did] :
-         {std::pair<std::string, std::string>{"folder would be ", "folder "}, {"would be ", ""}}) {
+         {std::pair<std::string, std::string>{"folder would be ", "folder "},
+          {"would be ", ""},
+          {"moved and renamed", "moved under another name"}}) {
       if (const std::size_t at = row.find(would); at != std::string::npos)
         row.replace(at, would.size(), did);
     }

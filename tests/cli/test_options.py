@@ -170,7 +170,8 @@ class Stored(CliCase):
             "Operation": "1 (default)", "QuitWhenDone": "false (default)",
             "IgnoreApplications": "true (default)", "RenameDuplicates": "true (default)",
             "DeleteEmptiedFolders": "false (default)", "DeleteToTrash": "false (default)",
-            "AggregateFilesWhenDone": "false (default)", **expected})
+            "AggregateFilesWhenDone": "false (default)", "PreviewFirst": "false (default)",
+            **expected})
 
     def test_precedence(self):
         self.assertPreferences({})

@@ -95,6 +95,20 @@ class Drags(DesktopCase):
         self.assertIsNone(self.find(warning))
         self.quit()
 
+    def test_place_for_previews(self):
+        self.open_idle()
+        drop = self.make_folder()
+        self.assertIsNone(self.find("Drop here to preview"))
+        source = self.drag("text/uri-list", f"file://{drop}\r\n")
+        place = self.wait_for("Drop here to preview").get_extents(Atspi.CoordType.SCREEN)
+        self.pass_over((place.x + 20, place.y + place.height // 2),
+                       (place.x + place.width // 2, place.y + place.height // 2))
+        self.assertEqual(self.drop(source), 1)
+        self.wait_for("Preview of drop")
+        self.assertIsNone(self.find("Drop here to preview"))
+        self.assertEqual(self.moved(drop), 0)
+        self.quit()
+
     def test_files_of_a_sandboxed_program(self):
         first, second, listed = (self.make_folder(name) for name in ("drop é", "drop 2", "drop 3"))
         portal = self.start_portal("file_transfer_portal.py", f"both={first}", f"both={second}",
@@ -220,6 +234,32 @@ class Doors(DesktopCase):
         self.assertNotEqual(call("deleteLater").returncode, 0, "more can be called than is meant")
         self.assertEqual(call("ActivateAction", "quit", "[]", "{}").returncode, 0)
         self.finish(self.process)
+
+    def test_ways_to_a_preview(self):
+        first, second = self.make_folder("first"), self.make_folder("second")
+        self.open_window()
+
+        def wait_for_preview(title):
+            self.wait_for(title)
+            self.key("Escape")
+            wait_until(lambda: self.find(title) is None, "Esc does not close it")
+
+        for parameter in (f"<['file://{first}', 'file://{second}']>",
+                          f"<'file://{first}'>, <'file://{second}'>"):
+            self.assertEqual(call("ActivateAction", "preview", f"[{parameter}]", "{}").returncode, 0)
+            wait_for_preview("Preview of first and 1 more")
+        self.finish(self.start("--preview", second))
+        wait_for_preview("Preview of second")
+        self.write_preferences("PreviewFirst = true\n")
+        self.finish(self.start(first))
+        wait_for_preview("Preview of first")
+        for ask in (lambda: call("ActivateAction", "preview", "[]", "{}"),
+                    lambda: self.finish(self.start("--preview")), lambda: self.key("ctrl+shift+o")):
+            run("xdotool", "windowactivate", "--sync", self.window)
+            ask()
+            wait_for_preview("Preview Folder")
+        self.assertEqual([self.moved(first), self.moved(second)], [0, 0])
+        self.quit()
 
     def test_bus_starts_the_installed_program(self):
         program = self.install()

@@ -15,7 +15,7 @@ from desktop_case import TEMPORARY, Atspi, DesktopCase, run, wait_until
 class Results(DesktopCase):
     def table(self):
         """The list, as a screen reader has it."""
-        return self.wait_for("Results", "table")
+        return self.wait_for("Results|Preview", "table")
 
     def table_of_results_window(self):
         for application in self.applications():
@@ -171,6 +171,51 @@ class Results(DesktopCase):
         wait_until(lambda: self.find("2 items"), "still those of the run before")
         self.assertEqual({row[1] for row in self.rows()}, {"moved"})
         self.wait_for("Results of next")
+        self.quit()
+
+    def test_plan_is_carried_out_or_not(self):
+        drop = self.make_clash()
+        self.write_preferences("QuitWhenDone = true\n")
+        self.open_window("--preview", drop)
+        self.wait_for("Preview of photos")
+        wait_until(lambda: len(self.rows()) == 3, self.rows())
+        self.assertEqual(self.rows()[1], ("sub1/deep/1.txt", "would be moved", "1.txt"))
+        self.wait_for("3 files would be moved, 1 of them under a new name.")
+        self.key("Escape")
+        wait_until(lambda: self.find("Preview", "table") is None, "Esc does not close it")
+        self.assertIsNone(self.find("Show results"), "a plan is no run")
+        self.assertIsNone(self.find("Elapsed time: .*"))
+
+        # The folder changes while its plan is on the screen.
+        self.start("--preview", drop)
+        self.wait_for("Flatten", "push button")
+        with open(os.path.join(drop, "sub1/deep/new"), "w", encoding="utf-8"):
+            pass
+        self.click("Flatten", "push button")
+        self.wait_for("Something has changed meanwhile.*")
+        self.wait_for("4 files would be moved, 1 of them under a new name.")
+        self.assertEqual(self.moved(drop), 2)
+        time.sleep(1.5)
+        self.assertRunning()  # Whoever has not answered is not left.
+        self.key("Return")
+        self.finish(self.process)
+        self.assertEqual(self.moved(drop), 6)
+
+    def test_checkout_is_shown_first_and_cancel_is_meant(self):
+        drop, plain = self.make_folder("site"), self.make_folder("plain")
+        os.makedirs(os.path.join(drop, "sub1/deep/.git/objects"))
+        self.open_window(drop, plain)
+        self.wait_for("site/sub1/deep is a Git checkout: flattening it would take it apart.")
+        self.assertEqual([self.moved(drop), self.moved(plain)], [0, 4])
+        self.wait_for("4 moved")
+        self.key("Return")
+        wait_until(lambda: self.find("Preview", "table") is None, "Return does not cancel")
+        self.assertEqual(self.moved(drop), 0)
+        self.start(drop)
+        self.click("Flatten", "push button")
+        wait_until(lambda: self.moved(drop) == 4, "not flattened")
+        self.wait_for("Results of site")
+        self.assertIsNone(self.find("Cancel", "push button"))
         self.quit()
 
 

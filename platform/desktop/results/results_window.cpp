@@ -247,7 +247,7 @@ void ResultsWindow::MakeTable() {
   header->setSortIndicatorClearable(true);
   header->setSortIndicator(-1, Qt::AscendingOrder);
   header->resizeSection(0, width() * 2 / 5);
-  header->resizeSection(1, table_->fontMetrics().averageCharWidth() * 38);
+  header->resizeSection(1, table_->fontMetrics().averageCharWidth() * 34);
   connect(header, &QHeaderView::sortIndicatorChanged, this,
           [this](int column, Qt::SortOrder order) {
             KeepCurrentRow([&] { model_->sort(column, order); });
