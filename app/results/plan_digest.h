@@ -15,6 +15,9 @@ class CPlanDigest {
   /// All rows have to be of the same CResultRows.
   void Add(const CResultRows &rows, const ResultRow &row);
 
+  /// A dropped folder is over: what was kept of its new names is given back.
+  void EndFolder() { renamed_ = {}; }
+
   std::uint64_t Value() const { return sum_; }
 
  private:

@@ -114,6 +114,7 @@ void CPlannedRun::EndFolder(const FolderReport &report) {
   isStopped_ = isStopped_ || report.outcome == RunOutcome::kStopped;
   for (std::size_t i = 0; i < kRunEventCount; ++i) counts_[i] += report.counts[i];
   TakeChanges();
+  digest_.EndFolder();
   AddReason();
 }
 
