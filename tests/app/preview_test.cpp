@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "app/own_events.h"
@@ -96,6 +97,16 @@ TEST_F(PreviewTest, WhatIsShownIsDoneWhenTheUserSaysSo) {
   EXPECT_TRUE(Recorder().CallsBeginningWith("ExitToShell").empty());
   EXPECT_TRUE(Recorder().CallsBeginningWith("SetControlData 1 \"Moving").empty());
   EXPECT_TRUE(Recorder().CallsBeginningWith("SetControlData 1 \"Deleting").empty());
+
+  std::string saved;
+  EXPECT_TRUE(Results().Save(ResultFormat::kJson, [&saved](std::string_view text) {
+    saved += text;
+    return true;
+  }));
+  const auto document = nlohmann::json::parse(saved);
+  EXPECT_EQ(document["preview"], true);
+  EXPECT_EQ(document["folders"][0]["changes"].size(), rows.size());
+  EXPECT_EQ(document["folders"][0]["counts"]["moved"], 4);
 
   Results().CarryOut();
   EXPECT_FALSE(IsFlattenOffered()) << "twice";
