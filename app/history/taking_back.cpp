@@ -9,6 +9,7 @@
 #include "app/display/main_window.h"
 #include "app/history/history_words.h"
 #include "app/history/take_back_order.h"
+#include "app/own_events.h"
 #include "app/results/run_results.h"
 #include "engine/run_observers.h"
 #include "platform/apple_events.h"
@@ -17,7 +18,6 @@
 #include "platform/menus.h"
 #include "platform/notices.h"
 #include "platform/plan.h"
-#include "platform/processes.h"
 
 namespace {
 
@@ -77,17 +77,10 @@ OSErr HandleTakeBack(const AppleEvent & /*event*/, AppleEvent * /*reply*/,
 
 /// As an event it has its turn like what is dropped.
 void Perform(std::vector<TakeBackOrder> orders) {
-  constexpr ProcessSerialNumber kSelf{0, kCurrentProcess};
-  AEAddressDesc target;
-  AppleEvent event;
-  if (AECreateDesc(typeProcessSerialNumber, &kSelf, sizeof kSelf, &target) != noErr ||
-      AECreateAppleEvent(kCoreEventClass, kTakeBackEvent, target, kAutoGenerateReturnID,
-                         kAnyTransactionID, &event) != noErr) {
-    return;
-  }
   TakeBackOrders = std::move(orders);
-  AppleEvent reply;
-  (void)AESend(event, &reply, kAENoReply, kAENormalPriority, kAEDefaultTimeout);
+  AEDescList noItems;
+  noItems.descriptorType = typeAEList;
+  (void)SendItemsToSelf(kTakeBackEvent, noItems);
 }
 
 /// Keeps what is offered up to date.
